@@ -1,0 +1,49 @@
+// sherd: recovers chats, notes, calendars, bookmarks and calls from iPhone and
+// iPad backups, read-only. One subcommand per job.
+#include "apps/cli/commands.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+namespace {
+const cli::Command kCommands[] = {
+    {"demo", "Scan the bundled sample backup and print what it holds", &cli::runDemo},
+};
+
+void printUsage(FILE* out) {
+  std::fprintf(out, "Usage: sherd <command> [options]\n\nCommands:\n");
+  for (const auto& c : kCommands)
+    std::fprintf(out, "  %-10s %s\n", c.name, c.summary);
+  std::fprintf(out, "\nRun 'sherd <command> --help' for a command's options.\n");
+}
+} // namespace
+
+int main(int argc, char** argv) {
+  QCoreApplication app(argc, argv);
+  QCoreApplication::setApplicationName(QStringLiteral("sherd"));
+  QCoreApplication::setApplicationVersion(QStringLiteral("0.1.0"));
+  QStringList args = QCoreApplication::arguments();
+  if (args.size() < 2) {
+    printUsage(stderr);
+    return cli::ExitUsage;
+  }
+  const QString name = args.at(1);
+  if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
+    printUsage(stdout);
+    return cli::ExitOk;
+  }
+  if (name == QLatin1String("--version")) {
+    std::printf("sherd %s\n", qPrintable(QCoreApplication::applicationVersion()));
+    return cli::ExitOk;
+  }
+  for (const auto& c : kCommands) {
+    if (name == QLatin1String(c.name)) {
+      args.removeAt(1); // the parser of the command sees "sherd [options]"
+      return c.run(args);
+    }
+  }
+  std::fprintf(stderr, "sherd: unknown command '%s'\n\n", qPrintable(name));
+  printUsage(stderr);
+  return cli::ExitUsage;
+}
