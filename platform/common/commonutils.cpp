@@ -1,5 +1,12 @@
 #include "platform/common/commonutils.h"
 
+#include "platform/common/log.h"
+#include "platform/common/utils.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
 #include <QString>
 
 #include <cmath>
@@ -97,4 +104,45 @@ bool CCommonUtils::itemValueLessThan(const QVariant& a, const QVariant& b) {
   if (ta == QMetaType::QString && tb == QMetaType::QString)
     return QString::localeAwareCompare(a.toString(), b.toString()) < 0;
   return QString::localeAwareCompare(a.toString(), b.toString()) < 0;
+}
+
+bool CCommonUtils::clearDir(const QString& path) {
+  if (path.isEmpty()) {
+    Log("CommonUtils", 0, "clearDir: no folder given");
+    return false;
+  }
+  const QFileInfo info(path);
+  if (!info.exists())
+    return true;
+  if (!info.isDir() || info.isSymLink()) {
+    Log("CommonUtils", 0, "clearDir: %s is not a folder", qPrintable(path));
+    return false;
+  }
+  const QString canon = info.canonicalFilePath();
+  bool allowed = Utils::isInsideTempPath(canon);
+  if (!allowed && info.fileName() == QLatin1String("rotated")) {
+    for (const QString& root : Utils::backupRoots()) {
+      const QString r = QFileInfo(root).canonicalFilePath();
+      if (!r.isEmpty() && canon == r + QStringLiteral("/rotated"))
+        allowed = true;
+    }
+  }
+  if (!allowed) {
+    Log("CommonUtils", 0, "clearDir: refusing %s: outside the temporary root and the backup scratch folder",
+        qPrintable(path));
+    return false;
+  }
+  bool ok = true;
+  QDirIterator it(canon, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+  while (it.hasNext()) {
+    it.next();
+    const QFileInfo fi = it.fileInfo();
+    if (fi.isDir() && !fi.isSymLink())
+      ok = QDir(fi.filePath()).removeRecursively() && ok;
+    else
+      ok = QFile::remove(fi.filePath()) && ok;
+  }
+  if (!ok)
+    Log("CommonUtils", 0, "clearDir: could not remove everything inside %s", qPrintable(path));
+  return ok;
 }

@@ -28,4 +28,11 @@ public:
   //  - two strings compare with QString::localeAwareCompare;
   //  - anything else compares by its text, locale-aware.
   static bool itemValueLessThan(const QVariant& a, const QVariant& b);
+
+  // Deletes everything inside the folder (not the folder itself; links are
+  // removed, never followed). Refuses, with a logged reason and false, any
+  // folder that is not inside the temporary root (Utils::tempPath) and is not
+  // the "rotated" scratch folder of a backup root. A folder that does not
+  // exist is already clear (true).
+  static bool clearDir(const QString& path);
 };

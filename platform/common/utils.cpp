@@ -1,0 +1,95 @@
+#include "platform/common/utils.h"
+
+#include "platform/common/log.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace {
+QString resolved(const QString& path) {
+  // Canonicalise the longest existing ancestor, then append the rest: a path
+  // that does not exist yet still resolves through links of its parents.
+  QString clean = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+  QString rest;
+  QString head = clean;
+  while (!head.isEmpty() && !QFileInfo::exists(head)) {
+    const int slash = head.lastIndexOf(QLatin1Char('/'));
+    if (slash <= 0) {
+      head = QStringLiteral("/");
+      break;
+    }
+    rest.prepend(head.mid(slash));
+    head.truncate(slash);
+  }
+  const QString canon = QFileInfo(head).canonicalFilePath();
+  if (canon.isEmpty())
+    return clean;
+  return QDir::cleanPath(canon + rest);
+}
+
+struct TempRoot {
+  std::unique_ptr<QTemporaryDir> dir;
+  QString path;
+  TempRoot() {
+    QString base = qEnvironmentVariable("SHERD_TEMP");
+    if (base.isEmpty())
+      base = QDir::tempPath();
+    QDir().mkpath(base);
+    dir = std::make_unique<QTemporaryDir>(QDir(base).absoluteFilePath(QStringLiteral("sherd-XXXXXX")));
+    if (!dir->isValid()) {
+      Log("Utils", 0, "cannot create the temporary root under %s: %s", qPrintable(base),
+          qPrintable(dir->errorString()));
+      return;
+    }
+    path = QFileInfo(dir->path()).canonicalFilePath();
+    if (!path.endsWith(QLatin1Char('/')))
+      path += QLatin1Char('/');
+  }
+};
+
+TempRoot& tempRoot() {
+  static TempRoot root;
+  return root;
+}
+} // namespace
+
+QString Utils::tempPath() {
+  TempRoot& root = tempRoot();
+  if (!root.path.isEmpty() && !QFileInfo::exists(root.path))
+    QDir().mkpath(root.path); // someone removed it: make it again
+  return root.path;
+}
+
+bool Utils::isInsideTempPath(const QString& path) {
+  const QString root = tempPath();
+  if (root.isEmpty() || path.isEmpty())
+    return false;
+  const QString p = resolved(path) + QLatin1Char('/');
+  return p.startsWith(root);
+}
+
+QStringList Utils::backupRoots() {
+  const QString over = qEnvironmentVariable("SHERD_BACKUP_ROOT");
+  if (!over.isEmpty())
+    return {QDir::cleanPath(over)};
+  QStringList roots;
+  const QString home = QDir::homePath();
+#if defined(Q_OS_WIN)
+  const QString appData = qEnvironmentVariable("APPDATA");
+  if (!appData.isEmpty())
+    roots << QDir::cleanPath(appData + QStringLiteral("/Apple Computer/MobileSync/Backup"));
+  const QString profile = qEnvironmentVariable("USERPROFILE", home);
+  roots << QDir::cleanPath(profile + QStringLiteral("/Apple/MobileSync/Backup"));
+#elif defined(Q_OS_MACOS)
+  roots << home + QStringLiteral("/Library/Application Support/MobileSync/Backup");
+#else
+  // idevicebackup2 has no default folder; this is the one its users and the
+  // desktop front-ends built on it commonly pick.
+  roots << home + QStringLiteral("/.local/share/MobileSync/Backup");
+  roots << home + QStringLiteral("/MobileSync/Backup");
+#endif
+  return roots;
+}
