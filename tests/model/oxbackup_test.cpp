@@ -1,0 +1,106 @@
+#include "model/oxbackup.h"
+
+#include "model/oxabstractitem.h"
+#include "model/oxdata.h"
+#include "model/oxwhatsappitem.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+TEST(OxBackup, ListsByTypeNumber) {
+  OxBackup b;
+  for (int type = 0; type <= 10; ++type) {
+    ASSERT_NE(b.getOxData(type), nullptr) << type;
+    EXPECT_EQ(b.getOxData(type)->dataType(), type);
+  }
+  EXPECT_EQ(b.getOxData(11), nullptr);
+  EXPECT_EQ(b.getOxData(-1), nullptr);
+  OxData* typed[] = {b.getWhatsappMsg(), b.getKikMsg(), b.getLineMsg(), b.getViberMsg(), b.getMessengerMsg(),
+                     b.getWeChart(),     b.getQQMsg(),  b.getNote(),    b.getCalendar(), b.getSafari(),
+                     b.getCallHistory()};
+  for (int type = 0; type <= 10; ++type)
+    EXPECT_EQ(typed[type], b.getOxData(type)) << type;
+}
+
+TEST(OxBackup, NamesAndDisplayFlags) {
+  OxBackup b;
+  b.getWhatsappMsg()->append(OxWhatsappItem::createItem());
+  b.getWhatsappMsg()->append(OxWhatsappItem::createItem());
+  b.getNote()->append(new OxAbstractItem(2));
+  struct Row {
+    int type;
+    const char* name;
+    const char* listName;
+    bool detail, simple;
+  } rows[] = {
+      {0, "WhatsApp", "WhatsApp (2)", true, true}, {5, "WeChat", "WeChat (0)", true, true},
+      {6, "QQ", "QQ (0)", true, true},             {7, "", " (1)", true, true},
+      {8, "", " (0)", true, false},                {9, "", " (0)", true, false},
+      {10, "", " (0)", false, false},              {11, "", "", false, false},
+      {-1, "", "", false, false},
+  };
+  for (const auto& r : rows) {
+    EXPECT_EQ(OxBackup::dataTypeName(r.type), QString::fromLatin1(r.name)) << r.type;
+    EXPECT_EQ(b.listName(r.type), QString::fromLatin1(r.listName)) << r.type;
+    EXPECT_EQ(OxBackup::displayDetail(r.type), r.detail) << r.type;
+    EXPECT_EQ(OxBackup::displaySimple(r.type), r.simple) << r.type;
+  }
+}
+
+TEST(OxBackup, CountsAndSizesRawOrFilteredChecked) {
+  OxBackup b;
+  OxData* list = b.getKikMsg();
+  for (int i = 0; i < 3; ++i) {
+    auto* item = OxWhatsappItem::createItem();
+    item->setSize(quint64(10 * (i + 1)));
+    list->append(item);
+  }
+  list->setChecked(list->at(0, true), false);
+  EXPECT_EQ(b.listCount(1, false), 3);
+  EXPECT_EQ(b.listCount(1, true), 2);
+  EXPECT_EQ(b.listSize(1, false), 60u);
+  EXPECT_EQ(b.listSize(1, true), 60u - list->at(0, true)->size());
+  EXPECT_EQ(b.listCount(11, false), 0);
+  EXPECT_EQ(b.listSize(-3, true), 0u);
+  EXPECT_EQ(b.getMsgSessionCount(), 3u);
+  EXPECT_EQ(b.getOtherSessionCount(), 0u);
+
+  b.initRecoverCount();
+  EXPECT_EQ(list->recoverCount(), 2);
+  EXPECT_EQ(b.recoverItemSize(), b.listSize(1, true));
+  b.clearAllData();
+  EXPECT_EQ(b.listCount(1, false), 0);
+  EXPECT_NE(b.getKikMsg(), nullptr);
+}
+
+TEST(OxBackup, PropertiesAndRecoverStatistics) {
+  OxBackup b;
+  struct Row {
+    int index;
+    const char* shown;
+  } fresh[] = {{0, "Unknown"}, {3, "N/A"}, {6, "N/A"}, {7, ""}, {-1, ""}};
+  for (const auto& r : fresh)
+    EXPECT_EQ(b.backupProperty(r.index), QString::fromLatin1(r.shown)) << r.index;
+  b.setBackupProperty(QStringLiteral("  Anna's iPhone  "), 0);
+  b.setBackupProperty(QStringLiteral("x"), 7);
+  b.setBackupProperty(QStringLiteral("x"), -1);
+  EXPECT_EQ(b.backupProperty(0), QStringLiteral("Anna's iPhone"));
+  EXPECT_EQ(b.backupPropertyOriginal(3), QString());
+  EXPECT_EQ(b.backupProperty(7), QString());
+
+  b.increaseRecoverStat(2, 1);
+  b.increaseRecoverStat(2, 1);
+  EXPECT_EQ(b.recoveredCount(), 4);
+  EXPECT_EQ(b.dupplicatedCount(), 2);
+  b.resetRecoverStat();
+  EXPECT_EQ(b.recoveredCount(), 0);
+  EXPECT_EQ(b.dupplicatedCount(), 0);
+
+  b.updatePhotoLocation(QStringLiteral("/a.jpg"), QStringLiteral("Oslo"));
+  b.updatePhotoRotate(QStringLiteral("/a.jpg"), 90);
+  EXPECT_EQ(b.getPhotoLocation(QStringLiteral("/a.jpg")), QStringLiteral("Oslo"));
+  EXPECT_EQ(b.getPhotoRotateAngle(QStringLiteral("/a.jpg")), 90);
+  EXPECT_EQ(b.getPhotoLocation(QStringLiteral("/b.jpg")), QString());
+  EXPECT_EQ(b.getPhotoRotateAngle(QStringLiteral("/b.jpg")), 0);
+}
+} // namespace
