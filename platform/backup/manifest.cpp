@@ -1,0 +1,282 @@
+#include "platform/backup/manifest.h"
+
+#include "platform/backup/plistutil.h"
+
+#include <QCryptographicHash>
+#include <QHash>
+#include <QUrl>
+#include <QtEndian>
+
+#include <sqlite3.h>
+
+#include <cstring>
+#include <limits>
+
+namespace Manifest {
+namespace {
+ManifestEntry::Kind kindOfMode(quint32 mode) {
+  switch (mode & 0xF000) {
+  case 0x8000:
+    return ManifestEntry::File;
+  case 0x4000:
+    return ManifestEntry::Directory;
+  case 0xA000:
+    return ManifestEntry::Link;
+  default:
+    return ManifestEntry::Other;
+  }
+}
+
+// Domains repeat across thousands of records: share one string per domain.
+class DomainPool {
+public:
+  QString get(const char* p, int n) {
+    const QByteArray key = QByteArray::fromRawData(p, n);
+    auto it = m_pool.constFind(key);
+    if (it != m_pool.constEnd())
+      return it.value();
+    const QByteArray owned(p, n);
+    const QString s = QString::fromUtf8(owned);
+    m_pool.insert(owned, s);
+    return s;
+  }
+
+private:
+  QHash<QByteArray, QString> m_pool;
+};
+
+plist_t objectAt(plist_t objects, plist_t ref) {
+  if (!ref)
+    return nullptr;
+  if (plist_get_node_type(ref) != PLIST_UID)
+    return ref; // stored inline
+  uint64_t idx = 0;
+  plist_get_uid_val(ref, &idx);
+  if (idx == 0 || idx >= plist_array_get_size(objects))
+    return nullptr; // UID 0 is "$null"
+  return plist_array_get_item(objects, uint32_t(idx));
+}
+
+QByteArray dataOf(plist_t objects, plist_t ref) {
+  plist_t n = objectAt(objects, ref);
+  if (!n)
+    return QByteArray();
+  if (plist_get_node_type(n) == PLIST_DICT)
+    n = objectAt(objects, plist_dict_get_item(n, "NS.data"));
+  if (!n || plist_get_node_type(n) != PLIST_DATA)
+    return QByteArray();
+  uint64_t len = 0;
+  const char* p = plist_get_data_ptr(n, &len);
+  return p ? QByteArray(p, int(len)) : QByteArray();
+}
+
+quint64 uintOf(plist_t dict, const char* key) {
+  return PlistUtil::uinteger(plist_dict_get_item(dict, key));
+}
+
+QString utf8(const unsigned char* p, int n) {
+  return p ? QString::fromUtf8(reinterpret_cast<const char*>(p), n) : QString();
+}
+} // namespace
+
+QByteArray fileIdOf(const QByteArray& domain, const QByteArray& relativePath) {
+  QCryptographicHash h(QCryptographicHash::Sha1);
+  h.addData(domain);
+  h.addData("-", 1);
+  h.addData(relativePath);
+  return h.result().toHex();
+}
+
+bool isFileId(const QByteArray& id) {
+  if (id.size() != 40)
+    return false;
+  for (char c : id) {
+    if (!((c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F')))
+      return false;
+  }
+  return true;
+}
+
+bool decodeMbFile(const char* blob, int length, ManifestEntry* entry) {
+  if (!blob || length < 8 || std::memcmp(blob, "bplist00", 8) != 0)
+    return false;
+  plist_t root = nullptr;
+  plist_from_bin(blob, uint32_t(length), &root);
+  PlistPtr guard(root);
+  if (!root || plist_get_node_type(root) != PLIST_DICT)
+    return false;
+  plist_t objects = plist_dict_get_item(root, "$objects");
+  if (!objects || plist_get_node_type(objects) != PLIST_ARRAY)
+    return false;
+  plist_t top = plist_dict_get_item(root, "$top");
+  plist_t rootRef = top && plist_get_node_type(top) == PLIST_DICT ? plist_dict_get_item(top, "root") : nullptr;
+  plist_t file = rootRef ? objectAt(objects, rootRef) : nullptr;
+  if (!file && plist_array_get_size(objects) > 1)
+    file = plist_array_get_item(objects, 1);
+  if (!file || plist_get_node_type(file) != PLIST_DICT)
+    return false;
+  entry->size = qint64(uintOf(file, "Size"));
+  entry->modified = quint32(uintOf(file, "LastModified"));
+  entry->mode = quint32(uintOf(file, "Mode"));
+  entry->protectionClass = quint32(uintOf(file, "ProtectionClass"));
+  entry->encryptionKey = dataOf(objects, plist_dict_get_item(file, "EncryptionKey"));
+  return true;
+}
+
+bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink, QString* error, bool* truncated) {
+  *truncated = false;
+  sqlite3* db = nullptr;
+  // A database inside the backup folder is opened immutable: SQLite then
+  // neither locks it nor creates anything beside it.
+  const QByteArray uri = inPlace ? "file:" + QUrl::toPercentEncoding(path, "/") + "?mode=ro&immutable=1" : path.toUtf8();
+  int rc = sqlite3_open_v2(uri.constData(), &db, inPlace ? (SQLITE_OPEN_READONLY | SQLITE_OPEN_URI)
+                                                         : SQLITE_OPEN_READWRITE, nullptr);
+  if (rc != SQLITE_OK) {
+    *error = QStringLiteral("cannot open %1: %2").arg(path, QString::fromUtf8(sqlite3_errstr(rc)));
+    sqlite3_close(db);
+    return false;
+  }
+  sqlite3_stmt* stmt = nullptr;
+  rc = sqlite3_prepare_v2(db, "select fileID, domain, relativePath, flags, file from Files", -1, &stmt, nullptr);
+  if (rc != SQLITE_OK) {
+    *error = QStringLiteral("%1 is not a readable manifest database: %2").arg(path, QString::fromUtf8(sqlite3_errmsg(db)));
+    sqlite3_close(db);
+    return false;
+  }
+  DomainPool domains;
+  ManifestEntry e;
+  while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+    e = ManifestEntry();
+    e.fileId = QByteArray(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)), sqlite3_column_bytes(stmt, 0));
+    const auto* dom = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1));
+    e.domain = dom ? domains.get(dom, sqlite3_column_bytes(stmt, 1)) : QString();
+    e.relativePath = utf8(sqlite3_column_text(stmt, 2), sqlite3_column_bytes(stmt, 2));
+    const int flags = sqlite3_column_int(stmt, 3);
+    switch (flags) {
+    case 1:
+      e.kind = ManifestEntry::File;
+      break;
+    case 2:
+      e.kind = ManifestEntry::Directory;
+      break;
+    case 4:
+      e.kind = ManifestEntry::Link;
+      break;
+    default:
+      e.kind = ManifestEntry::Other;
+      break;
+    }
+    if (e.kind == ManifestEntry::File) {
+      const auto* blob = static_cast<const char*>(sqlite3_column_blob(stmt, 4));
+      if (!decodeMbFile(blob, sqlite3_column_bytes(stmt, 4), &e))
+        e.kind = ManifestEntry::Other; // unreadable metadata: not a usable file record
+      else
+        e.fileId = e.fileId.toLower();
+    }
+    sink(e);
+  }
+  if (rc != SQLITE_DONE) {
+    *error = QStringLiteral("reading %1 stopped early: %2").arg(path, QString::fromUtf8(sqlite3_errmsg(db)));
+    *truncated = true;
+  }
+  sqlite3_finalize(stmt);
+  sqlite3_close(db);
+  return true;
+}
+
+bool readMbdb(const QByteArray& data, const ManifestSink& sink, QString* error, bool* truncated) {
+  *truncated = false;
+  if (data.size() < 6 || std::memcmp(data.constData(), "mbdb", 4) != 0) {
+    *error = QStringLiteral("not a Manifest.mbdb file (bad header)");
+    return false;
+  }
+  const auto* p = reinterpret_cast<const uchar*>(data.constData());
+  const qint64 end = data.size();
+  qint64 pos = 6;
+  DomainPool domains;
+
+  // Each reader returns false when the record is cut short.
+  auto u8 = [&](quint32* v) {
+    if (end - pos < 1)
+      return false;
+    *v = p[pos++];
+    return true;
+  };
+  auto u16 = [&](quint32* v) {
+    if (end - pos < 2)
+      return false;
+    *v = qFromBigEndian<quint16>(p + pos);
+    pos += 2;
+    return true;
+  };
+  auto u32 = [&](quint32* v) {
+    if (end - pos < 4)
+      return false;
+    *v = qFromBigEndian<quint32>(p + pos);
+    pos += 4;
+    return true;
+  };
+  auto u64 = [&](quint64* v) {
+    if (end - pos < 8)
+      return false;
+    *v = qFromBigEndian<quint64>(p + pos);
+    pos += 8;
+    return true;
+  };
+  // A string: uint16 length then bytes; 0xFFFF is null.
+  auto str = [&](qint64* at, int* len) {
+    quint32 n = 0;
+    if (!u16(&n))
+      return false;
+    if (n == 0xFFFF) {
+      *at = -1;
+      *len = 0;
+      return true;
+    }
+    if (end - pos < qint64(n))
+      return false;
+    *at = pos;
+    *len = int(n);
+    pos += n;
+    return true;
+  };
+
+  ManifestEntry e;
+  while (pos < end) {
+    const qint64 start = pos;
+    qint64 domAt, pathAt, linkAt, hashAt, keyAt;
+    int domLen, pathLen, linkLen, hashLen, keyLen;
+    quint32 mode = 0, uid = 0, gid = 0, mtime = 0, atime = 0, ctime = 0, cls = 0, props = 0;
+    quint64 inode = 0, length = 0;
+    bool ok = str(&domAt, &domLen) && str(&pathAt, &pathLen) && str(&linkAt, &linkLen) && str(&hashAt, &hashLen) &&
+              str(&keyAt, &keyLen) && u16(&mode) && u64(&inode) && u32(&uid) && u32(&gid) && u32(&mtime) &&
+              u32(&atime) && u32(&ctime) && u64(&length) && u8(&cls) && u8(&props);
+    for (quint32 i = 0; ok && i < props; ++i) {
+      qint64 a;
+      int n;
+      ok = str(&a, &n) && str(&a, &n);
+    }
+    if (!ok) {
+      *error = QStringLiteral("Manifest.mbdb ends inside a record at byte %1").arg(start);
+      *truncated = true;
+      break;
+    }
+    e = ManifestEntry();
+    const char* base = data.constData();
+    const QByteArray dom = domAt >= 0 ? QByteArray::fromRawData(base + domAt, domLen) : QByteArray();
+    const QByteArray rel = pathAt >= 0 ? QByteArray::fromRawData(base + pathAt, pathLen) : QByteArray();
+    e.domain = domains.get(dom.constData(), dom.size());
+    e.relativePath = QString::fromUtf8(rel);
+    e.fileId = fileIdOf(dom, rel);
+    e.mode = mode;
+    e.kind = kindOfMode(mode);
+    e.modified = mtime;
+    e.size = qint64(qMin<quint64>(length, quint64(std::numeric_limits<qint64>::max())));
+    e.protectionClass = cls;
+    if (keyAt >= 0)
+      e.encryptionKey = QByteArray(base + keyAt, keyLen);
+    sink(e);
+  }
+  return true;
+}
+} // namespace Manifest

@@ -1,0 +1,43 @@
+#pragma once
+// Readers of the two manifest generations: Manifest.db (an SQLite table of
+// records whose metadata is a keyed-archive property list) and Manifest.mbdb
+// (a binary list of records). Private to the backup library.
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+
+struct ManifestEntry {
+  enum Kind { File, Directory, Link, Other };
+  Kind kind = Other;
+  QString domain;
+  QString relativePath;
+  QByteArray fileId; // 40 lower-case hex digits
+  qint64 size = 0;
+  quint32 modified = 0;
+  quint32 mode = 0;
+  quint32 protectionClass = 0;
+  QByteArray encryptionKey; // 44 bytes in encrypted backups
+};
+
+using ManifestSink = std::function<void(ManifestEntry&)>;
+
+namespace Manifest {
+// Decodes the MBFile keyed archive of a Manifest.db record into *entry (size,
+// times, mode, class, key). False when the blob is not such an archive.
+bool decodeMbFile(const char* blob, int length, ManifestEntry* entry);
+
+// Reads every record of Files, in table order. False, with *error set, when the
+// file cannot be opened as a database with that table; a read error part-way
+// keeps the records already handed over, sets *error and returns true with
+// *truncated set.
+bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink, QString* error, bool* truncated);
+
+// Reads Manifest.mbdb bytes. False when the header is wrong; a record cut
+// short ends the list (earlier records are kept) and sets *truncated.
+bool readMbdb(const QByteArray& data, const ManifestSink& sink, QString* error, bool* truncated);
+
+// SHA-1 of "domain-relativePath", 40 lower-case hex digits.
+QByteArray fileIdOf(const QByteArray& domain, const QByteArray& relativePath);
+bool isFileId(const QByteArray& id);
+} // namespace Manifest

@@ -1,0 +1,478 @@
+#include "platform/backup/mobilebackup.h"
+
+#include "platform/backup/backupcrypto.h"
+#include "platform/backup/backupinfo_p.h"
+#include "platform/backup/keybag.h"
+#include "platform/backup/manifest.h"
+#include "platform/backup/plistutil.h"
+#include "platform/common/log.h"
+#include "platform/common/utils.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QTemporaryDir>
+#include <QVector>
+
+#include <algorithm>
+
+namespace {
+const char kModule[] = "iTunesBackup";
+
+thread_local QString t_lastError;
+thread_local MobileBackup::Error t_lastErrorCode = MobileBackup::Error::None;
+
+void setLoadError(MobileBackup::Error code, const QString& text) {
+  t_lastErrorCode = code;
+  t_lastError = text;
+  Log(kModule, 0, "%s", qPrintable(text));
+}
+
+// A file of the backup as opening found it; the decrypted copy is added later.
+struct Entry {
+  QString domain;
+  QString relativePath;
+  QByteArray fileId;
+  qint64 size = 0;
+  quint32 modified = 0;
+  quint32 protectionClass = 0;
+  QByteArray encryptionKey;
+  QString decryptedPath;
+};
+
+// Whether a relative path would lead out of the folder it is put under.
+bool isUnsafeRelativePath(const QString& rel) {
+  if (rel.startsWith(QLatin1Char('/')) || rel.startsWith(QLatin1Char('\\')) ||
+      (rel.size() > 1 && rel.at(1) == QLatin1Char(':')))
+    return true;
+  const QStringList parts = QString(rel).replace(QLatin1Char('\\'), QLatin1Char('/')).split(QLatin1Char('/'));
+  return parts.contains(QStringLiteral(".."));
+}
+
+QString lastComponent(const QString& rel) {
+  const int slash = rel.lastIndexOf(QLatin1Char('/'));
+  return slash < 0 ? rel : rel.mid(slash + 1);
+}
+
+bool copyReplacing(const QString& from, const QString& to, QString* error) {
+  if (QFileInfo::exists(to) && !QFile::remove(to)) {
+    *error = QStringLiteral("cannot replace %1").arg(to);
+    return false;
+  }
+  QFile src(from);
+  if (!src.copy(to)) {
+    *error = QStringLiteral("cannot copy %1 to %2: %3").arg(from, to, src.errorString());
+    return false;
+  }
+  // Copies of read-only stored files must stay writable for SQLite's
+  // companions and for clearing the folder later.
+  QFile::setPermissions(to, QFile::permissions(to) | QFileDevice::WriteOwner | QFileDevice::ReadOwner);
+  return true;
+}
+
+void fillFromInfo(plist_t dict, BackupInfo* i) {
+  using PlistUtil::string;
+  i->deviceName = string(dict, "Device Name");
+  i->displayName = string(dict, "Display Name");
+  i->productType = string(dict, "Product Type");
+  i->productName = string(dict, "Product Name");
+  i->productVersion = string(dict, "Product Version");
+  i->buildVersion = string(dict, "Build Version");
+  i->serialNumber = string(dict, "Serial Number");
+  i->imei = string(dict, "IMEI");
+  i->imei2 = string(dict, "IMEI 2");
+  i->meid = string(dict, "MEID");
+  i->phoneNumber = string(dict, "Phone Number");
+  i->iccid = string(dict, "ICCID");
+  i->uniqueIdentifier = string(dict, "Unique Identifier");
+  i->lastBackupDate = PlistUtil::date(dict, "Last Backup Date");
+}
+
+void fillGap(QString* field, const QString& value) {
+  if (field->isEmpty())
+    *field = value;
+}
+} // namespace
+
+BackupProperties readBackupProperties(const QString& folder) {
+  BackupProperties p;
+  const QDir dir(folder);
+  QString err;
+  if (PlistPtr info = PlistUtil::fromFile(dir.filePath(QStringLiteral("Info.plist")), &err)) {
+    p.hasInfo = true;
+    fillFromInfo(info.get(), &p.info);
+  } else {
+    Log(kModule, 1, "%s", qPrintable(err));
+  }
+  if (PlistPtr man = PlistUtil::fromFile(dir.filePath(QStringLiteral("Manifest.plist")), &err)) {
+    p.hasManifest = true;
+    plist_t m = man.get();
+    p.info.encrypted = PlistUtil::boolean(m, "IsEncrypted");
+    p.info.passcodeSet = PlistUtil::boolean(m, "WasPasscodeSet");
+    p.info.manifestVersion = PlistUtil::string(m, "Version");
+    p.keybag = PlistUtil::data(m, "BackupKeyBag");
+    p.manifestKey = PlistUtil::data(m, "ManifestKey");
+    plist_t lock = plist_get_node_type(m) == PLIST_DICT ? plist_dict_get_item(m, "Lockdown") : nullptr;
+    if (lock) {
+      fillGap(&p.info.deviceName, PlistUtil::string(lock, "DeviceName"));
+      fillGap(&p.info.productType, PlistUtil::string(lock, "ProductType"));
+      fillGap(&p.info.productVersion, PlistUtil::string(lock, "ProductVersion"));
+      fillGap(&p.info.buildVersion, PlistUtil::string(lock, "BuildVersion"));
+      fillGap(&p.info.serialNumber, PlistUtil::string(lock, "SerialNumber"));
+      fillGap(&p.info.uniqueIdentifier, PlistUtil::string(lock, "UniqueDeviceID"));
+    }
+    if (!p.info.lastBackupDate.isValid())
+      p.info.lastBackupDate = PlistUtil::date(m, "Date");
+  } else {
+    Log(kModule, 1, "%s", qPrintable(err));
+  }
+  if (PlistPtr st = PlistUtil::fromFile(dir.filePath(QStringLiteral("Status.plist")), &err)) {
+    p.info.snapshotState = PlistUtil::string(st.get(), "SnapshotState");
+    if (!p.info.lastBackupDate.isValid())
+      p.info.lastBackupDate = PlistUtil::date(st.get(), "Date");
+  }
+  fillGap(&p.info.displayName, p.info.deviceName);
+  return p;
+}
+
+QString BackupFileRecord::fileName() const { return lastComponent(relativePath); }
+
+struct MobileBackup::Private {
+  QString path;
+  BackupInfo info;
+  Generation generation = Generation::ManifestDb;
+  Keybag keybag;
+  QVector<Entry> entries;
+  int directories = 0, links = 0, others = 0;
+  mutable QHash<QString, int> index; // domain '\0' relative path -> entry, built on first lookup
+  std::unique_ptr<QTemporaryDir> scratch;
+
+  QString scratchPath() {
+    if (!scratch) {
+      const QString root = Utils::tempPath();
+      if (root.isEmpty())
+        return QString();
+      scratch = std::make_unique<QTemporaryDir>(root + QStringLiteral("backup-XXXXXX"));
+      if (!scratch->isValid()) {
+        Log(kModule, 0, "cannot create a scratch folder under %s", qPrintable(root));
+        scratch.reset();
+        return QString();
+      }
+    }
+    return scratch->path();
+  }
+
+  QString storedPath(const Entry& e) const {
+    const QString id = QString::fromLatin1(e.fileId);
+    if (generation == Generation::ManifestDb)
+      return path + QLatin1Char('/') + id.left(2) + QLatin1Char('/') + id;
+    return path + QLatin1Char('/') + id;
+  }
+
+  bool readManifest(const BackupProperties& props);
+};
+
+MobileBackup::MobileBackup() : d(new Private) {}
+MobileBackup::~MobileBackup() = default;
+
+QString MobileBackup::lastError() { return t_lastError; }
+MobileBackup::Error MobileBackup::lastErrorCode() { return t_lastErrorCode; }
+
+MobileBackup* MobileBackup::loadFromPath(const QString& path, const QString& password) {
+  t_lastError.clear();
+  t_lastErrorCode = Error::None;
+  const QFileInfo fi(path);
+  if (path.isEmpty() || !fi.isDir()) {
+    setLoadError(Error::NotFound, QStringLiteral("no backup folder at %1").arg(path));
+    return nullptr;
+  }
+  std::unique_ptr<MobileBackup> b(new MobileBackup);
+  Private* d = b->d.get();
+  d->path = fi.canonicalFilePath();
+  const BackupProperties props = readBackupProperties(d->path);
+  d->info = props.info;
+
+  if (d->info.encrypted) {
+    if (password.isEmpty()) {
+      setLoadError(Error::PasswordRequired, QStringLiteral("backup %1 is encrypted: a password is needed").arg(path));
+      return nullptr;
+    }
+    QString err;
+    if (!d->keybag.parse(props.keybag, &err)) {
+      setLoadError(Error::Damaged, QStringLiteral("backup %1: %2").arg(path, err));
+      return nullptr;
+    }
+    if (!d->keybag.unknownTags().isEmpty())
+      Log(kModule, 1, "backup %s: keybag tags skipped: %s", qPrintable(path),
+          qPrintable(d->keybag.unknownTags().join(QLatin1Char(' '))));
+    if (!d->keybag.unlock(password.toUtf8(), &err)) {
+      setLoadError(Error::WrongPassword, QStringLiteral("backup %1: %2").arg(path, err));
+      return nullptr;
+    }
+  }
+  if (!d->readManifest(props))
+    return nullptr;
+  Log(kModule, 1, "opened backup %s: %d files, %d folders, %d links", qPrintable(path), int(d->entries.size()),
+      d->directories, d->links);
+  return b.release();
+}
+
+bool MobileBackup::Private::readManifest(const BackupProperties& props) {
+  const QDir dir(path);
+  const QString dbPath = dir.filePath(QStringLiteral("Manifest.db"));
+  const QString mbdbPath = dir.filePath(QStringLiteral("Manifest.mbdb"));
+  ManifestSink sink = [this](ManifestEntry& m) {
+    switch (m.kind) {
+    case ManifestEntry::Directory:
+      ++directories;
+      return;
+    case ManifestEntry::Link:
+      ++links;
+      return;
+    case ManifestEntry::Other:
+      ++others;
+      return;
+    case ManifestEntry::File:
+      break;
+    }
+    if (!Manifest::isFileId(m.fileId)) {
+      ++others; // its name could lead anywhere: not a usable record
+      return;
+    }
+    Entry e;
+    e.domain = m.domain;
+    e.relativePath = m.relativePath;
+    e.fileId = m.fileId;
+    e.size = m.size;
+    e.modified = m.modified;
+    e.protectionClass = m.protectionClass;
+    e.encryptionKey = m.encryptionKey;
+    entries.append(e);
+  };
+
+  QString err;
+  bool truncated = false;
+  if (QFileInfo(dbPath).isFile()) {
+    generation = Generation::ManifestDb;
+    QString openPath = dbPath;
+    bool inPlace = true;
+    if (info.encrypted && !props.manifestKey.isEmpty()) {
+      QByteArray key;
+      const QString work = scratchPath();
+      if (work.isEmpty() || !keybag.unwrapKey(props.manifestKey, 0, &key, &err)) {
+        setLoadError(MobileBackup::Error::Damaged,
+                     QStringLiteral("backup %1: the manifest key cannot be used: %2").arg(path, err));
+        return false;
+      }
+      openPath = work + QStringLiteral("/Manifest.db");
+      qint64 len = 0;
+      if (!BackupCrypto::decryptFile(dbPath, openPath, key, &len, &err)) {
+        setLoadError(MobileBackup::Error::Damaged,
+                     QStringLiteral("backup %1: Manifest.db does not decrypt: %2").arg(path, err));
+        return false;
+      }
+      QFile check(openPath);
+      if (!check.open(QIODevice::ReadOnly) || check.read(16) != QByteArray("SQLite format 3\0", 16)) {
+        setLoadError(MobileBackup::Error::Damaged,
+                     QStringLiteral("backup %1: the decrypted Manifest.db is not a database").arg(path));
+        return false;
+      }
+      inPlace = false;
+    } else if (QFileInfo(dbPath + QStringLiteral("-wal")).size() > 0) {
+      // Committed rows may still sit in the log: read a copy with its companions.
+      const QString work = scratchPath();
+      if (work.isEmpty()) {
+        setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: no scratch folder").arg(path));
+        return false;
+      }
+      openPath = work + QStringLiteral("/Manifest.db");
+      bool ok = copyReplacing(dbPath, openPath, &err);
+      for (const char* suffix : {"-wal", "-shm"}) {
+        const QString c = dbPath + QLatin1String(suffix);
+        if (ok && QFileInfo::exists(c))
+          ok = copyReplacing(c, openPath + QLatin1String(suffix), &err);
+      }
+      if (!ok) {
+        setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
+        return false;
+      }
+      inPlace = false;
+    }
+    if (!Manifest::readManifestDb(openPath, inPlace, sink, &err, &truncated)) {
+      setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
+      return false;
+    }
+    if (!inPlace)
+      QFile::remove(openPath); // the records are in memory now; keep no plaintext index around
+  } else if (QFileInfo(mbdbPath).isFile()) {
+    generation = Generation::Mbdb;
+    QFile f(mbdbPath);
+    if (!f.open(QIODevice::ReadOnly)) {
+      setLoadError(MobileBackup::Error::NotABackup,
+                   QStringLiteral("backup %1: cannot read Manifest.mbdb: %2").arg(path, f.errorString()));
+      return false;
+    }
+    QByteArray bytes;
+    if (f.size() > 0) {
+      if (uchar* map = f.map(0, f.size()))
+        bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(map), int(qMin<qint64>(f.size(), INT_MAX)));
+      else
+        bytes = f.readAll();
+    }
+    if (!Manifest::readMbdb(bytes, sink, &err, &truncated)) {
+      setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
+      return false;
+    }
+  } else {
+    setLoadError(MobileBackup::Error::NotABackup,
+                 QStringLiteral("%1 is not a backup: it has neither Manifest.db nor Manifest.mbdb").arg(path));
+    return false;
+  }
+  if (truncated)
+    Log(kModule, 0, "backup %s: %s; %d records read before that", qPrintable(path), qPrintable(err),
+        int(entries.size()) + directories + links + others);
+  if (others > 0)
+    Log(kModule, 1, "backup %s: %d records of unknown kind or unreadable metadata skipped", qPrintable(path), others);
+  // Empty files go last: a reader that stops at the first empty record must
+  // still see every file with content.
+  std::stable_partition(entries.begin(), entries.end(), [](const Entry& e) { return e.size > 0; });
+  entries.squeeze();
+  return true;
+}
+
+QString MobileBackup::path() const { return d->path; }
+MobileBackup::Generation MobileBackup::generation() const { return d->generation; }
+bool MobileBackup::isEncrypted() const { return d->info.encrypted; }
+const BackupInfo& MobileBackup::backupInfo() const { return d->info; }
+int MobileBackup::fileCount() const { return d->entries.size(); }
+int MobileBackup::directoryCount() const { return d->directories; }
+int MobileBackup::linkCount() const { return d->links; }
+int MobileBackup::otherCount() const { return d->others; }
+
+BackupFileRecord MobileBackup::fileAt(int index) const {
+  BackupFileRecord r;
+  if (index < 0 || index >= d->entries.size())
+    return r;
+  const Entry& e = d->entries.at(index);
+  r.domain = e.domain;
+  r.relativePath = e.relativePath;
+  r.modified = e.modified;
+  r.size = e.size;
+  r.fileId = QString::fromLatin1(e.fileId);
+  return r;
+}
+
+int MobileBackup::findFile(const QString& domain, const QString& relativePath) const {
+  if (d->index.isEmpty() && !d->entries.isEmpty()) {
+    d->index.reserve(d->entries.size());
+    for (int i = 0; i < d->entries.size(); ++i) {
+      const Entry& e = d->entries.at(i);
+      d->index.insert(e.domain + QChar(0) + e.relativePath, i); // a later record wins
+    }
+  }
+  return d->index.value(domain + QChar(0) + relativePath, -1);
+}
+
+QString MobileBackup::filePath(int index) {
+  if (index < 0 || index >= d->entries.size()) {
+    Log(kModule, 0, "backup %s: no file record %d", qPrintable(d->path), index);
+    return QString();
+  }
+  Entry& e = d->entries[index];
+  const QString stored = d->storedPath(e);
+  if (!QFileInfo(stored).isFile()) {
+    Log(kModule, 1, "backup %s: %s-%s is not on disk (%s)", qPrintable(d->path), qPrintable(e.domain),
+        qPrintable(e.relativePath), e.fileId.constData());
+    return QString();
+  }
+  if (!d->info.encrypted)
+    return stored;
+  if (!e.decryptedPath.isEmpty() && QFileInfo::exists(e.decryptedPath))
+    return e.decryptedPath;
+  QString err;
+  QByteArray key;
+  if (!d->keybag.unwrapKey(e.encryptionKey, d->generation == Generation::Mbdb ? e.protectionClass : 0, &key, &err)) {
+    Log(kModule, 0, "backup %s: %s-%s: %s", qPrintable(d->path), qPrintable(e.domain), qPrintable(e.relativePath),
+        qPrintable(err));
+    return QString();
+  }
+  const QString work = d->scratchPath();
+  if (work.isEmpty())
+    return QString();
+  const QString out = work + QLatin1Char('/') + QString::fromLatin1(e.fileId);
+  qint64 len = 0;
+  if (!BackupCrypto::decryptFile(stored, out, key, &len, &err)) {
+    Log(kModule, 0, "backup %s: %s-%s: %s", qPrintable(d->path), qPrintable(e.domain), qPrintable(e.relativePath),
+        qPrintable(err));
+    return QString();
+  }
+  if (len != e.size) {
+    Log(kModule, 1, "backup %s: %s-%s: the manifest says %lld bytes, the decrypted file has %lld",
+        qPrintable(d->path), qPrintable(e.domain), qPrintable(e.relativePath), static_cast<long long>(e.size),
+        static_cast<long long>(len));
+    e.size = len;
+  }
+  e.decryptedPath = out;
+  return out;
+}
+
+QString MobileBackup::extractFile(int index, const QString& destFolder) {
+  if (index < 0 || index >= d->entries.size())
+    return QString();
+  const Entry& e = d->entries.at(index);
+  if (isUnsafeRelativePath(e.relativePath)) {
+    Log(kModule, 0, "backup %s: refusing to extract %s-%s: the path leads out of its folder", qPrintable(d->path),
+        qPrintable(e.domain), qPrintable(e.relativePath));
+    return QString();
+  }
+  const QString name = lastComponent(e.relativePath);
+  if (name.isEmpty() || name == QLatin1String(".")) {
+    Log(kModule, 0, "backup %s: record %d has no file name", qPrintable(d->path), index);
+    return QString();
+  }
+  if (!Utils::isInsideTempPath(destFolder)) {
+    Log(kModule, 0, "refusing to extract into %s: outside the temporary root", qPrintable(destFolder));
+    return QString();
+  }
+  const QString source = filePath(index);
+  if (source.isEmpty())
+    return QString();
+  if (!QDir().mkpath(destFolder)) {
+    Log(kModule, 0, "cannot create %s", qPrintable(destFolder));
+    return QString();
+  }
+  const QString target = QDir(destFolder).absoluteFilePath(name);
+  QString err;
+  if (!copyReplacing(source, target, &err)) {
+    Log(kModule, 0, "%s", qPrintable(err));
+    return QString();
+  }
+  return target;
+}
+
+QString MobileBackup::generalSqlDbFile(const QString& destPrefix, const QString& domain, const QString& relativePath) {
+  const int idx = findFile(domain, relativePath);
+  if (idx < 0) {
+    Log(kModule, 1, "backup %s has no %s-%s", qPrintable(d->path), qPrintable(domain), qPrintable(relativePath));
+    return QString();
+  }
+  const QString name = lastComponent(relativePath);
+  // Companions left by an earlier copy of another backup would be replayed
+  // into this one: remove the ones this backup does not supply.
+  for (const char* suffix : {"-wal", "-shm", "-journal"}) {
+    const QString stale = QDir(destPrefix).absoluteFilePath(name + QLatin1String(suffix));
+    if (QFileInfo::exists(stale) && Utils::isInsideTempPath(stale))
+      QFile::remove(stale);
+  }
+  const QString db = extractFile(idx, destPrefix);
+  if (db.isEmpty())
+    return QString();
+  for (const char* suffix : {"-wal", "-shm", "-journal"}) {
+    const int c = findFile(domain, relativePath + QLatin1String(suffix));
+    if (c >= 0 && d->entries.at(c).size >= 0 && extractFile(c, destPrefix).isEmpty())
+      Log(kModule, 1, "backup %s: the companion %s%s could not be copied", qPrintable(d->path),
+          qPrintable(relativePath), suffix);
+  }
+  return db;
+}
