@@ -1,0 +1,417 @@
+#include "widgets/checkboxheaderview.h"
+
+#include <QCursor>
+#include <QDir>
+#include <QImage>
+#include <QItemSelectionModel>
+#include <QPixmap>
+#include <QSignalSpy>
+#include <QStandardItemModel>
+#include <QTableView>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace {
+
+// Opens the protected geometry of the header to the tests.
+class ProbeHeader : public CheckBoxHeaderView {
+public:
+  using CheckBoxHeaderView::CheckBoxHeaderView;
+  using CheckBoxHeaderView::checkBoxIndicatorRect;
+
+  // The section of a logical index as the header paints it (viewport coordinates).
+  QRect sectionRect(int logical) const {
+    if (orientation() == Qt::Horizontal)
+      return QRect(sectionViewportPosition(logical), 0, sectionSize(logical), viewport()->height());
+    return QRect(0, sectionViewportPosition(logical), viewport()->width(), sectionSize(logical));
+  }
+  // Where the box of a section is, whether or not that section carries it.
+  QRect boxRect(int logical) const {
+    int extraWidth = 0;
+    return checkBoxIndicatorRect(sectionRect(logical), extraWidth);
+  }
+};
+
+// A shown table of six rows and three columns whose horizontal header carries
+// the box in boxColumn and shows a sort indicator, ascending on column 0. With
+// sorting on, the view sorts its model by the header's indicator (and then no
+// longer selects a column on a header press); with it off, a header press
+// selects the column.
+struct Table {
+  QStandardItemModel model{6, 3};
+  QTableView view;
+  ProbeHeader* header = nullptr;
+
+  explicit Table(int boxColumn = 0, bool sorting = true) {
+    model.setHorizontalHeaderLabels({QStringLiteral("All"), QStringLiteral("Name"), QStringLiteral("Date")});
+    for (int r = 0; r < model.rowCount(); ++r)
+      for (int c = 0; c < model.columnCount(); ++c)
+        model.setItem(r, c, new QStandardItem(QStringLiteral("r%1c%2").arg((r * 7) % 6).arg(c)));
+    header = new ProbeHeader(Qt::Horizontal, &view);
+    header->setSectionsClickable(true); // as on the header a table view makes itself
+    view.setHorizontalHeader(header);
+    view.setModel(&model);
+    view.setSortingEnabled(sorting);
+    header->setSortIndicatorShown(true);
+    header->setSortIndicator(0, Qt::AscendingOrder);
+    header->resizeSection(0, 120);
+    header->setCheckBoxColumn(boxColumn);
+    view.resize(480, 240);
+    view.show();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(&view));
+    parkCursor();
+  }
+
+  QWidget* vp() const { return header->viewport(); }
+  QPoint boxCentre(int logical = 0) const { return header->boxRect(logical).center(); }
+  // Inside section 0, well to the right of its box.
+  QPoint elsewhereInSection0() const {
+    const QRect s = header->sectionRect(0);
+    return QPoint(s.right() - 10, s.center().y());
+  }
+  // Keeps the mouse off the header so that pictures show no hover.
+  void parkCursor() const { QCursor::setPos(view.mapToGlobal(QPoint(view.width() - 5, view.height() - 5))); }
+
+  QImage picture() const { return header->grab().toImage(); }
+  // The picture's pixels under a viewport rectangle.
+  QImage crop(const QImage& image, const QRect& viewportRect) const {
+    return image.copy(viewportRect.translated(vp()->mapTo(header, QPoint(0, 0))));
+  }
+};
+
+enum class At { Box, Elsewhere };
+
+struct ClickCase {
+  const char* name;
+  int boxColumn;
+  bool enabled;
+  Qt::CheckState before;
+  Qt::MouseButton button;
+  At press;
+  At release;
+  Qt::CheckState after;
+  std::vector<int> emitted;
+  bool sorts;   // the sort order of section 0 flips
+  bool selects; // column 0 becomes selected (when the view does not sort)
+};
+
+TEST(CheckBoxHeaderView, StartsUncheckedWithoutColumnAndTracksTheMouse) {
+  CheckBoxHeaderView header(Qt::Horizontal);
+  EXPECT_EQ(header.checkState(), Qt::Unchecked);
+  EXPECT_EQ(header.checkBoxColumn(), -1);
+  EXPECT_TRUE(header.checkBoxEnabled());
+  EXPECT_TRUE(header.testAttribute(Qt::WA_MouseTracking));
+  header.setCheckBoxColumn(-7);
+  EXPECT_EQ(header.checkBoxColumn(), -1);
+}
+
+TEST(CheckBoxHeaderView, SetCheckStateEmitsOnlyOnChange) {
+  CheckBoxHeaderView header(Qt::Horizontal);
+  QSignalSpy spy(&header, &CheckBoxHeaderView::checkStateChanged);
+  const Qt::CheckState calls[] = {Qt::Unchecked,        Qt::Checked,   Qt::Checked,
+                                  Qt::PartiallyChecked, Qt::Unchecked, Qt::Unchecked};
+  for (Qt::CheckState s : calls)
+    header.setCheckState(s);
+  ASSERT_EQ(spy.count(), 3);
+  EXPECT_EQ(spy.at(0).at(0).toInt(), int(Qt::Checked));
+  EXPECT_EQ(spy.at(1).at(0).toInt(), int(Qt::PartiallyChecked));
+  EXPECT_EQ(spy.at(2).at(0).toInt(), int(Qt::Unchecked));
+  EXPECT_EQ(header.checkState(), Qt::Unchecked);
+}
+
+TEST(CheckBoxHeaderView, PressAndReleaseRules) {
+  const std::vector<ClickCase> cases = {
+      {"click in box ticks", 0, true, Qt::Unchecked, Qt::LeftButton, At::Box, At::Box, Qt::Checked, {2}, false, false},
+      {"click in box unticks",
+       0,
+       true,
+       Qt::Checked,
+       Qt::LeftButton,
+       At::Box,
+       At::Box,
+       Qt::Unchecked,
+       {0},
+       false,
+       false},
+      {"partly checked becomes checked",
+       0,
+       true,
+       Qt::PartiallyChecked,
+       Qt::LeftButton,
+       At::Box,
+       At::Box,
+       Qt::Checked,
+       {2},
+       false,
+       false},
+      {"release outside the box cancels",
+       0,
+       true,
+       Qt::Unchecked,
+       Qt::LeftButton,
+       At::Box,
+       At::Elsewhere,
+       Qt::Unchecked,
+       {},
+       false,
+       false},
+      {"press outside, release in box",
+       0,
+       true,
+       Qt::Unchecked,
+       Qt::LeftButton,
+       At::Elsewhere,
+       At::Box,
+       Qt::Unchecked,
+       {},
+       true,
+       true},
+      {"click elsewhere in the section sorts",
+       0,
+       true,
+       Qt::Unchecked,
+       Qt::LeftButton,
+       At::Elsewhere,
+       At::Elsewhere,
+       Qt::Unchecked,
+       {},
+       true,
+       true},
+      {"disabled box passes clicks",
+       0,
+       false,
+       Qt::Unchecked,
+       Qt::LeftButton,
+       At::Box,
+       At::Box,
+       Qt::Unchecked,
+       {},
+       true,
+       true},
+      {"no box column is a plain header",
+       -1,
+       true,
+       Qt::Unchecked,
+       Qt::LeftButton,
+       At::Box,
+       At::Box,
+       Qt::Unchecked,
+       {},
+       true,
+       true},
+      {"box on another section",
+       1,
+       true,
+       Qt::Unchecked,
+       Qt::LeftButton,
+       At::Box,
+       At::Box,
+       Qt::Unchecked,
+       {},
+       true,
+       true},
+      {"right button does not toggle",
+       0,
+       true,
+       Qt::Unchecked,
+       Qt::RightButton,
+       At::Box,
+       At::Box,
+       Qt::Unchecked,
+       {},
+       false,
+       false},
+  };
+  for (const ClickCase& c : cases)
+    for (bool sorting : {true, false}) {
+      SCOPED_TRACE(std::string(c.name) + (sorting ? ", sorting view" : ", selecting view"));
+      Table t(c.boxColumn, sorting);
+      t.header->setCheckBoxEnabled(c.enabled);
+      t.header->setCheckState(c.before);
+      QSignalSpy spy(t.header, &CheckBoxHeaderView::checkStateChanged);
+      QSignalSpy clicked(t.header, &QHeaderView::sectionClicked);
+
+      auto point = [&](At at) { return at == At::Box ? t.boxCentre(0) : t.elsewhereInSection0(); };
+      QTest::mousePress(t.vp(), c.button, Qt::NoModifier, point(c.press));
+      QTest::mouseRelease(t.vp(), c.button, Qt::NoModifier, point(c.release));
+
+      EXPECT_EQ(t.header->checkState(), c.after);
+      std::vector<int> emitted;
+      for (const QList<QVariant>& args : spy)
+        emitted.push_back(args.at(0).toInt());
+      EXPECT_EQ(emitted, c.emitted);
+      EXPECT_EQ(t.header->sortIndicatorSection(), 0);
+      EXPECT_EQ(t.header->sortIndicatorOrder(), c.sorts ? Qt::DescendingOrder : Qt::AscendingOrder);
+      EXPECT_EQ(clicked.count(), c.sorts ? 1 : 0);
+      EXPECT_EQ(t.view.selectionModel()->isColumnSelected(0, QModelIndex()), c.selects && !sorting);
+    }
+}
+
+TEST(CheckBoxHeaderView, TwoClicksInTheBoxGoBackAndForth) {
+  Table t;
+  QSignalSpy spy(t.header, &CheckBoxHeaderView::checkStateChanged);
+  QTest::mouseClick(t.vp(), Qt::LeftButton, Qt::NoModifier, t.boxCentre());
+  QTest::mouseClick(t.vp(), Qt::LeftButton, Qt::NoModifier, t.boxCentre(), 300);
+  EXPECT_EQ(spy.count(), 2);
+  EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
+  EXPECT_EQ(t.header->sortIndicatorOrder(), Qt::AscendingOrder);
+}
+
+TEST(CheckBoxHeaderView, VerticalHeaderCarriesTheBoxOnARow) {
+  Table t(-1);
+  auto* rows = new ProbeHeader(Qt::Vertical, &t.view);
+  rows->setSectionsClickable(true);
+  t.view.setVerticalHeader(rows);
+  rows->setCheckBoxColumn(2);
+  QCoreApplication::processEvents();
+  QRect box = rows->boxRect(2);
+  ASSERT_TRUE(rows->sectionRect(2).contains(box)) << "the row header grows to hold the box";
+  QSignalSpy spy(rows, &CheckBoxHeaderView::checkStateChanged);
+  QTest::mouseClick(rows->viewport(), Qt::LeftButton, Qt::NoModifier, box.center());
+  EXPECT_EQ(spy.count(), 1);
+  EXPECT_EQ(rows->checkState(), Qt::Checked);
+  EXPECT_FALSE(t.view.selectionModel()->isRowSelected(2, QModelIndex()));
+}
+
+TEST(CheckBoxHeaderView, BoxSitsInsideItsSectionAndWidensIt) {
+  Table t(-1);
+  t.header->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+  const int plain = t.header->sectionSize(0);
+  t.header->setCheckBoxColumn(0);
+  const int withBox = t.header->sectionSize(0);
+  int extraWidth = 0;
+  const QRect box = t.header->checkBoxIndicatorRect(QRect(0, 0, 100, 24), extraWidth);
+  EXPECT_GT(box.left(), 0) << "kept off the section's left edge";
+  EXPECT_GT(extraWidth, box.width());
+  EXPECT_EQ(withBox - plain, extraWidth);
+
+  const QRect section = t.header->sectionRect(0);
+  EXPECT_TRUE(section.contains(t.header->boxRect(0)));
+  EXPECT_GT(t.header->boxRect(0).left(), section.left());
+}
+
+// Renders the header in the three states, saves the pictures for a person to
+// look at, and checks that the box's pixels tell the states apart and differ
+// from a header without a box.
+TEST(CheckBoxHeaderView, DrawsTheThreeStatesDifferently) {
+  Table t;
+  const QString dir = QStringLiteral(SHERD_WIDGETS_IMAGE_DIR);
+  ASSERT_TRUE(QDir().mkpath(dir));
+  const QRect box = t.header->boxRect(0);
+  ASSERT_TRUE(box.isValid());
+
+  struct Shot {
+    Qt::CheckState state;
+    const char* file;
+  };
+  const Shot shots[] = {{Qt::Unchecked, "header-unchecked.png"},
+                        {Qt::PartiallyChecked, "header-partially-checked.png"},
+                        {Qt::Checked, "header-checked.png"}};
+  std::vector<QImage> boxes;
+  for (const Shot& s : shots) {
+    t.header->setCheckState(s.state);
+    const QImage image = t.picture();
+    EXPECT_TRUE(image.save(dir + QLatin1Char('/') + QLatin1String(s.file))) << s.file;
+    boxes.push_back(t.crop(image, box));
+  }
+  t.header->setCheckBoxColumn(-1);
+  boxes.push_back(t.crop(t.picture(), box));
+
+  for (size_t i = 0; i < boxes.size(); ++i)
+    for (size_t j = i + 1; j < boxes.size(); ++j)
+      EXPECT_NE(boxes[i], boxes[j]) << "pictures " << i << " and " << j << " (3 is the header without box)";
+}
+
+TEST(CheckBoxHeaderView, DrawsPressedAndDisabledBoxesDifferently) {
+  Table t;
+  const QRect box = t.header->boxRect(0);
+  const QImage normal = t.crop(t.picture(), box);
+
+  QCursor::setPos(t.vp()->mapToGlobal(box.center()));
+  QTest::mousePress(t.vp(), Qt::LeftButton, Qt::NoModifier, box.center());
+  const QImage pressed = t.crop(t.picture(), box);
+  QTest::mouseRelease(t.vp(), Qt::LeftButton, Qt::NoModifier, box.center());
+  t.header->setCheckState(Qt::Unchecked);
+  t.parkCursor();
+
+  t.header->setCheckBoxEnabled(false);
+  const QImage disabled = t.crop(t.picture(), box);
+
+  EXPECT_NE(normal, pressed);
+  EXPECT_NE(normal, disabled);
+}
+
+// Columns without a visible section: nothing may be drawn and no click may
+// toggle anything, wherever it lands on the header.
+struct BadCase {
+  const char* name;
+  std::function<void(Table&)> arrange;
+};
+
+TEST(CheckBoxHeaderView, NoBoxWhereThereIsNoSection) {
+  const std::vector<BadCase> cases = {
+      {"column beyond the model", [](Table& t) { t.header->setCheckBoxColumn(7); }},
+      {"model shrinks below the column",
+       [](Table& t) {
+         t.header->setCheckBoxColumn(2);
+         t.model.removeColumns(1, 2);
+       }},
+      {"zero-width section",
+       [](Table& t) {
+         t.header->setMinimumSectionSize(0);
+         t.header->resizeSection(0, 0);
+       }},
+      {"hidden section", [](Table& t) { t.header->hideSection(0); }},
+      {"model cleared", [](Table& t) { t.model.clear(); }},
+  };
+  for (const BadCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    Table t;
+    c.arrange(t);
+    QCoreApplication::processEvents();
+    const int column = t.header->checkBoxColumn();
+    const QImage withBox = t.picture();
+    t.header->setCheckBoxColumn(-1);
+    const QImage plain = t.picture();
+    EXPECT_EQ(withBox, plain);
+    t.header->setCheckBoxColumn(column);
+
+    QSignalSpy spy(t.header, &CheckBoxHeaderView::checkStateChanged);
+    const int y = t.vp()->height() / 2;
+    for (int x = 0; x < t.vp()->width(); x += 3) {
+      QTest::mousePress(t.vp(), Qt::LeftButton, Qt::NoModifier, QPoint(x, y));
+      QTest::mouseRelease(t.vp(), Qt::LeftButton, Qt::NoModifier, QPoint(x, y));
+    }
+    EXPECT_EQ(spy.count(), 0);
+    EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
+  }
+}
+
+TEST(CheckBoxHeaderView, HeaderWithoutModel) {
+  CheckBoxHeaderView header(Qt::Horizontal);
+  header.setCheckBoxColumn(0);
+  header.resize(200, 30);
+  header.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&header));
+  QSignalSpy spy(&header, &CheckBoxHeaderView::checkStateChanged);
+  QTest::mouseClick(header.viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(10, 15));
+  EXPECT_FALSE(header.grab().isNull());
+  EXPECT_EQ(spy.count(), 0);
+}
+
+TEST(CheckBoxHeaderView, ColumnReappearsWhenTheModelGrows) {
+  Table t(4);
+  t.view.resize(700, 240);
+  QSignalSpy spy(t.header, &CheckBoxHeaderView::checkStateChanged);
+  t.model.setColumnCount(5);
+  QCoreApplication::processEvents();
+  QTest::mouseClick(t.vp(), Qt::LeftButton, Qt::NoModifier, t.boxCentre(4));
+  EXPECT_EQ(spy.count(), 1);
+}
+
+} // namespace
