@@ -7,6 +7,8 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QDir>
+#include <QFileInfo>
 #include <QString>
 
 #include <cmath>
@@ -145,4 +147,63 @@ bool CCommonUtils::clearDir(const QString& path) {
   if (!ok)
     Log("CommonUtils", 0, "clearDir: could not remove everything inside %s", qPrintable(path));
   return ok;
+}
+
+namespace {
+QString formatDate(const QDateTime& date, bool local, const QString& format) {
+  if (!date.isValid())
+    return QString();
+  return (local ? date.toLocalTime() : date.toUTC()).toString(format);
+}
+} // namespace
+
+QString CCommonUtils::dateToString(const QDateTime& date, bool local) {
+  return formatDate(date, local, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+}
+
+QString CCommonUtils::datetimeToString(const QDateTime& date, bool local) {
+  return formatDate(date, local, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+}
+
+QString CCommonUtils::datetimeToMinute(const QDateTime& date, bool local) {
+  return formatDate(date, local, QStringLiteral("yyyy-MM-dd HH:mm"));
+}
+
+QString CCommonUtils::datetimeToMinuteCheckNoYear(const QDateTime& date, bool withTime) {
+  if (!date.isValid())
+    return QString();
+  const QDateTime shown = withTime ? date.toLocalTime() : date.toUTC();
+  const bool noYear = shown.date().year() == 1604;
+  if (withTime)
+    return shown.toString(noYear ? QStringLiteral("MM-dd HH:mm") : QStringLiteral("yyyy-MM-dd HH:mm"));
+  return shown.toString(noYear ? QStringLiteral("MM-dd") : QStringLiteral("yyyy-MM-dd"));
+}
+
+QString CCommonUtils::durationToString(qint64 seconds, bool alwaysHours) {
+  if (seconds < 0)
+    seconds = 0;
+  const qint64 hours = seconds / 3600;
+  const int minutes = int((seconds % 3600) / 60);
+  const int secs = int(seconds % 60);
+  if (!alwaysHours && hours == 0)
+    return QStringLiteral("%1:%2").arg(minutes, 2, 10, QLatin1Char('0')).arg(secs, 2, 10, QLatin1Char('0'));
+  return QStringLiteral("%1:%2:%3")
+      .arg(hours, 2, 10, QLatin1Char('0'))
+      .arg(minutes, 2, 10, QLatin1Char('0'))
+      .arg(secs, 2, 10, QLatin1Char('0'));
+}
+
+QString CCommonUtils::uniqFileName(const QString& folder, const QString& fileName) {
+  const QDir dir(folder);
+  QString candidate = dir.absoluteFilePath(fileName);
+  if (!QFileInfo::exists(candidate))
+    return candidate;
+  const QFileInfo info(fileName);
+  const QString base = info.completeBaseName();
+  const QString suffix = info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix();
+  for (int n = 1;; ++n) {
+    candidate = dir.absoluteFilePath(QStringLiteral("%1 (%2)%3").arg(base).arg(n).arg(suffix));
+    if (!QFileInfo::exists(candidate))
+      return candidate;
+  }
 }

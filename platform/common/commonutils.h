@@ -35,4 +35,24 @@ public:
   // the "rotated" scratch folder of a backup root. A folder that does not
   // exist is already clear (true).
   static bool clearDir(const QString& path);
+
+  // Texts of dates, in local time when local is true, else in UTC. A null or
+  // invalid date gives an empty text.
+  //   dateToString, datetimeToString   "yyyy-MM-dd HH:mm:ss"
+  //   datetimeToMinute                 "yyyy-MM-dd HH:mm"
+  static QString dateToString(const QDateTime& date, bool local);
+  static QString datetimeToString(const QDateTime& date, bool local);
+  static QString datetimeToMinute(const QDateTime& date, bool local);
+  // "yyyy-MM-dd HH:mm" in local time when withTime is true; "yyyy-MM-dd" of the
+  // UTC date when it is false (all-day dates are stored at UTC midnight). The
+  // phone stores dates without a year (birthdays) in the year 1604: the year is
+  // left out for them ("MM-dd HH:mm", "MM-dd").
+  static QString datetimeToMinuteCheckNoYear(const QDateTime& date, bool withTime);
+  // A duration in seconds as "HH:mm:ss"; the hours go past 24 ("26:00:05").
+  // With alwaysHours false, a duration below one hour is "mm:ss". Negative
+  // durations count as 0.
+  static QString durationToString(qint64 seconds, bool alwaysHours);
+  // A path in folder for fileName that names no existing file: fileName itself
+  // when free, else "name (1).ext", "name (2).ext", ...
+  static QString uniqFileName(const QString& folder, const QString& fileName);
 };

