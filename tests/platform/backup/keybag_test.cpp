@@ -1,0 +1,147 @@
+#include "platform/backup/backupcrypto.h"
+#include "platform/backup/keybag.h"
+
+#include "tests/support/backupfixture.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+QByteArray hex(const char* s) { return QByteArray::fromHex(s); }
+
+// Public known-answer values (hashcat's self-tests for encrypted backups).
+struct Vector {
+  const char* name;
+  const char* dpsl; // empty: SHA-1 derivation only
+  quint32 dpic;
+  const char* salt;
+  quint32 iter;
+  const char* wpky;
+  const char* classKey;
+};
+
+const Vector kVectors[] = {
+    {"ios10_2", "99fafc983e732998adb9fadc162a2e382143f115", 1000, "2721336781705041205314422175267631184867", 10000,
+     "17a3b858e79bc273be43a9f113b71efe7ec8e7e401396b350180b4592ef45db67ffef7b2d64329a5",
+     "2ed7042e87b50000fa6ba698661c000013194470a1f70000c35bd72ce0360000"},
+    {"ios9", "", 0, "2202015774208421818002001652122401871832", 10000,
+     "ebd7f9b33293b2511f0a4139d5b213feff51476968863cef60ec38d720497b6ff39a0bb63fa9f84e",
+     "d684b4867dd1000012ddecf958080000d3c202a1ab73000070ef26e352020000"},
+};
+
+QByteArray keybagOf(const Vector& v, const QByteArray& extra = QByteArray()) {
+  using fixture::keybagInt;
+  using fixture::keybagItem;
+  QByteArray kb = keybagInt("VERS", 3) + keybagInt("TYPE", 1) + keybagItem("UUID", QByteArray(16, '\1')) +
+                  keybagInt("WRAP", 0) + keybagItem("SALT", hex(v.salt)) + keybagInt("ITER", v.iter);
+  if (*v.dpsl)
+    kb += keybagInt("DPIC", v.dpic) + keybagItem("DPSL", hex(v.dpsl));
+  kb += extra;
+  kb += keybagItem("UUID", QByteArray(16, '\2')) + keybagInt("CLAS", 3) + keybagInt("WRAP", 2) +
+        keybagInt("KTYP", 0) + keybagItem("WPKY", hex(v.wpky));
+  return kb;
+}
+
+TEST(KeybagTest, KnownAnswers) {
+  for (const Vector& v : kVectors) {
+    SCOPED_TRACE(v.name);
+    Keybag kb;
+    QString err;
+    ASSERT_TRUE(kb.parse(keybagOf(v), &err)) << qPrintable(err);
+    EXPECT_EQ(kb.hasSha256Round(), *v.dpsl != 0);
+    ASSERT_TRUE(kb.unlock("hashcat", &err)) << qPrintable(err);
+
+    // The unwrapped class key unwraps what it wrapped: check it through a file key.
+    const QByteArray fileKey(32, '\x5a');
+    QByteArray wrapped, out;
+    ASSERT_TRUE(BackupCrypto::aesWrap(hex(v.classKey), fileKey, &wrapped));
+    QByteArray record("\x03\x00\x00\x00", 4);
+    ASSERT_TRUE(kb.unwrapKey(record + wrapped, 0, &out, &err)) << qPrintable(err);
+    EXPECT_EQ(out, fileKey);
+
+    Keybag wrong;
+    ASSERT_TRUE(wrong.parse(keybagOf(v), &err));
+    EXPECT_FALSE(wrong.unlock("wrong", &err));
+    EXPECT_FALSE(wrong.isUnlocked());
+  }
+}
+
+TEST(KeybagTest, IntermediateKeys) {
+  QByteArray k1, passcode;
+  ASSERT_TRUE(BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, "hashcat", hex(kVectors[0].dpsl), 1000, 32, &k1));
+  EXPECT_EQ(k1.toHex(), "9cc8d5a8d95a97a42b32441226c36939138d7d75dd1994360161dc2aaad32a3e");
+  ASSERT_TRUE(BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha1, k1, hex(kVectors[0].salt), 10000, 32, &passcode));
+  EXPECT_EQ(passcode.toHex(), "ca1bdd8196307fe1e2ed421321267d96e2988bf12f736035192cfed20ec823ea");
+  QByteArray classKey;
+  ASSERT_TRUE(BackupCrypto::aesUnwrap(passcode, hex(kVectors[0].wpky), &classKey));
+  EXPECT_EQ(classKey.toHex(), kVectors[0].classKey);
+}
+
+// Damaged keybags: one row per way to break one.
+TEST(KeybagTest, Damaged) {
+  const QByteArray good = keybagOf(kVectors[1]);
+  struct Row {
+    const char* name;
+    QByteArray data;
+    bool parses;
+  } rows[] = {
+      {"empty", QByteArray(), false},
+      {"cut inside a header", good.left(5), false},
+      {"cut inside a value", good.left(good.size() - 3), false},
+      {"length past the end", good + QByteArray("ABCD\xff\xff\xff\xf0", 8), false},
+      {"no class keys", good.left(good.indexOf("UUID", 10)), false},
+      {"unknown tags skipped", keybagOf(kVectors[1], fixture::keybagItem("XYZW", "abc") + fixture::keybagItem("EMPT", "")),
+       true},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.name);
+    Keybag kb;
+    QString err;
+    EXPECT_EQ(kb.parse(r.data, &err), r.parses);
+    if (!r.parses) {
+      EXPECT_FALSE(err.isEmpty());
+    }
+  }
+  Keybag kb;
+  QString err;
+  ASSERT_TRUE(kb.parse(keybagOf(kVectors[1], fixture::keybagItem("XYZW", "abc")), &err));
+  EXPECT_EQ(kb.unknownTags().size(), 1);
+  EXPECT_TRUE(kb.unlock("hashcat", &err));
+}
+
+// Decryption in chunks across sizes around the block and chunk boundaries,
+// against the one-shot cipher.
+TEST(BackupCryptoTest, FileDecryptionMatchesOneShot) {
+  const QByteArray key(32, '\x11');
+  QTemporaryDir dir;
+  for (int size : {0, 1, 15, 16, 17, 1 << 20, (1 << 20) - 16, (1 << 20) + 1, 3 * (1 << 20) + 5}) {
+    SCOPED_TRACE(size);
+    QByteArray plain(size, '\0');
+    for (int i = 0; i < size; ++i)
+      plain[i] = char(i * 31 + 7);
+    QByteArray cipher;
+    ASSERT_TRUE(BackupCrypto::encryptCbc(key, plain, &cipher));
+    QFile f(dir.filePath("c"));
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(cipher);
+    f.close();
+    qint64 len = -1;
+    QString err;
+    ASSERT_TRUE(BackupCrypto::decryptFile(dir.filePath("c"), dir.filePath("p"), key, &len, &err)) << qPrintable(err);
+    EXPECT_EQ(len, size);
+    QFile p(dir.filePath("p"));
+    ASSERT_TRUE(p.open(QIODevice::ReadOnly));
+    EXPECT_EQ(p.readAll(), plain);
+    // The wrong key fails the padding check (almost always) and leaves no file.
+    if (size >= 16) {
+      const QByteArray other(32, '\x22');
+      if (!BackupCrypto::decryptFile(dir.filePath("c"), dir.filePath("q"), other, &len, &err)) {
+        EXPECT_FALSE(QFileInfo::exists(dir.filePath("q")));
+      }
+    }
+  }
+}
+} // namespace

@@ -1,0 +1,134 @@
+#include "platform/backup/nzbackup.h"
+
+#include "platform/common/commonutils.h"
+#include "platform/common/log.h"
+#include "platform/common/utils.h"
+#include "tests/support/backupfixture.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+void touch(const QString& path) {
+  QDir().mkpath(QFileInfo(path).path());
+  QFile f(path);
+  ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+  f.write("x");
+}
+
+class NzBackupTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(m_root.isValid());
+    qputenv("SHERD_BACKUP_ROOT", m_root.path().toUtf8());
+    SherdLog::silence();
+  }
+  void TearDown() override {
+    qunsetenv("SHERD_BACKUP_ROOT");
+    SherdLog::toStderr();
+  }
+  QTemporaryDir m_root;
+};
+
+TEST_F(NzBackupTest, DeviceBackupPath) {
+  const QString root = QDir(m_root.path()).absolutePath();
+  QDir().mkpath(root + QStringLiteral("/00008030001A2B3C4D5E802E"));
+  struct Row {
+    QString identifier;
+    QString expected;
+  } rows[] = {
+      {QStringLiteral("0123456789abcdef0123456789abcdef01234567"), root}, // not there: still the root
+      {QStringLiteral("00008030-001A2B3C4D5E802E"), root},                // found without its hyphen
+      {QStringLiteral("/some/where/else/0123"), QStringLiteral("/some/where/else")},
+      {QStringLiteral("relative/dir/0123"), QDir::current().absoluteFilePath(QStringLiteral("relative/dir"))},
+  };
+  for (const Row& r : rows) {
+    const QString got = NzBackup::getDeviceBackupPath(r.identifier);
+    EXPECT_EQ(got, r.expected) << qPrintable(r.identifier);
+    if (r.identifier.startsWith(QLatin1Char('/'))) {
+      EXPECT_EQ(QDir(got).absoluteFilePath(r.identifier), r.identifier);
+    }
+  }
+  EXPECT_EQ(NzBackup::backupRoots(), QStringList{QDir::cleanPath(m_root.path())});
+}
+
+TEST_F(NzBackupTest, ListsBackupsNewestFirst) {
+  fixture::BackupSpec older;
+  older.deviceName = QStringLiteral("Old Phone");
+  older.date = QDateTime(QDate(2019, 1, 2), QTime(3, 4, 5), Qt::UTC);
+  older.generation = fixture::BackupSpec::Mbdb;
+  fixture::BackupSpec newer;
+  newer.deviceName = QStringLiteral("New Phone");
+  newer.password = QStringLiteral("pw");
+  QString err;
+  const QList<fixture::FileSpec> files = {fixture::file("HomeDomain", "a", "1")};
+  ASSERT_TRUE(fixture::writeBackup(m_root.filePath("aaaa"), older, files, &err)) << qPrintable(err);
+  ASSERT_TRUE(fixture::writeBackup(m_root.filePath("bbbb"), newer, files, &err)) << qPrintable(err);
+  QDir().mkpath(m_root.filePath("not-a-backup"));
+  const QList<BackupSummary> list = NzBackup::listBackups();
+  ASSERT_EQ(list.size(), 2);
+  EXPECT_EQ(list[0].identifier, "bbbb");
+  EXPECT_EQ(list[0].deviceName, "New Phone");
+  EXPECT_TRUE(list[0].encrypted);
+  EXPECT_EQ(list[0].productVersion, "15.4.1");
+  EXPECT_EQ(list[1].deviceName, "Old Phone");
+  EXPECT_FALSE(list[1].encrypted);
+  EXPECT_EQ(list[1].date, older.date);
+  EXPECT_EQ(list[1].productVersion, "9.3.5");
+}
+
+TEST(UtilsTest, TempPathIsOnePerProcess) {
+  const QString t = Utils::tempPath();
+  ASSERT_FALSE(t.isEmpty());
+  EXPECT_TRUE(t.endsWith(QLatin1Char('/')));
+  EXPECT_EQ(Utils::tempPath(), t);
+  EXPECT_TRUE(QFileInfo(t).isDir());
+  EXPECT_TRUE(Utils::isInsideTempPath(t + QStringLiteral("Whatsapp/x/y")));
+  EXPECT_TRUE(Utils::isInsideTempPath(t));
+  EXPECT_FALSE(Utils::isInsideTempPath(t + QStringLiteral("a/../../x")));
+  EXPECT_FALSE(Utils::isInsideTempPath(t.chopped(1) + QStringLiteral("Whatsapp"))); // a sibling, not inside
+  EXPECT_FALSE(Utils::isInsideTempPath(QDir::homePath()));
+}
+
+// clearDir empties scratch folders only.
+TEST_F(NzBackupTest, ClearDirRefusesOtherFolders) {
+  QTemporaryDir outside; // under the system folder, beside the temporary root
+  const QString scratch = Utils::tempPath() + QStringLiteral("cleartest");
+  const QString rotated = m_root.filePath(QStringLiteral("rotated"));
+  const QString notRotated = m_root.filePath(QStringLiteral("0123abcd"));
+  struct Row {
+    const char* name;
+    QString folder;
+    bool cleared;
+  } rows[] = {
+      {"inside the temporary root", scratch, true},
+      {"rotated folder of the backup root", rotated, true},
+      {"a backup folder", notRotated, false},
+      {"outside everything", outside.path(), false},
+      {"climbing out of the root", Utils::tempPath() + QStringLiteral("cleartest/../../") +
+                                       QFileInfo(outside.path()).fileName(),
+       false},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.name);
+    touch(scratch + "/a/b/c.txt");
+    touch(scratch + "/top.txt");
+    touch(rotated + "/x.jpg");
+    touch(notRotated + "/Info.plist");
+    touch(outside.filePath("keep/me.txt"));
+    // A link inside a scratch folder to an outside folder: only the link goes.
+    QFile::link(outside.filePath("keep"), scratch + "/link");
+    EXPECT_EQ(CCommonUtils::clearDir(r.folder), r.cleared);
+    const QString canon = QFileInfo(r.folder).canonicalFilePath();
+    EXPECT_TRUE(QFileInfo(canon).isDir()); // the folder itself stays
+    EXPECT_EQ(QDir(canon).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System), r.cleared);
+    EXPECT_TRUE(QFileInfo::exists(outside.filePath("keep/me.txt")));
+    EXPECT_TRUE(QFileInfo::exists(notRotated + "/Info.plist"));
+  }
+  EXPECT_TRUE(CCommonUtils::clearDir(Utils::tempPath() + QStringLiteral("does-not-exist")));
+  EXPECT_FALSE(CCommonUtils::clearDir(QString()));
+}
+} // namespace
