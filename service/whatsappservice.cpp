@@ -50,19 +50,19 @@ MobileBackup* WhatsappService::loadMobileBackup(const QDir& folder, QString suff
   const QString path = folder.absoluteFilePath(m_backupIdentifier) + suffix;
   Log(kModule, 1, "loadMobileBackup %s", path.toLocal8Bit().constData());
   MobileBackup* backup = MobileBackup::loadFromPath(path, m_password);
+  m_lastOpenError = MobileBackup::lastError();
+  m_lastOpenErrorCode = MobileBackup::lastErrorCode();
   if (!backup && m_backupIdentifier.contains(QLatin1Char('-'))) {
-    const QString firstError = MobileBackup::lastError();
     QString bare = m_backupIdentifier;
     bare.remove(QLatin1Char('-'));
     backup = MobileBackup::loadFromPath(folder.absoluteFilePath(bare) + suffix, m_password);
-    // A folder that exists under the first form explains the failure better
+    // A folder that exists under the first form explains a failure better
     // than a missing one under the second.
-    if (!backup && MobileBackup::lastErrorCode() == MobileBackup::Error::NotFound)
-      m_lastOpenError = firstError;
-    else
+    if (backup || MobileBackup::lastErrorCode() != MobileBackup::Error::NotFound ||
+        m_lastOpenErrorCode == MobileBackup::Error::NotFound) {
       m_lastOpenError = MobileBackup::lastError();
-  } else {
-    m_lastOpenError = MobileBackup::lastError();
+      m_lastOpenErrorCode = MobileBackup::lastErrorCode();
+    }
   }
   if (backup)
     m_opened->backups.emplace_back(backup);

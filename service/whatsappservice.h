@@ -19,6 +19,7 @@
 //  - The identifier is tried as it is, then once more with every "-" removed.
 //  - The destructor waits for a running load. The opened backup is kept for
 //    the life of the service (readers' decrypted copies live as long as it).
+#include "platform/backup/mobilebackup.h"
 #include "platform/common/sherdglobal.h"
 
 #include <QMap>
@@ -27,7 +28,6 @@
 
 #include <memory>
 
-class MobileBackup;
 class OxBackup;
 class OxData;
 class QDir;
@@ -57,6 +57,7 @@ public:
   void setBackupPassword(const QString& password);
   // Why the last load could not open the backup (empty after a success).
   QString lastOpenError() const { return m_lastOpenError; }
+  MobileBackup::Error lastOpenErrorCode() const { return m_lastOpenErrorCode; }
   // The backup that the last load opened, or null.
   MobileBackup* openedBackup() const { return m_mobileBackup; }
   // The registry that the loads fill.
@@ -86,4 +87,5 @@ private:
   std::unique_ptr<Opened> m_opened;
   QString m_password;
   QString m_lastOpenError;
+  MobileBackup::Error m_lastOpenErrorCode = MobileBackup::Error::None;
 };

@@ -18,4 +18,8 @@ struct Command {
 };
 
 int runDemo(const QStringList& args);
+int runInfo(const QStringList& args);
+int runList(const QStringList& args);
+int runScan(const QStringList& args);
+int runDump(const QStringList& args);
 } // namespace cli

@@ -9,6 +9,10 @@
 namespace {
 const cli::Command kCommands[] = {
     {"demo", "Scan the bundled sample backup and print what it holds", &cli::runDemo},
+    {"list", "List the device backups in the default backup folders", &cli::runList},
+    {"info", "Show a backup's device properties and file counts", &cli::runInfo},
+    {"scan", "Load a backup and print what each data type holds", &cli::runScan},
+    {"dump", "Load a backup and write its lists as JSON", &cli::runDump},
 };
 
 void printUsage(FILE* out) {

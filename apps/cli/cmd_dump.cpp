@@ -1,0 +1,145 @@
+// sherd dump BACKUP: the loaded lists as JSON on stdout, streamed item by item.
+//
+// {"backup":{"path":..,"properties":[7 strings]},
+//  "lists":[{"type":0,"name":"WhatsApp","count":N,"items":[ITEM...]}]}
+// ITEM = {"values":[..],"sortValues":[null|number|string|ISO 8601 UTC date],
+//         "flags":int,"size":int,"firstLayer":str,"secondLayer":str,
+//         "filePath":str, and for chats "chat":{"deleted":bool,"messages":[
+//         {"type","fromMe","sentDone","broadcast","date","content","media","member"}]}}
+#include "apps/cli/commands.h"
+#include "apps/cli/jsonwriter.h"
+#include "apps/cli/loadoptions.h"
+
+#include "model/oxabstractitem.h"
+#include "model/oxbackup.h"
+#include "model/oxdata.h"
+#include "model/oxwhatsappitem.h"
+#include "platform/backup/mobilebackup.h"
+#include "service/whatsappservice.h"
+
+#include <QCommandLineParser>
+
+#include <cstdio>
+
+namespace cli {
+namespace {
+void writeChat(JsonWriter& w, const OxWhatsappChat& chat) {
+  w.key("chat");
+  w.beginObject();
+  w.key("deleted");
+  w.value(chat.deleted());
+  w.key("messages");
+  w.beginArray();
+  for (const OxWhatsappMsg* m : chat.messages()) {
+    if (!m)
+      continue;
+    w.beginObject();
+    w.key("type");
+    w.value(int(m->type()));
+    w.key("fromMe");
+    w.value(m->isFromMe());
+    w.key("sentDone");
+    w.value(m->isSentDone());
+    w.key("broadcast");
+    w.value(m->isBroadcast());
+    w.key("date");
+    w.variant(m->msgDate().isValid() ? QVariant(m->msgDate()) : QVariant());
+    w.key("content");
+    w.value(m->content());
+    w.key("media");
+    w.value(m->media());
+    w.key("member");
+    w.value(m->member());
+    w.endObject();
+  }
+  w.endArray();
+  w.endObject();
+}
+
+void writeItem(JsonWriter& w, OxAbstractItem& item) {
+  w.beginObject();
+  w.key("values");
+  w.beginArray();
+  for (int c = 0; c < item.columnCount(); ++c)
+    w.value(item.value(c));
+  w.endArray();
+  w.key("sortValues");
+  w.beginArray();
+  for (int c = 0; c < item.columnCount(); ++c)
+    w.variant(item.sortValue(c));
+  w.endArray();
+  w.key("flags");
+  w.value(item.flags());
+  w.key("size");
+  w.value(quint64(item.size()));
+  w.key("firstLayer");
+  w.value(item.getTreeFirstLayerName());
+  w.key("secondLayer");
+  w.value(item.getTreeSecondLayerName());
+  w.key("filePath");
+  w.value(item.filePath());
+  if (const auto* chatItem = dynamic_cast<const OxWhatsappItem*>(&item))
+    if (chatItem->detailContent())
+      writeChat(w, *chatItem->detailContent());
+  w.endObject();
+}
+} // namespace
+
+int runDump(const QStringList& args) {
+  QCommandLineParser parser;
+  parser.setApplicationDescription(QStringLiteral("Load a backup and write the lists as JSON on stdout."));
+  addLoadOptions(parser, true);
+  LoadOptions options;
+  const int early = parseLoadOptions(parser, args, "dump", true, &options);
+  if (early >= 0)
+    return early;
+
+  WhatsappService service(options.backup, false);
+  const int failed = beginLoad(service, options, "dump");
+  if (failed >= 0)
+    return failed;
+  for (int type : options.types)
+    service.loadWhatsappOnly(type);
+  service.onEndLoadWhatsappOnly();
+
+  OxBackup& registry = *service.backupRegistry();
+  JsonWriter w(stdout);
+  w.beginObject();
+  w.key("backup");
+  w.beginObject();
+  w.key("path");
+  w.value(service.openedBackup()->path());
+  w.key("properties");
+  w.beginArray();
+  for (int i = 0; i < OxBackup::PropertyCount; ++i)
+    w.value(registry.backupPropertyOriginal(i));
+  w.endArray();
+  w.endObject();
+  w.key("lists");
+  w.beginArray();
+  for (int type : options.types) {
+    OxData* list = registry.getOxData(type);
+    w.beginObject();
+    w.key("type");
+    w.value(type);
+    w.key("name");
+    w.value(displayName(type));
+    w.key("count");
+    w.value(list->count(0));
+    w.key("items");
+    w.beginArray();
+    const int n = list->count(0);
+    for (int row = 0; row < n; ++row) {
+      writeItem(w, *list->at(row, false));
+      if (row % 256 == 0)
+        w.flush();
+    }
+    w.endArray();
+    w.endObject();
+  }
+  w.endArray();
+  w.endObject();
+  w.flush();
+  return ExitOk;
+}
+} // namespace cli

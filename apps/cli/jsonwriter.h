@@ -1,0 +1,52 @@
+#pragma once
+// A small streaming JSON writer: values go out as they are written, so that a
+// dump of millions of messages needs no document in memory (Qt's JSON classes
+// build the whole document first). It writes what it is told, in order; the
+// caller keeps the nesting right.
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
+
+#include <cstdio>
+#include <vector>
+
+namespace cli {
+class JsonWriter {
+public:
+  explicit JsonWriter(FILE* out) : m_out(out) {}
+  ~JsonWriter() { flush(); }
+
+  void beginObject() { open('{'); }
+  void endObject() { close('}'); }
+  void beginArray() { open('['); }
+  void endArray() { close(']'); }
+  // An object member's name; the next value written is its value.
+  void key(const char* name);
+
+  void value(const QString& text);
+  void value(const char* text) { value(QString::fromUtf8(text)); }
+  void value(qint64 number);
+  void value(int number) { value(qint64(number)); }
+  void value(quint64 number);
+  void value(bool flag);
+  void null();
+  // null, a number, a string, or a date as ISO 8601 UTC with milliseconds.
+  void variant(const QVariant& v);
+
+  // Writes out what is buffered (also done every few kilobytes).
+  void flush();
+
+  static QByteArray quote(const QString& text);
+
+private:
+  void separator();
+  void open(char c);
+  void close(char c);
+  void raw(const QByteArray& bytes);
+
+  FILE* m_out;
+  QByteArray m_buffer;
+  std::vector<bool> m_first; // per open container: no member written yet
+  bool m_afterKey = false;
+};
+} // namespace cli
