@@ -47,7 +47,11 @@ const Case kCases[] = {
     {"own range rescales into the share", 50, {init(4), step(1), step(1), step(2)}, {12.5, 12.5, 25}, 4},
     {"range 0 is taken as 1", 30, {init(0), step(5)}, {30}, 1},
     {"range 0 then finish", 30, {init(0), fin()}, {30}, 1},
-    {"initRange restarts and hands a further share", 20, {init(10), step(10), init(10), step(4), fin()}, {20, 8, 12}, 10},
+    {"initRange restarts and hands a further share",
+     20,
+     {init(10), step(10), init(10), step(4), fin()},
+     {20, 8, 12},
+     10},
     {"steps beyond the range pass nothing more", 10, {step(100), step(5), fin()}, {10, 0, 0}, 100},
     {"negative remainder after a negative range is passed as it is", 10, {init(-10), step(3)}, {10}, -10},
 };
@@ -60,9 +64,15 @@ TEST_P(SubProgressRescaling, HandsTheParentItsShare) {
   CSubProgress sub(&parent, c.share);
   for (const Op& op : c.ops) {
     switch (op.kind) {
-    case Op::Init: sub.initRange(int(op.value)); break;
-    case Op::Step: EXPECT_TRUE(sub.progress(op.value)); break;
-    case Op::Finish: EXPECT_TRUE(sub.finish()); break;
+    case Op::Init:
+      sub.initRange(int(op.value));
+      break;
+    case Op::Step:
+      EXPECT_TRUE(sub.progress(op.value));
+      break;
+    case Op::Finish:
+      EXPECT_TRUE(sub.finish());
+      break;
     }
   }
   ASSERT_EQ(parent.amounts.size(), c.toParent.size());
@@ -72,7 +82,9 @@ TEST_P(SubProgressRescaling, HandsTheParentItsShare) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, SubProgressRescaling, ::testing::ValuesIn(kCases),
-                         [](const ::testing::TestParamInfo<Case>& info) { return "case" + std::to_string(info.index); });
+                         [](const ::testing::TestParamInfo<Case>& info) {
+                           return "case" + std::to_string(info.index);
+                         });
 
 TEST(SubProgress, ManySmallStepsAddUpToExactlyTheShare) {
   // Row-by-row reporting with a step that is not a round number: the parent
@@ -92,7 +104,7 @@ TEST(SubProgress, ManySmallStepsAddUpToExactlyTheShare) {
 
 TEST(SubProgress, NestedStagesMultiplyTheirShares) {
   RecordingSink root;
-  CSubProgress outer(&root, 40); // 40 of the root's range
+  CSubProgress outer(&root, 40);  // 40 of the root's range
   CSubProgress inner(&outer, 50); // half of the outer stage
   inner.initRange(3);
   for (int i = 0; i < 3; ++i)
