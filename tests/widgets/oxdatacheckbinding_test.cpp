@@ -1,0 +1,178 @@
+#include "widgets/oxdatacheckbinding.h"
+
+#include "model/oxabstractitem.h"
+#include "model/oxdata.h"
+#include "widgets/checkboxheaderview.h"
+
+#include <QSignalSpy>
+#include <QStandardItemModel>
+#include <QTableView>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+// An item with one child stands for a folder of the list.
+class FolderItem : public OxAbstractItem {
+public:
+  FolderItem() : OxAbstractItem(3) {}
+  int childrenCount() override { return 1; }
+  OxAbstractItem* getChild(int index) override { return index == 0 ? &m_child : nullptr; }
+
+private:
+  OxAbstractItem m_child{3};
+};
+
+// One character per item: 'x' ticked, '.' not ticked, 'F' a ticked folder,
+// 'f' an unticked folder; a capital 'D' / 'd' is a deleted ticked / unticked item.
+void fill(OxData& list, const std::string& items) {
+  int n = 0;
+  for (char c : items) {
+    OxAbstractItem* item = (c == 'F' || c == 'f') ? new FolderItem : new OxAbstractItem(3);
+    item->setValue(QStringLiteral("item %1").arg(n++), 0);
+    item->setFlag(c == 'x' || c == 'F' || c == 'D', OxAbstractItem::ItemChecked);
+    item->setFlag(c == 'D' || c == 'd', OxAbstractItem::ItemDeleted);
+    list.append(item);
+  }
+}
+
+struct StateCase {
+  const char* name;
+  std::string items;
+  bool deletedOnly; // the view shows the deleted items only
+  Qt::CheckState expected;
+};
+
+TEST(OxDataCheckBinding, HeaderStateFollowsTheFilteredView) {
+  const std::vector<StateCase> cases = {
+      {"empty list", "", false, Qt::Unchecked},
+      {"all ticked", "xxx", false, Qt::Checked},
+      {"none ticked", "...", false, Qt::Unchecked},
+      {"mixed", "x.x", false, Qt::PartiallyChecked},
+      {"ticked folder among ticked items", "xFx", false, Qt::Checked},
+      {"unticked folder among ticked items", "xfx", false, Qt::PartiallyChecked},
+      {"unticked folder among unticked items", ".f.", false, Qt::Unchecked},
+      {"hidden items do not count", "DD..", true, Qt::Checked},
+      {"hidden ticks do not count", "ddxx", true, Qt::Unchecked},
+  };
+  for (const StateCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    OxData list(7);
+    fill(list, c.items);
+    if (c.deletedOnly) {
+      list.setFilterType(OxData::FilterDeletedOnly);
+      list.filter();
+    }
+    EXPECT_EQ(OxDataCheckBinding::checkStateOf(&list), c.expected);
+
+    CheckBoxHeaderView header(Qt::Horizontal);
+    new OxDataCheckBinding(&header, &list);
+    EXPECT_EQ(header.checkState(), c.expected) << "shown as soon as bound";
+  }
+  EXPECT_EQ(OxDataCheckBinding::checkStateOf(nullptr), Qt::Unchecked);
+}
+
+// A list of items shown in a table whose header box is bound to it.
+struct BoundTable {
+  OxData list{7};
+  QStandardItemModel model{0, 3};
+  QTableView view;
+  CheckBoxHeaderView* header = nullptr;
+  OxDataCheckBinding* binding = nullptr;
+
+  explicit BoundTable(const std::string& items) {
+    fill(list, items);
+    model.setRowCount(int(items.size()));
+    header = new CheckBoxHeaderView(Qt::Horizontal, &view);
+    header->setSectionsClickable(true);
+    view.setHorizontalHeader(header);
+    view.setModel(&model);
+    header->setCheckBoxColumn(0);
+    header->resizeSection(0, 120);
+    binding = new OxDataCheckBinding(header, &list, &view);
+    view.resize(400, 200);
+    view.show();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(&view));
+  }
+  ~BoundTable() { binding->setData(nullptr); }
+
+  void clickBox() {
+    // The box sits at the left of its section, vertically centred.
+    const int x = header->sectionViewportPosition(0);
+    QRect section(x, 0, header->sectionSize(0), header->viewport()->height());
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier,
+                      QPoint(section.left() + 9, section.center().y()), 300);
+  }
+  int ticked() const { return list.count(OxData::CountFilteredChecked); }
+};
+
+TEST(OxDataCheckBinding, ClickingTheBoxTicksAndUnticksTheList) {
+  BoundTable t("x.x.");
+  ASSERT_EQ(t.header->checkState(), Qt::PartiallyChecked);
+  QSignalSpy changed(t.binding, &OxDataCheckBinding::checksChanged);
+
+  t.clickBox();
+  EXPECT_EQ(t.ticked(), 4);
+  EXPECT_EQ(t.header->checkState(), Qt::Checked);
+
+  t.clickBox();
+  EXPECT_EQ(t.ticked(), 0);
+  EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
+
+  // The host ticks one row and tells the binding.
+  t.list.setChecked(t.list.at(2, true), true);
+  EXPECT_EQ(t.header->checkState(), Qt::Unchecked) << "no refresh yet";
+  t.binding->refresh();
+  EXPECT_EQ(t.header->checkState(), Qt::PartiallyChecked);
+
+  ASSERT_EQ(changed.count(), 2);
+  EXPECT_TRUE(changed.at(0).at(0).toBool());
+  EXPECT_FALSE(changed.at(1).at(0).toBool());
+}
+
+TEST(OxDataCheckBinding, BoxClearsAViewWithFolders) {
+  BoundTable t("xf.");
+  t.clickBox();
+  EXPECT_EQ(t.ticked(), 3);
+  EXPECT_EQ(t.header->checkState(), Qt::Checked);
+  t.clickBox();
+  EXPECT_EQ(t.ticked(), 0);
+  EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
+}
+
+TEST(OxDataCheckBinding, EmptyOrMissingListKeepsTheBoxClear) {
+  BoundTable t("");
+  QSignalSpy spy(t.header, &CheckBoxHeaderView::checkStateChanged);
+  t.clickBox();
+  EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
+
+  t.binding->setData(nullptr);
+  t.header->setCheckState(Qt::Checked);
+  EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
+
+  OxData other(7);
+  fill(other, "xx");
+  t.binding->setData(&other);
+  EXPECT_EQ(t.header->checkState(), Qt::Checked);
+  t.header->setCheckState(Qt::PartiallyChecked);
+  EXPECT_EQ(t.header->checkState(), Qt::Checked) << "only the list decides the mixed state";
+  t.header->setCheckState(Qt::Unchecked);
+  EXPECT_EQ(other.count(OxData::CountFilteredChecked), 0) << "a programmatic untick is an order too";
+  t.binding->setData(nullptr);
+}
+
+TEST(OxDataCheckBinding, DiesWithItsHeader) {
+  OxData list(7);
+  fill(list, "x.");
+  auto* view = new QTableView;
+  auto* header = new CheckBoxHeaderView(Qt::Horizontal, view);
+  QPointer<OxDataCheckBinding> binding = new OxDataCheckBinding(header, &list, view);
+  delete view;
+  EXPECT_TRUE(binding.isNull());
+}
+
+} // namespace
