@@ -49,8 +49,8 @@ void addLoadOptions(QCommandLineParser& parser, bool withTypes) {
                       QStringLiteral("Data types to load, comma-separated (default: all): ") +
                           typeNames().join(QLatin1Char(',')),
                       QStringLiteral("NAME,...")});
-  parser.addOption({QStringLiteral("quiet"), QStringLiteral("Log errors only.")});
-  parser.addOption({QStringLiteral("verbose"), QStringLiteral("Log debug detail too.")});
+  parser.addOption({QStringLiteral("quiet"), QStringLiteral("No log lines, not even errors (the command's own messages stay).")});
+  parser.addOption({QStringLiteral("verbose"), QStringLiteral("Log information and debug detail, not only errors.")});
 }
 
 int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const char* command, bool withTypes,
@@ -106,7 +106,7 @@ int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const 
       out->types.append(type);
   }
   if (parser.isSet(QStringLiteral("quiet")))
-    SherdLog::setMaxLevel(SherdLog::Error);
+    SherdLog::silence();
   if (parser.isSet(QStringLiteral("verbose")))
     SherdLog::setMaxLevel(SherdLog::Debug);
   return -1;
@@ -114,8 +114,16 @@ int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const 
 
 int beginLoad(WhatsappService& service, const LoadOptions& options, const char* command) {
   service.setBackupPassword(options.password);
-  if (service.onBeginLoadWhatsappOnly())
+  if (service.onBeginLoadWhatsappOnly()) {
+    const BackupInfo& info = service.openedBackup()->backupInfo();
+    OxBackup* registry = service.backupRegistry();
+    const QString properties[OxBackup::PropertyCount] = {
+        info.deviceName,  info.productVersion, info.serialNumber, info.phoneNumber, info.productType, info.imei,
+        info.lastBackupDate.isValid() ? info.lastBackupDate.toUTC().toString(Qt::ISODate) : QString()};
+    for (int i = 0; i < OxBackup::PropertyCount; ++i)
+      registry->setBackupProperty(properties[i], i);
     return -1;
+  }
   service.onEndLoadWhatsappOnly();
   std::fprintf(stderr, "sherd %s: %s\n", command, qPrintable(service.lastOpenError()));
   switch (service.lastOpenErrorCode()) {

@@ -2,6 +2,8 @@
 // iPad backups, read-only. One subcommand per job.
 #include "apps/cli/commands.h"
 
+#include "platform/common/log.h"
+
 #include <QCoreApplication>
 
 #include <cstdio>
@@ -27,6 +29,8 @@ int main(int argc, char** argv) {
   QCoreApplication app(argc, argv);
   QCoreApplication::setApplicationName(QStringLiteral("sherd"));
   QCoreApplication::setApplicationVersion(QStringLiteral("0.1.0"));
+  // A person reading the output wants the errors; --verbose shows the rest.
+  SherdLog::setMaxLevel(SherdLog::Error);
   QStringList args = QCoreApplication::arguments();
   if (args.size() < 2) {
     printUsage(stderr);

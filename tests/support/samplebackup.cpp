@@ -1,0 +1,20 @@
+#include "tests/support/samplebackup.h"
+
+namespace fixture {
+QList<FileSpec> sampleFiles() {
+  QList<FileSpec> files;
+  // Every backup holds some of the phone's own files and empty ones.
+  files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Preferences/com.apple.springboard.plist"),
+                QByteArray("bplist00"))
+        << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Caches/empty.log"), QByteArray());
+  // App writers add their files here.
+  return files;
+}
+
+bool writeSampleBackup(const QString& folder, const QString& password, QString* error) {
+  BackupSpec spec;
+  spec.password = password;
+  spec.deviceName = QStringLiteral("Sample iPhone");
+  return writeBackup(folder, spec, sampleFiles(), error);
+}
+} // namespace fixture

@@ -1,0 +1,11 @@
+#pragma once
+// The sample backup that `sherd demo` scans and the end-to-end tests read: one
+// device backup holding every app that has a writer in tests/support/apps/.
+#include "tests/support/backupfixture.h"
+
+namespace fixture {
+// The files of the sample: every app writer's files, in a fixed order.
+QList<FileSpec> sampleFiles();
+// Writes the sample into folder; with a password, encrypted.
+bool writeSampleBackup(const QString& folder, const QString& password, QString* error);
+} // namespace fixture
