@@ -1,6 +1,9 @@
 #include "model/oxdata.h"
 
 #include "model/oxabstractitem.h"
+#include "model/oxcalendaritem.h"
+#include "model/oxcallhistoryitem.h"
+#include "model/oxnoteitem.h"
 #include "model/oxwhatsappitem.h"
 #include "model/rankedtree.h"
 #include "platform/common/commonutils.h"
@@ -18,9 +21,14 @@ struct OrderKey {
 };
 
 OrderKey orderKeyOf(const OxAbstractItem* item) {
-  // Further item kinds join here as the model gains them.
+  // Further item kinds join here as the model gains them; bookmarks, files
+  // and every other kind order by their first text.
   if (dynamic_cast<const OxWhatsappItem*>(item))
     return {OrderKey::SortValue, 6};
+  if (dynamic_cast<const OxCallHistoryItem*>(item))
+    return {OrderKey::SortValue, 2};
+  if (dynamic_cast<const OxNoteItem*>(item) || dynamic_cast<const OxCalendarItem*>(item))
+    return {OrderKey::SortValue, 1};
   return {OrderKey::Text, 0};
 }
 
