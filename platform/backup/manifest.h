@@ -12,7 +12,8 @@ struct ManifestEntry {
   Kind kind = Other;
   QString domain;
   QString relativePath;
-  QByteArray fileId; // 40 lower-case hex digits
+  unsigned char fileId[20] = {}; // SHA-1 of "domain-relativePath": the stored file's name
+  bool hasFileId = false;          // false when the manifest's ID is not 40 hex digits
   qint64 size = 0;
   quint32 modified = 0;
   quint32 mode = 0;
@@ -26,18 +27,23 @@ namespace Manifest {
 // Decodes the MBFile keyed archive of a Manifest.db record into *entry (size,
 // times, mode, class, key). False when the blob is not such an archive.
 bool decodeMbFile(const char* blob, int length, ManifestEntry* entry);
+// The same through libplist's full parser (the fallback of decodeMbFile).
+bool decodeMbFileWithLibplist(const char* blob, int length, ManifestEntry* entry);
 
 // Reads every record of Files, in table order. False, with *error set, when the
 // file cannot be opened as a database with that table; a read error part-way
 // keeps the records already handed over, sets *error and returns true with
-// *truncated set.
-bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink, QString* error, bool* truncated);
+// *truncated set. *sizeHint (when given) receives an upper bound of the record
+// count before the first record is handed over.
+bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink, QString* error, bool* truncated,
+                    qint64* sizeHint = nullptr);
 
 // Reads Manifest.mbdb bytes. False when the header is wrong; a record cut
 // short ends the list (earlier records are kept) and sets *truncated.
 bool readMbdb(const QByteArray& data, const ManifestSink& sink, QString* error, bool* truncated);
 
-// SHA-1 of "domain-relativePath", 40 lower-case hex digits.
-QByteArray fileIdOf(const QByteArray& domain, const QByteArray& relativePath);
-bool isFileId(const QByteArray& id);
+// Parses 40 hex digits into 20 bytes; false when the text is anything else.
+bool parseFileId(const char* text, int length, unsigned char out[20]);
+// 40 lower-case hex digits.
+QString fileIdText(const unsigned char id[20]);
 } // namespace Manifest

@@ -13,9 +13,11 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QTemporaryDir>
-#include <QVector>
 
 #include <algorithm>
+#include <iterator>
+#include <cstring>
+#include <vector>
 
 namespace {
 const char kModule[] = "iTunesBackup";
@@ -33,7 +35,7 @@ void setLoadError(MobileBackup::Error code, const QString& text) {
 struct Entry {
   QString domain;
   QString relativePath;
-  QByteArray fileId;
+  unsigned char fileId[20] = {};
   qint64 size = 0;
   quint32 modified = 0;
   quint32 protectionClass = 0;
@@ -143,7 +145,8 @@ struct MobileBackup::Private {
   BackupInfo info;
   Generation generation = Generation::ManifestDb;
   Keybag keybag;
-  QVector<Entry> entries;
+  std::vector<Entry> entries;
+  std::vector<Entry> emptyEntries; // while reading the manifest
   int directories = 0, links = 0, others = 0;
   mutable QHash<QString, int> index; // domain '\0' relative path -> entry, built on first lookup
   std::unique_ptr<QTemporaryDir> scratch;
@@ -164,7 +167,7 @@ struct MobileBackup::Private {
   }
 
   QString storedPath(const Entry& e) const {
-    const QString id = QString::fromLatin1(e.fileId);
+    const QString id = Manifest::fileIdText(e.fileId);
     if (generation == Generation::ManifestDb)
       return path + QLatin1Char('/') + id.left(2) + QLatin1Char('/') + id;
     return path + QLatin1Char('/') + id;
@@ -236,19 +239,22 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
     case ManifestEntry::File:
       break;
     }
-    if (!Manifest::isFileId(m.fileId)) {
+    if (!m.hasFileId) {
       ++others; // its name could lead anywhere: not a usable record
       return;
     }
-    Entry e;
-    e.domain = m.domain;
-    e.relativePath = m.relativePath;
-    e.fileId = m.fileId;
+    // Empty files go last: a reader that stops at the first empty record must
+    // still see every file with content.
+    std::vector<Entry>& list = m.size > 0 ? entries : emptyEntries;
+    list.emplace_back();
+    Entry& e = list.back();
+    e.domain = std::move(m.domain);
+    e.relativePath = std::move(m.relativePath);
+    std::memcpy(e.fileId, m.fileId, sizeof e.fileId);
     e.size = m.size;
     e.modified = m.modified;
     e.protectionClass = m.protectionClass;
-    e.encryptionKey = m.encryptionKey;
-    entries.append(e);
+    e.encryptionKey = std::move(m.encryptionKey);
   };
 
   QString err;
@@ -299,7 +305,15 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
       }
       inPlace = false;
     }
-    if (!Manifest::readManifestDb(openPath, inPlace, sink, &err, &truncated)) {
+    qint64 hint = -1;
+    ManifestSink reserving = [&](ManifestEntry& e) {
+      if (hint >= 0) {
+        entries.reserve(size_t(qBound<qint64>(0, hint, 50000000)));
+        hint = -1;
+      }
+      sink(e);
+    };
+    if (!Manifest::readManifestDb(openPath, inPlace, reserving, &err, &truncated, &hint)) {
       setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
       return false;
     }
@@ -334,10 +348,11 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
         int(entries.size()) + directories + links + others);
   if (others > 0)
     Log(kModule, 1, "backup %s: %d records of unknown kind or unreadable metadata skipped", qPrintable(path), others);
-  // Empty files go last: a reader that stops at the first empty record must
-  // still see every file with content.
-  std::stable_partition(entries.begin(), entries.end(), [](const Entry& e) { return e.size > 0; });
-  entries.squeeze();
+  entries.reserve(entries.size() + emptyEntries.size());
+  std::move(emptyEntries.begin(), emptyEntries.end(), std::back_inserter(entries));
+  std::vector<Entry>().swap(emptyEntries);
+  if (entries.capacity() > 2 * entries.size() + 1024)
+    entries.shrink_to_fit();
   return true;
 }
 
@@ -345,28 +360,28 @@ QString MobileBackup::path() const { return d->path; }
 MobileBackup::Generation MobileBackup::generation() const { return d->generation; }
 bool MobileBackup::isEncrypted() const { return d->info.encrypted; }
 const BackupInfo& MobileBackup::backupInfo() const { return d->info; }
-int MobileBackup::fileCount() const { return d->entries.size(); }
+int MobileBackup::fileCount() const { return int(d->entries.size()); }
 int MobileBackup::directoryCount() const { return d->directories; }
 int MobileBackup::linkCount() const { return d->links; }
 int MobileBackup::otherCount() const { return d->others; }
 
 BackupFileRecord MobileBackup::fileAt(int index) const {
   BackupFileRecord r;
-  if (index < 0 || index >= d->entries.size())
+  if (index < 0 || index >= fileCount())
     return r;
   const Entry& e = d->entries.at(index);
   r.domain = e.domain;
   r.relativePath = e.relativePath;
   r.modified = e.modified;
   r.size = e.size;
-  r.fileId = QString::fromLatin1(e.fileId);
+  r.fileId = Manifest::fileIdText(e.fileId);
   return r;
 }
 
 int MobileBackup::findFile(const QString& domain, const QString& relativePath) const {
-  if (d->index.isEmpty() && !d->entries.isEmpty()) {
-    d->index.reserve(d->entries.size());
-    for (int i = 0; i < d->entries.size(); ++i) {
+  if (d->index.isEmpty() && !d->entries.empty()) {
+    d->index.reserve(fileCount());
+    for (int i = 0; i < fileCount(); ++i) {
       const Entry& e = d->entries.at(i);
       d->index.insert(e.domain + QChar(0) + e.relativePath, i); // a later record wins
     }
@@ -375,7 +390,7 @@ int MobileBackup::findFile(const QString& domain, const QString& relativePath) c
 }
 
 QString MobileBackup::filePath(int index) {
-  if (index < 0 || index >= d->entries.size()) {
+  if (index < 0 || index >= fileCount()) {
     Log(kModule, 0, "backup %s: no file record %d", qPrintable(d->path), index);
     return QString();
   }
@@ -383,7 +398,7 @@ QString MobileBackup::filePath(int index) {
   const QString stored = d->storedPath(e);
   if (!QFileInfo(stored).isFile()) {
     Log(kModule, 1, "backup %s: %s-%s is not on disk (%s)", qPrintable(d->path), qPrintable(e.domain),
-        qPrintable(e.relativePath), e.fileId.constData());
+        qPrintable(e.relativePath), qPrintable(Manifest::fileIdText(e.fileId)));
     return QString();
   }
   if (!d->info.encrypted)
@@ -400,7 +415,7 @@ QString MobileBackup::filePath(int index) {
   const QString work = d->scratchPath();
   if (work.isEmpty())
     return QString();
-  const QString out = work + QLatin1Char('/') + QString::fromLatin1(e.fileId);
+  const QString out = work + QLatin1Char('/') + Manifest::fileIdText(e.fileId);
   qint64 len = 0;
   if (!BackupCrypto::decryptFile(stored, out, key, &len, &err)) {
     Log(kModule, 0, "backup %s: %s-%s: %s", qPrintable(d->path), qPrintable(e.domain), qPrintable(e.relativePath),
@@ -418,7 +433,7 @@ QString MobileBackup::filePath(int index) {
 }
 
 QString MobileBackup::extractFile(int index, const QString& destFolder) {
-  if (index < 0 || index >= d->entries.size())
+  if (index < 0 || index >= fileCount())
     return QString();
   const Entry& e = d->entries.at(index);
   if (isUnsafeRelativePath(e.relativePath)) {
