@@ -58,11 +58,19 @@ struct OxData::Lists {
   RankedTree<OxAbstractItem*> raw;
   RankedTree<OxAbstractItem*> filtered;
   QHash<const OxAbstractItem*, int> rawNodes; // item -> node handle in raw
+  QHash<int, OxCalendarItem*> byTrigger;      // trigger id -> first calendar item
 
   void clear() {
     raw.clear();
     filtered.clear();
     rawNodes.clear();
+    byTrigger.clear();
+  }
+
+  void indexTrigger(OxAbstractItem* item) {
+    auto* event = dynamic_cast<OxCalendarItem*>(item);
+    if (event && event->getTriggerid() != 0 && !byTrigger.contains(event->getTriggerid()))
+      byTrigger.insert(event->getTriggerid(), event);
   }
 
   // Applies f to the items of the raw list (mode 0), the filtered list (1), or
@@ -98,6 +106,7 @@ void OxData::append(OxAbstractItem* item) {
   const int node = m_lists->raw.insert(item, goesBefore);
   m_lists->rawNodes.insert(item, node);
   m_lists->filtered.insert(item, goesBefore);
+  m_lists->indexTrigger(item);
   appendForStructData(item);
 }
 
@@ -110,6 +119,7 @@ void OxData::prepend(OxAbstractItem* item) {
   const int node = m_lists->raw.insert(item, goesBefore);
   m_lists->rawNodes.insert(item, node);
   m_lists->filtered.insert(item, goesBefore);
+  m_lists->indexTrigger(item);
 }
 
 OxAbstractItem* OxData::at(int row, bool filtered) const {
@@ -168,6 +178,7 @@ void OxData::clear() {
   m_categoryTree.clear();
   m_categoryIconTypes.clear();
   m_categoryItems.clear();
+  m_firstLayerOrder.clear();
 }
 
 // ---- counts ----------------------------------------------------------------
@@ -357,13 +368,58 @@ void OxData::appendForStructData(OxAbstractItem* item) {
   if (first.isEmpty())
     return;
   const QString second = item->getTreeSecondLayerName();
+  if (!m_categoryTree.contains(first))
+    m_firstLayerOrder.append(first);
   QStringList& seconds = m_categoryTree[first];
   if (!second.isEmpty() && !seconds.contains(second))
     seconds.append(second);
   m_categoryIconTypes.insert(first, item->getFirstLayerIconType());
   ++m_categoryItems[first];
   if (!second.isEmpty())
-    ++m_categoryItems[second];
+    ++m_categoryItems[categoryKey(first, second)];
+}
+
+QString OxData::categoryKey(const QString& first, const QString& second) {
+  // The unit separator appears in no name a reader gives.
+  return second.isEmpty() ? first : first + QChar(0x1F) + second;
+}
+
+int OxData::categoryItemCount(const QString& first, const QString& second) const {
+  return m_categoryItems.value(categoryKey(first, second), 0);
+}
+
+void OxData::onInsertFirstLayers(const QStringList& names) {
+  QMutexLocker locker(&m_lock);
+  for (const QString& name : names) {
+    if (name.isEmpty() || m_categoryTree.contains(name))
+      continue;
+    m_categoryTree.insert(name, QStringList());
+    m_categoryItems.insert(name, 0);
+    m_firstLayerOrder.append(name);
+  }
+}
+
+void OxData::addCalendarColorMap(OxAbstractItem* item, const QString& colour) {
+  if (!item || colour.isEmpty())
+    return;
+  const QString calendar = item->getTreeSecondLayerName();
+  if (!calendar.isEmpty())
+    m_calendarColors.insert(calendar, colour);
+}
+
+OxCalendarItem* OxData::getSameTriggerItem(int id) const {
+  if (id == 0)
+    return nullptr;
+  OxCalendarItem* found = m_lists->byTrigger.value(id, nullptr);
+  if (found && found->getTriggerid() == id)
+    return found;
+  found = nullptr;
+  m_lists->raw.forEach([&](int, OxAbstractItem* item) {
+    auto* event = dynamic_cast<OxCalendarItem*>(item);
+    if (!found && event && event->getTriggerid() == id)
+      found = event;
+  });
+  return found;
 }
 
 void OxData::saveSort(int column, int order) {

@@ -42,6 +42,7 @@
 #include <memory>
 
 class OxAbstractItem;
+class OxCalendarItem;
 
 class SHERD_EXPORT OxData {
 public:
@@ -71,8 +72,9 @@ public:
   int column() const;
   int dataColumn() const;
   QString columnName(int column);
-  // Deletes every item and empties both lists, the category maps and the
-  // calendar colours; the filter settings stay.
+  // Deletes every item and empties both lists, the category maps (also the
+  // registered first layers) and the calendar colours; the filter settings
+  // stay.
   void clear();
 
   // --- counts ------------------------------------------------------------
@@ -80,7 +82,8 @@ public:
   quint64 size(int mode) const;
   int allCount(int mode) const;
   int allDeletedCount() const;
-  // All raw items and the deleted ones among them.
+  // The totals a host shows beside the list's name: all raw items and the
+  // deleted ones among them, whatever the filter.
   void getCountInfo(int& all, int& deleted);
 
   // --- ticks -------------------------------------------------------------
@@ -129,11 +132,42 @@ public:
   int sortOrder() const { return m_sortOrder; }
 
   // --- category tree (Notes, Calendar, Safari, Call history) ---------------
+  // Only the lists of data types 7 to 10 record categories, as items are
+  // appended (prepended items are not recorded): first-layer name -> its
+  // second-layer names in order of first appearance.
   const QMap<QString, QStringList>& getCategoryTree() const { return m_categoryTree; }
+  // First-layer name -> the icon type of the last item appended under it.
   const QMap<QString, int>& getCategoryIconTypeMap() const { return m_categoryIconTypes; }
-  // Layer name -> number of items appended under it (first and second layers).
+  // Number of items appended under each category. A first layer is keyed by
+  // its name, a second layer by categoryKey(first, second), so that a folder
+  // that bears the name of a first layer (Safari's "Reading List" folder
+  // under the "Reading List" layer) is counted apart from it. Layers
+  // registered by onInsertFirstLayers start at 0.
   const QMap<QString, int>& getCategoryItemsMap() const { return m_categoryItems; }
+  static QString categoryKey(const QString& first, const QString& second);
+  // The count of one category; second empty means the first layer as a whole.
+  int categoryItemCount(const QString& first, const QString& second = QString()) const;
+  // Registers first layers before any item arrives, so that a host shows them
+  // (empty) in this order; names already known keep their place. Empty names
+  // are ignored.
+  void onInsertFirstLayers(const QStringList& names);
+  // The first layers in the order a host should show them: those registered
+  // by onInsertFirstLayers, then the others in order of first appearance.
+  const QStringList& firstLayerOrder() const { return m_firstLayerOrder; }
+
+  // --- calendar -------------------------------------------------------------
+  // Calendar name (the item's second layer) -> its colour text as the
+  // calendar database stores it ("#RRGGBB"...). A later colour of the same
+  // calendar replaces the earlier one; a null item, an item without calendar
+  // name or an empty colour records nothing.
+  void addCalendarColorMap(OxAbstractItem* item, const QString& colour);
   const QMap<QString, QString>& getCalendarColorMap() const { return m_calendarColors; }
+  // The calendar item of this list that owns the alarms of event id, that is
+  // whose trigger id equals id; null for 0 (events without alarm) and for an
+  // id no item carries. Items are found by an index kept as they are appended
+  // (or prepended), so a trigger id must be set before the item is handed to
+  // the list; a trigger id changed later is still found, by a scan.
+  OxCalendarItem* getSameTriggerItem(int id) const;
 
   // --- folders ------------------------------------------------------------
   // No per-folder sub-view is ever built: these do nothing.
@@ -169,6 +203,7 @@ private:
   QMap<QString, QStringList> m_categoryTree;
   QMap<QString, int> m_categoryIconTypes;
   QMap<QString, int> m_categoryItems;
+  QStringList m_firstLayerOrder;
   QString m_curFirstCategory;
   QString m_curSecondCategory;
 };

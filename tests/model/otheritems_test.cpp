@@ -248,3 +248,88 @@ TEST(OtherItems, DefaultOrderPerKind) {
   EXPECT_EQ(safari.at(2, false)->value(0), QStringLiteral("mango"));
 }
 } // namespace
+
+namespace {
+OxCalendarItem* event(const char* title, int trigger, const char* store = "", const char* calendar = "") {
+  auto* e = new OxCalendarItem;
+  e->setValue(QString::fromLatin1(title), OxCalendarItem::ColTitle);
+  e->setValue(QString::fromLatin1(store), OxCalendarItem::ColStore);
+  e->setValue(QString::fromLatin1(calendar), OxCalendarItem::ColCalendar);
+  e->setTriggerid(trigger);
+  return e;
+}
+
+TEST(OxDataCalendar, SameTriggerItem) {
+  OxData list(8);
+  OxCalendarItem* first = event("first", 7);
+  list.append(first);
+  list.append(event("no alarm", 0));
+  list.append(event("second with 7", 7));
+  OxCalendarItem* late = event("late", 0);
+  list.append(late);
+  late->setTriggerid(9); // set after appending: found by a scan
+  struct Row {
+    int id;
+    const OxCalendarItem* expected;
+  } rows[] = {{7, first}, {0, nullptr}, {9, late}, {12345, nullptr}};
+  for (const auto& r : rows)
+    EXPECT_EQ(list.getSameTriggerItem(r.id), r.expected) << r.id;
+  list.clear();
+  EXPECT_EQ(list.getSameTriggerItem(7), nullptr);
+}
+
+TEST(OxDataCalendar, ColoursByCalendarName) {
+  OxData list(8);
+  OxCalendarItem* work = event("a", 0, "iCloud", "Work");
+  OxCalendarItem* noName = event("b", 0, "iCloud", "");
+  list.addCalendarColorMap(work, QStringLiteral("#FF0000"));
+  list.addCalendarColorMap(work, QStringLiteral("#00FF00")); // the later colour wins
+  list.addCalendarColorMap(noName, QStringLiteral("#0000FF"));
+  list.addCalendarColorMap(nullptr, QStringLiteral("#0000FF"));
+  list.addCalendarColorMap(work, QString());
+  EXPECT_EQ(list.getCalendarColorMap().size(), 1);
+  EXPECT_EQ(list.getCalendarColorMap().value(QStringLiteral("Work")), QStringLiteral("#00FF00"));
+  list.append(work);
+  list.append(noName);
+  list.clear();
+  EXPECT_TRUE(list.getCalendarColorMap().isEmpty());
+}
+
+OxSafariBookmarkItem* mark(const char* title, const char* first, const char* second) {
+  auto* b = new OxSafariBookmarkItem;
+  b->setValue(QString::fromLatin1(title), 0);
+  b->setTreeFirstLayerName(QString::fromLatin1(first));
+  b->setTreeSecondLayerName(QString::fromLatin1(second));
+  return b;
+}
+
+TEST(OxDataCategories, RegisteredFirstLayersAndPerCategoryCounts) {
+  OxData list(9);
+  list.onInsertFirstLayers({QStringLiteral("Bookmarks"), QStringLiteral("Reading List"), QStringLiteral("History"),
+                            QString(), QStringLiteral("Bookmarks")});
+  EXPECT_EQ(list.firstLayerOrder(),
+            (QStringList{QStringLiteral("Bookmarks"), QStringLiteral("Reading List"), QStringLiteral("History")}));
+  EXPECT_EQ(list.categoryItemCount(QStringLiteral("History")), 0);
+  EXPECT_TRUE(list.getCategoryItemsMap().contains(QStringLiteral("History")));
+
+  list.append(mark("a", "Reading List", "Reading List"));
+  list.append(mark("b", "Reading List", "Reading List"));
+  list.append(mark("c", "Bookmarks", "Favorites"));
+  list.append(mark("d", "Downloads", ""));
+  struct Row {
+    const char* first;
+    const char* second;
+    int count;
+  } rows[] = {
+      {"Reading List", "", 2}, {"Reading List", "Reading List", 2}, {"Bookmarks", "", 1},
+      {"Bookmarks", "Favorites", 1}, {"History", "", 0}, {"Downloads", "", 1}, {"Favorites", "", 0},
+  };
+  for (const auto& r : rows)
+    EXPECT_EQ(list.categoryItemCount(QString::fromLatin1(r.first), QString::fromLatin1(r.second)), r.count)
+        << r.first << "/" << r.second;
+  EXPECT_EQ(list.firstLayerOrder().last(), QStringLiteral("Downloads"));
+  list.clear();
+  EXPECT_TRUE(list.firstLayerOrder().isEmpty());
+  EXPECT_TRUE(list.getCategoryTree().isEmpty());
+}
+} // namespace

@@ -361,7 +361,7 @@ TEST(OxDataCategories, OnlyTheBuiltInAppListsRecordTheirTree) {
     EXPECT_TRUE(data.getCategoryTree().value(QStringLiteral("Local")).isEmpty());
     EXPECT_EQ(data.getCategoryIconTypeMap().value(QStringLiteral("Local")), 6);
     EXPECT_EQ(data.getCategoryItemsMap().value(QStringLiteral("iCloud")), 3);
-    EXPECT_EQ(data.getCategoryItemsMap().value(QStringLiteral("Work")), 2);
+    EXPECT_EQ(data.categoryItemCount(QStringLiteral("iCloud"), QStringLiteral("Work")), 2);
     data.clear();
     EXPECT_TRUE(data.getCategoryTree().isEmpty());
     EXPECT_EQ(data.count(0), 0);
