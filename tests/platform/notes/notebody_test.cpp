@@ -1,0 +1,170 @@
+// The body decoder against the real body blobs (golden files of their text
+// and segments) and against damaged input.
+#include "platform/notes/notebody.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+namespace {
+
+QString bodiesDir() { return QStringLiteral(SHERD_REALDATA_DIR "/note-bodies"); }
+
+QByteArray readAll(const QString& path) {
+  QFile f(path);
+  return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+QString escaped(QString s) {
+  s.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
+  s.replace(QLatin1Char('\n'), QLatin1String("\\n"));
+  s.replace(QLatin1Char('\t'), QLatin1String("\\t"));
+  return s;
+}
+
+// One line per segment: "T <text>" or "A <identifier> <type>".
+QString describe(const NoteBody::Decoded& d) {
+  QString out;
+  for (const NoteBody::Segment& s : d.segments)
+    out += s.attachment ? QStringLiteral("A %1 %2\n").arg(s.identifier, s.typeUti)
+                        : QStringLiteral("T %1\n").arg(escaped(s.text));
+  return out;
+}
+
+QByteArray gzip(const QByteArray& raw) {
+  z_stream zs{};
+  deflateInit2(&zs, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+  QByteArray out(int(deflateBound(&zs, uLong(raw.size()))) + 32, '\0');
+  zs.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(raw.constData()));
+  zs.avail_in = uInt(raw.size());
+  zs.next_out = reinterpret_cast<Bytef*>(out.data());
+  zs.avail_out = uInt(out.size());
+  deflate(&zs, Z_FINISH);
+  out.resize(int(zs.total_out));
+  deflateEnd(&zs);
+  return out;
+}
+
+// Compares with the golden file, or writes it when SHERD_WRITE_GOLDEN is set.
+void checkGolden(const QString& name, const QString& actual) {
+  const QString path = QStringLiteral(SHERD_NOTES_GOLDEN_DIR "/%1.txt").arg(name);
+  if (qEnvironmentVariableIsSet("SHERD_WRITE_GOLDEN")) {
+    QDir().mkpath(QStringLiteral(SHERD_NOTES_GOLDEN_DIR));
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(actual.toUtf8());
+    return;
+  }
+  const QByteArray expected = readAll(path);
+  ASSERT_FALSE(expected.isEmpty()) << "no golden file " << path.toStdString();
+  EXPECT_EQ(QString::fromUtf8(expected).toStdString(), actual.toStdString()) << name.toStdString();
+}
+
+TEST(NoteBody, RealBodiesMatchTheirGoldenFiles) {
+  if (!QFileInfo::exists(bodiesDir()))
+    GTEST_SKIP() << "real data absent";
+  const QStringList names = QDir(bodiesDir()).entryList({QStringLiteral("*.bin")}, QDir::Files, QDir::Name);
+  int decoded = 0;
+  for (const QString& file : names) {
+    if (file.startsWith(QLatin1String("ZSERVER")))
+      continue; // keyed archives, not bodies
+    const QByteArray blob = readAll(bodiesDir() + QLatin1Char('/') + file);
+    const QString name = QFileInfo(file).completeBaseName();
+    QString text, error;
+    if (name.contains(QLatin1String("table"))) {
+      ASSERT_TRUE(NoteBody::decodeTable(blob, &text, &error)) << file.toStdString() << ": " << error.toStdString();
+      checkGolden(name, escaped(text) + QLatin1Char('\n'));
+    } else {
+      NoteBody::Decoded d;
+      ASSERT_TRUE(NoteBody::decodeBody(blob, &d, &error)) << file.toStdString() << ": " << error.toStdString();
+      checkGolden(name, describe(d));
+    }
+    ++decoded;
+  }
+  EXPECT_EQ(decoded, 15);
+}
+
+TEST(NoteBody, CompressedAndPlainFormsDecodeAlike) {
+  if (!QFileInfo::exists(bodiesDir()))
+    GTEST_SKIP() << "real data absent";
+  NoteBody::Decoded plain, packed;
+  QString error;
+  ASSERT_TRUE(NoteBody::decodeBody(readAll(bodiesDir() + "/simple_note_protobuf.bin"), &plain, &error));
+  ASSERT_TRUE(NoteBody::decodeBody(readAll(bodiesDir() + "/simple_note_protobuf_gzipped.bin"), &packed, &error));
+  EXPECT_EQ(describe(plain), describe(packed));
+  EXPECT_FALSE(plain.readableText().isEmpty());
+}
+
+TEST(NoteBody, RunLengthsCountUtf16Units) {
+  if (!QFileInfo::exists(bodiesDir()))
+    GTEST_SKIP() << "real data absent";
+  NoteBody::Decoded d;
+  QString error;
+  ASSERT_TRUE(NoteBody::decodeBody(readAll(bodiesDir() + "/emoji_formatting_1_gzipped.bin"), &d, &error));
+  // Every character of the stored text reaches the readable text: slicing by
+  // code points or bytes would lose or split the tail.
+  QString stored = d.plainText;
+  stored.remove(QChar(0xFFFC));
+  EXPECT_EQ(d.readableText(), stored);
+}
+
+TEST(NoteBody, DamagedBlobsFailWithAReason) {
+  QByteArray good;
+  if (QFileInfo::exists(bodiesDir()))
+    good = readAll(bodiesDir() + "/html_gzipped.bin");
+  else
+    good = gzip(QByteArray("\x12\x07\x1a\x05\x12\x03" "abc", 9));
+  QByteArray inflated;
+  QString error;
+  ASSERT_TRUE(NoteBody::inflate(good, &inflated, &error));
+  const struct {
+    const char* name;
+    QByteArray blob;
+  } cases[] = {
+      {"truncated gzip", good.left(good.size() / 2)},
+      {"gzip header only", good.left(10)},
+      {"not a protobuf", QByteArray("\xff\xff\xff\xff\xff\xff\xff", 7)},
+      {"gzip of garbage", gzip(QByteArray("\x0a\xff\xff\xff\xff\x0f", 6))},
+      {"protobuf without a document", gzip(QByteArray("\x08\x01", 2))},
+      {"truncated protobuf", inflated.left(inflated.size() - 3)},
+      {"zip bomb", gzip(QByteArray(80 << 20, '\0'))},
+  };
+  for (const auto& c : cases) {
+    NoteBody::Decoded d;
+    error.clear();
+    EXPECT_FALSE(NoteBody::decodeBody(c.blob, &d, &error)) << c.name;
+    EXPECT_FALSE(error.isEmpty()) << c.name;
+  }
+}
+
+TEST(NoteBody, RunsLongerThanTheTextAreClamped) {
+  // text "ab\uFFFCc" with runs 2, 1 (attachment), 99: the last run overshoots.
+  const QByteArray text = QStringLiteral("ab\uFFFCc").toUtf8();
+  QByteArray note;
+  note += char(0x12);
+  note += char(text.size());
+  note += text;
+  const QByteArray attachment("\x0a\x02id\x12\x0bpublic.jpeg", 17);
+  note += QByteArray("\x2a\x02\x08\x02", 4);
+  QByteArray run3("\x08\x01\x62", 3);
+  run3 += char(attachment.size());
+  run3 += attachment;
+  note += char(0x2a);
+  note += char(run3.size());
+  note += run3;
+  note += QByteArray("\x2a\x02\x08\x63", 4);
+  QByteArray doc("\x1a", 1);
+  doc += char(note.size());
+  doc += note;
+  QByteArray top("\x12", 1);
+  top += char(doc.size());
+  top += doc;
+  NoteBody::Decoded d;
+  QString error;
+  ASSERT_TRUE(NoteBody::decodeBody(gzip(top), &d, &error)) << error.toStdString();
+  EXPECT_EQ(describe(d), QStringLiteral("T ab\nA id public.jpeg\nT c\n"));
+}
+
+} // namespace
