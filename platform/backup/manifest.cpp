@@ -28,24 +28,6 @@ ManifestEntry::Kind kindOfMode(quint32 mode) {
   }
 }
 
-// Domains repeat across thousands of records: share one string per domain.
-class DomainPool {
-public:
-  QString get(const char* p, int n) {
-    const QByteArray key = QByteArray::fromRawData(p, n);
-    auto it = m_pool.constFind(key);
-    if (it != m_pool.constEnd())
-      return it.value();
-    const QByteArray owned(p, n);
-    const QString s = QString::fromUtf8(owned);
-    m_pool.insert(owned, s);
-    return s;
-  }
-
-private:
-  QHash<QByteArray, QString> m_pool;
-};
-
 plist_t objectAt(plist_t objects, plist_t ref) {
   if (!ref)
     return nullptr;
@@ -75,9 +57,6 @@ quint64 uintOf(plist_t dict, const char* key) {
   return PlistUtil::uinteger(plist_dict_get_item(dict, key));
 }
 
-QString utf8(const unsigned char* p, int n) {
-  return p ? QString::fromUtf8(reinterpret_cast<const char*>(p), n) : QString();
-}
 } // namespace
 
 bool parseFileId(const char* text, int length, unsigned char out[20]) {
@@ -125,30 +104,28 @@ bool decodeFast(const char* blob, int length, ManifestEntry* entry) {
   quint64 root = 0, objects = 0, top = 0, rootRef = 0, index = 0, file = 0;
   if (!s.isValid() || !s.root(&root) || !s.dictValue(root, "$objects", &objects) ||
       !s.dictValue(root, "$top", &top) || !s.dictValue(top, "root", &rootRef) || !s.uid(rootRef, &index) ||
-      !s.arrayItem(objects, index, &file) || !s.isDict(file))
+      !s.arrayItem(objects, index, &file))
     return false;
   qint64 v[4] = {};
   static const char* const keys[4] = {"Size", "LastModified", "Mode", "ProtectionClass"};
   static const size_t keyLengths[4] = {4, 12, 4, 15};
-  quint64 count = 0, keyRef = 0;
-  bool hasKey = false;
-  if (!s.dictSize(file, &count))
-    return false;
-  for (quint64 i = 0; i < count; ++i) {
-    const char* k = nullptr;
-    size_t kl = 0;
-    quint64 ref = 0;
-    if (!s.dictEntry(file, i, &k, &kl, &ref))
-      continue; // a key that is not an ASCII string is none of ours
+  quint64 keyRef = 0;
+  bool hasKey = false, ok = true;
+  const bool isDict = s.forEachEntry(file, [&](const char* k, size_t kl, quint64 ref) {
     for (int j = 0; j < 4; ++j) {
-      if (kl == keyLengths[j] && std::memcmp(k, keys[j], kl) == 0 && !s.integer(ref, &v[j]))
+      if (kl == keyLengths[j] && std::memcmp(k, keys[j], kl) == 0 && !s.integer(ref, &v[j])) {
+        ok = false;
         return false;
+      }
     }
     if (kl == 13 && std::memcmp(k, "EncryptionKey", 13) == 0) {
       keyRef = ref;
       hasKey = true;
     }
-  }
+    return true;
+  });
+  if (!isDict || !ok)
+    return false;
   QByteArray key;
   if (hasKey) {
     quint64 ref = keyRef;
@@ -221,8 +198,6 @@ bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink,
     sqlite3_close(db);
     return false;
   }
-  // Reading through a memory map saves a system call per page.
-  sqlite3_exec(db, "pragma mmap_size = 1073741824", nullptr, nullptr, nullptr);
   sqlite3_stmt* stmt = nullptr;
   if (sizeHint) {
     *sizeHint = 0;
@@ -238,15 +213,19 @@ bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink,
     sqlite3_close(db);
     return false;
   }
-  DomainPool domains;
   ManifestEntry e;
   while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
     e = ManifestEntry();
     e.hasFileId = parseFileId(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)),
                               sqlite3_column_bytes(stmt, 0), e.fileId);
-    const auto* dom = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1));
-    e.domain = dom ? domains.get(dom, sqlite3_column_bytes(stmt, 1)) : QString();
-    e.relativePath = utf8(sqlite3_column_text(stmt, 2), sqlite3_column_bytes(stmt, 2));
+    if (const auto* dom = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1))) {
+      e.domain = dom;
+      e.domainLength = sqlite3_column_bytes(stmt, 1);
+    }
+    if (const auto* rel = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 2))) {
+      e.relativePath = rel;
+      e.relativePathLength = sqlite3_column_bytes(stmt, 2);
+    }
     const int flags = sqlite3_column_int(stmt, 3);
     switch (flags) {
     case 1:
@@ -287,8 +266,6 @@ bool readMbdb(const QByteArray& data, const ManifestSink& sink, QString* error, 
   const auto* p = reinterpret_cast<const uchar*>(data.constData());
   const qint64 end = data.size();
   qint64 pos = 6;
-  DomainPool domains;
-
   // Each reader returns false when the record is cut short.
   auto u8 = [&](quint32* v) {
     if (end - pos < 1)
@@ -359,8 +336,10 @@ bool readMbdb(const QByteArray& data, const ManifestSink& sink, QString* error, 
     const char* base = data.constData();
     const QByteArray dom = domAt >= 0 ? QByteArray::fromRawData(base + domAt, domLen) : QByteArray();
     const QByteArray rel = pathAt >= 0 ? QByteArray::fromRawData(base + pathAt, pathLen) : QByteArray();
-    e.domain = domains.get(dom.constData(), dom.size());
-    e.relativePath = QString::fromUtf8(rel);
+    e.domain = dom.constData();
+    e.domainLength = dom.size();
+    e.relativePath = rel.constData();
+    e.relativePathLength = rel.size();
     QCryptographicHash sha(QCryptographicHash::Sha1);
     sha.addData(dom);
     sha.addData("-", 1);

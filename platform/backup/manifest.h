@@ -10,8 +10,11 @@
 struct ManifestEntry {
   enum Kind { File, Directory, Link, Other };
   Kind kind = Other;
-  QString domain;
-  QString relativePath;
+  // UTF-8 bytes as the manifest stores them; valid during the sink's call only.
+  const char* domain = "";
+  int domainLength = 0;
+  const char* relativePath = "";
+  int relativePathLength = 0;
   unsigned char fileId[20] = {}; // SHA-1 of "domain-relativePath": the stored file's name
   bool hasFileId = false;          // false when the manifest's ID is not 40 hex digits
   qint64 size = 0;

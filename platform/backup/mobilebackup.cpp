@@ -31,16 +31,19 @@ void setLoadError(MobileBackup::Error code, const QString& text) {
   Log(kModule, 0, "%s", qPrintable(text));
 }
 
-// A file of the backup as opening found it; the decrypted copy is added later.
+// A file of the backup as opening found it. Its texts live in the backup's
+// shared tables (one copy of each domain, the relative paths in one block of
+// UTF-8), so that a manifest of hundreds of thousands of records costs a few
+// dozen bytes per record.
 struct Entry {
-  QString domain;
-  QString relativePath;
-  unsigned char fileId[20] = {};
-  qint64 size = 0;
+  quint32 pathOffset = 0;
+  quint32 pathLength = 0;
+  quint32 domain = 0;
   quint32 modified = 0;
+  qint64 size = 0;
   quint32 protectionClass = 0;
-  QByteArray encryptionKey;
-  QString decryptedPath;
+  unsigned char fileId[20] = {};
+  QByteArray encryptionKey; // encrypted backups only
 };
 
 // Whether a relative path would lead out of the folder it is put under.
@@ -147,9 +150,24 @@ struct MobileBackup::Private {
   Keybag keybag;
   std::vector<Entry> entries;
   std::vector<Entry> emptyEntries; // while reading the manifest
+  std::vector<QString> domains;
+  QHash<QByteArray, quint32> domainIds; // while reading the manifest
+  QByteArray paths;                      // every relative path, UTF-8, back to back
   int directories = 0, links = 0, others = 0;
-  mutable QHash<QString, int> index; // domain '\0' relative path -> entry, built on first lookup
+  mutable QHash<QByteArray, int> index; // domain '\0' relative path (UTF-8) -> entry, built on first lookup
+  QHash<int, QString> decrypted;        // entry -> its decrypted copy
   std::unique_ptr<QTemporaryDir> scratch;
+
+  QString relativePath(const Entry& e) const {
+    return QString::fromUtf8(paths.constData() + e.pathOffset, int(e.pathLength));
+  }
+  QByteArray indexKey(const Entry& e) const {
+    QByteArray k = domains[e.domain].toUtf8();
+    k += '\0';
+    k.append(paths.constData() + e.pathOffset, int(e.pathLength));
+    return k;
+  }
+  QString describe(const Entry& e) const { return domains[e.domain] + QLatin1Char('-') + relativePath(e); }
 
   QString scratchPath() {
     if (!scratch) {
@@ -248,8 +266,21 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
     std::vector<Entry>& list = m.size > 0 ? entries : emptyEntries;
     list.emplace_back();
     Entry& e = list.back();
-    e.domain = std::move(m.domain);
-    e.relativePath = std::move(m.relativePath);
+    const QByteArray dom = QByteArray::fromRawData(m.domain, m.domainLength);
+    auto it = domainIds.constFind(dom);
+    if (it == domainIds.constEnd()) {
+      domains.push_back(QString::fromUtf8(m.domain, m.domainLength));
+      it = domainIds.insert(QByteArray(m.domain, m.domainLength), quint32(domains.size() - 1));
+    }
+    e.domain = it.value();
+    if (quint64(paths.size()) + quint64(m.relativePathLength) > quint64(INT_MAX) / 2) {
+      ++others; // beyond any real manifest; keep the memory bounded
+      list.pop_back();
+      return;
+    }
+    e.pathOffset = quint32(paths.size());
+    e.pathLength = quint32(m.relativePathLength);
+    paths.append(m.relativePath, m.relativePathLength);
     std::memcpy(e.fileId, m.fileId, sizeof e.fileId);
     e.size = m.size;
     e.modified = m.modified;
@@ -309,6 +340,7 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
     ManifestSink reserving = [&](ManifestEntry& e) {
       if (hint >= 0) {
         entries.reserve(size_t(qBound<qint64>(0, hint, 50000000)));
+        paths.reserve(int(qBound<qint64>(0, hint * 48, 256 << 20)));
         hint = -1;
       }
       sink(e);
@@ -351,6 +383,8 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
   entries.reserve(entries.size() + emptyEntries.size());
   std::move(emptyEntries.begin(), emptyEntries.end(), std::back_inserter(entries));
   std::vector<Entry>().swap(emptyEntries);
+  domainIds.clear();
+  paths.squeeze();
   if (entries.capacity() > 2 * entries.size() + 1024)
     entries.shrink_to_fit();
   return true;
@@ -370,8 +404,8 @@ BackupFileRecord MobileBackup::fileAt(int index) const {
   if (index < 0 || index >= fileCount())
     return r;
   const Entry& e = d->entries.at(index);
-  r.domain = e.domain;
-  r.relativePath = e.relativePath;
+  r.domain = d->domains[e.domain];
+  r.relativePath = d->relativePath(e);
   r.modified = e.modified;
   r.size = e.size;
   r.fileId = Manifest::fileIdText(e.fileId);
@@ -383,10 +417,13 @@ int MobileBackup::findFile(const QString& domain, const QString& relativePath) c
     d->index.reserve(fileCount());
     for (int i = 0; i < fileCount(); ++i) {
       const Entry& e = d->entries.at(i);
-      d->index.insert(e.domain + QChar(0) + e.relativePath, i); // a later record wins
+      d->index.insert(d->indexKey(e), i); // a later record wins
     }
   }
-  return d->index.value(domain + QChar(0) + relativePath, -1);
+  QByteArray key = domain.toUtf8();
+  key += '\0';
+  key += relativePath.toUtf8();
+  return d->index.value(key, -1);
 }
 
 QString MobileBackup::filePath(int index) {
@@ -397,19 +434,19 @@ QString MobileBackup::filePath(int index) {
   Entry& e = d->entries[index];
   const QString stored = d->storedPath(e);
   if (!QFileInfo(stored).isFile()) {
-    Log(kModule, 1, "backup %s: %s-%s is not on disk (%s)", qPrintable(d->path), qPrintable(e.domain),
-        qPrintable(e.relativePath), qPrintable(Manifest::fileIdText(e.fileId)));
+    Log(kModule, 1, "backup %s: %s is not on disk (%s)", qPrintable(d->path), qPrintable(d->describe(e)),
+        qPrintable(Manifest::fileIdText(e.fileId)));
     return QString();
   }
   if (!d->info.encrypted)
     return stored;
-  if (!e.decryptedPath.isEmpty() && QFileInfo::exists(e.decryptedPath))
-    return e.decryptedPath;
+  const QString made = d->decrypted.value(index);
+  if (!made.isEmpty() && QFileInfo::exists(made))
+    return made;
   QString err;
   QByteArray key;
   if (!d->keybag.unwrapKey(e.encryptionKey, d->generation == Generation::Mbdb ? e.protectionClass : 0, &key, &err)) {
-    Log(kModule, 0, "backup %s: %s-%s: %s", qPrintable(d->path), qPrintable(e.domain), qPrintable(e.relativePath),
-        qPrintable(err));
+    Log(kModule, 0, "backup %s: %s: %s", qPrintable(d->path), qPrintable(d->describe(e)), qPrintable(err));
     return QString();
   }
   const QString work = d->scratchPath();
@@ -418,17 +455,16 @@ QString MobileBackup::filePath(int index) {
   const QString out = work + QLatin1Char('/') + Manifest::fileIdText(e.fileId);
   qint64 len = 0;
   if (!BackupCrypto::decryptFile(stored, out, key, &len, &err)) {
-    Log(kModule, 0, "backup %s: %s-%s: %s", qPrintable(d->path), qPrintable(e.domain), qPrintable(e.relativePath),
-        qPrintable(err));
+    Log(kModule, 0, "backup %s: %s: %s", qPrintable(d->path), qPrintable(d->describe(e)), qPrintable(err));
     return QString();
   }
   if (len != e.size) {
-    Log(kModule, 1, "backup %s: %s-%s: the manifest says %lld bytes, the decrypted file has %lld",
-        qPrintable(d->path), qPrintable(e.domain), qPrintable(e.relativePath), static_cast<long long>(e.size),
+    Log(kModule, 1, "backup %s: %s: the manifest says %lld bytes, the decrypted file has %lld",
+        qPrintable(d->path), qPrintable(d->describe(e)), static_cast<long long>(e.size),
         static_cast<long long>(len));
     e.size = len;
   }
-  e.decryptedPath = out;
+  d->decrypted.insert(index, out);
   return out;
 }
 
@@ -436,12 +472,13 @@ QString MobileBackup::extractFile(int index, const QString& destFolder) {
   if (index < 0 || index >= fileCount())
     return QString();
   const Entry& e = d->entries.at(index);
-  if (isUnsafeRelativePath(e.relativePath)) {
-    Log(kModule, 0, "backup %s: refusing to extract %s-%s: the path leads out of its folder", qPrintable(d->path),
-        qPrintable(e.domain), qPrintable(e.relativePath));
+  const QString rel = d->relativePath(e);
+  if (isUnsafeRelativePath(rel)) {
+    Log(kModule, 0, "backup %s: refusing to extract %s: the path leads out of its folder", qPrintable(d->path),
+        qPrintable(d->describe(e)));
     return QString();
   }
-  const QString name = lastComponent(e.relativePath);
+  const QString name = lastComponent(rel);
   if (name.isEmpty() || name == QLatin1String(".")) {
     Log(kModule, 0, "backup %s: record %d has no file name", qPrintable(d->path), index);
     return QString();
