@@ -1,0 +1,86 @@
+#include "readers/messengers/kik/coredatajoin.h"
+
+#include "platform/common/sqlutils.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <sqlite3.h>
+
+namespace {
+QStringList columnsOf(sqlite3* db, const QString& table) {
+  QStringList columns;
+  // The name comes from sqlite_master; quoting keeps any name safe anyway.
+  QString quoted = table;
+  quoted.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+  const QByteArray sql = QStringLiteral("pragma table_info(\"%1\")").arg(quoted).toUtf8();
+  sqlite3_stmt* stmt = nullptr;
+  if (SqlUtils::prepareSqlite(db, sql.constData(), -1, &stmt, nullptr) != 0)
+    return columns;
+  while (sqlite3_step(stmt) == SQLITE_ROW) {
+    const auto* name = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1));
+    if (name)
+      columns << QString::fromUtf8(name);
+  }
+  sqlite3_finalize(stmt);
+  return columns;
+}
+
+QString findColumn(const QStringList& columns, const QRegularExpression& re) {
+  for (const QString& c : columns) {
+    if (re.match(c).hasMatch())
+      return c;
+  }
+  return QString();
+}
+} // namespace
+
+namespace CoreDataJoin {
+CoreDataJoinTable find(sqlite3* db, const QString& relation, const QString& ownerSuffix) {
+  CoreDataJoinTable best;
+  if (!db)
+    return best;
+  const QString rel = QRegularExpression::escape(relation);
+  const QRegularExpression tableRe(QStringLiteral("^Z_(\\d+)%1$").arg(rel), QRegularExpression::CaseInsensitiveOption);
+  const QRegularExpression memberRe(QStringLiteral("^Z_\\d+%1$").arg(rel), QRegularExpression::CaseInsensitiveOption);
+  sqlite3_stmt* stmt = nullptr;
+  if (SqlUtils::prepareSqlite(db, "select name from sqlite_master where type = 'table'", -1, &stmt, nullptr) != 0)
+    return best;
+  QStringList tables;
+  while (sqlite3_step(stmt) == SQLITE_ROW) {
+    const auto* name = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
+    if (name)
+      tables << QString::fromUtf8(name);
+  }
+  sqlite3_finalize(stmt);
+
+  qint64 bestNumber = -1;
+  for (const QString& table : qAsConst(tables)) {
+    const QRegularExpressionMatch m = tableRe.match(table);
+    if (!m.hasMatch())
+      continue;
+    const qint64 number = m.captured(1).toLongLong();
+    if (bestNumber >= 0 && number >= bestNumber)
+      continue;
+    // The owner's column carries the table's own number.
+    const QRegularExpression ownerRe(
+        QStringLiteral("^Z_%1%2$").arg(m.captured(1), QRegularExpression::escape(ownerSuffix)),
+        QRegularExpression::CaseInsensitiveOption);
+    const QStringList columns = columnsOf(db, table);
+    const QString owner = findColumn(columns, ownerRe);
+    const QString member = findColumn(columns, memberRe);
+    if (owner.isEmpty() || member.isEmpty())
+      continue;
+    best = CoreDataJoinTable{table, owner, member};
+    bestNumber = number;
+  }
+  return best;
+}
+
+bool hasShape(sqlite3* db, const CoreDataJoinTable& join) {
+  if (!db || join.isNull())
+    return false;
+  const QStringList columns = columnsOf(db, join.table);
+  return columns.contains(join.ownerCol, Qt::CaseInsensitive) && columns.contains(join.memberCol, Qt::CaseInsensitive);
+}
+} // namespace CoreDataJoin

@@ -1,0 +1,184 @@
+#include "readers/messengers/kik/kikqueries.h"
+
+#include "platform/common/log.h"
+#include "platform/common/sqlutils.h"
+
+#include <QFile>
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace {
+const char kModule[] = "iTunesBackup";
+} // namespace
+
+// ---- users ----
+
+CKikUserQuery::CKikUserQuery() {
+  m_sqls << QStringLiteral("select z_pk, zdisplayname, zjid from zkikuser");
+  m_countSqls << QStringLiteral("select count(*) from zkikuser");
+}
+
+bool CKikUserQuery::onRow(sqlite3_stmt* stmt) {
+  const qint64 key = sqlite3_column_int64(stmt, 0);
+  m_names.insert(key, columnText(stmt, 1));
+  m_jids.insert(key, columnText(stmt, 2));
+  return true;
+}
+
+// ---- chats ----
+
+CKikChatSessionQuery::CKikChatSessionQuery() {
+  m_sqls << QStringLiteral("select z_pk, zuser from zkikchat");
+  m_countSqls << QStringLiteral("select count(*) from zkikchat");
+}
+
+CKikChatSessionQuery::~CKikChatSessionQuery() { qDeleteAll(m_chats); }
+
+bool CKikChatSessionQuery::onRow(sqlite3_stmt* stmt) {
+  auto* pair = new KikChatPair;
+  pair->chat = sqlite3_column_int64(stmt, 0);
+  pair->user = sqlite3_column_int64(stmt, 1);
+  m_chats.append(pair);
+  return true;
+}
+
+// ---- join tables ----
+
+CKikJoinQuery::CKikJoinQuery(const CoreDataJoinTable& named, const QString& relation, const QString& ownerSuffix,
+                             bool ordered)
+    : m_named(named), m_relation(relation), m_ownerSuffix(ownerSuffix), m_ordered(ordered) {
+  m_sqls << selectFor(named);
+  m_countSqls << countFor(named);
+}
+
+QString CKikJoinQuery::selectFor(const CoreDataJoinTable& join) const {
+  QString sql = QStringLiteral("select %1, %2 from %3").arg(join.ownerCol, join.memberCol, join.table);
+  if (m_ordered)
+    sql += QStringLiteral(" order by %1").arg(join.memberCol);
+  return sql;
+}
+
+QString CKikJoinQuery::countFor(const CoreDataJoinTable& join) {
+  return QStringLiteral("select count(*) from %1").arg(join.table);
+}
+
+CoreDataJoinTable CKikJoinQuery::resolve(sqlite3* db) const {
+  if (CoreDataJoin::hasShape(db, m_named))
+    return CoreDataJoinTable();
+  return CoreDataJoin::find(db, m_relation, m_ownerSuffix);
+}
+
+void CKikJoinQuery::query(const QStringList& files, CIProgressCallback* progress) {
+  const QStringList listedCounts = m_countSqls;
+  for (const QString& path : files) {
+    // The base logs a missing file and skips it; only an existing one is probed.
+    CoreDataJoinTable found;
+    if (!path.isEmpty() && QFile::exists(path)) {
+      sqlite3* db = nullptr;
+      if (SqlUtils::openSqlite(path, &db) == 0)
+        found = resolve(db);
+      if (db)
+        sqlite3_close(db);
+    }
+    if (found.isNull()) {
+      m_replacement.clear();
+      m_countSqls = listedCounts;
+    } else {
+      Log(kModule, 1, "Join table %s stands for %s in %s", found.table.toUtf8().constData(),
+          m_named.table.toUtf8().constData(), path.toUtf8().constData());
+      m_replacement = selectFor(found);
+      m_countSqls = QStringList{countFor(found)};
+    }
+    CISQLiteQuery::query(QStringList{path}, progress);
+  }
+  m_countSqls = listedCounts;
+  m_replacement.clear();
+}
+
+QString CKikJoinQuery::customSql(sqlite3*) { return m_replacement; }
+
+bool CKikJoinQuery::onRow(sqlite3_stmt* stmt) {
+  m_links[sqlite3_column_int64(stmt, 0)].append(sqlite3_column_int64(stmt, 1));
+  return true;
+}
+
+CKikChatMessagesQuery::CKikChatMessagesQuery()
+    : CKikJoinQuery(CoreDataJoinTable{QStringLiteral("z_4messages"), QStringLiteral("z_4chat"),
+                                      QStringLiteral("z_6messages")},
+                    QStringLiteral("MESSAGES"), QStringLiteral("CHAT"), true) {}
+
+CKikChatMemberQuery::CKikChatMemberQuery()
+    : CKikJoinQuery(CoreDataJoinTable{QStringLiteral("z_9members"), QStringLiteral("z_9membersinverse"),
+                                      QStringLiteral("z_9members")},
+                    QStringLiteral("MEMBERS"), QStringLiteral("MEMBERSINVERSE"), false) {}
+
+// ---- attachments ----
+
+CKikMediaQuery::CKikMediaQuery(const QString& baseFolder) : m_baseFolder(baseFolder) {
+  m_sqls << QStringLiteral("select ztype, zmessage, zcontent from zkikattachment");
+  m_countSqls << QStringLiteral("select count(*) from zkikattachment");
+}
+
+CKikMediaQuery::~CKikMediaQuery() { qDeleteAll(m_owned); }
+
+bool CKikMediaQuery::onRow(sqlite3_stmt* stmt) {
+  auto* a = new KikAttachment;
+  a->type = sqlite3_column_int64(stmt, 0);
+  a->message = sqlite3_column_int64(stmt, 1);
+  const QString content = columnText(stmt, 2);
+  a->dataCachePath = m_baseFolder + QStringLiteral("content_manager/data_cache/") + content;
+  a->attachmentPath = m_baseFolder + QStringLiteral("attachments/") + content;
+  m_owned.append(a);
+  m_byMessage.insert(a->message, a);
+  return true;
+}
+
+// ---- messages ----
+
+CKikMessageQuery::CKikMessageQuery() {
+  m_sqls << QStringLiteral("select z_pk, ztype, zstate, zflags, zuser, ztimestamp, zbody from zkikmessage "
+                           "order by ztimestamp");
+  m_countSqls << QStringLiteral("select count(*) from zkikmessage");
+}
+
+CKikMessageQuery::~CKikMessageQuery() { qDeleteAll(m_owned); }
+
+bool CKikMessageQuery::onRow(sqlite3_stmt* stmt) {
+  auto* m = new KikMessage;
+  m->key = sqlite3_column_int64(stmt, 0);
+  const int type = sqlite3_column_int(stmt, 1);
+  m->outgoing = type == 2;
+  m->state = sqlite3_column_int(stmt, 2);
+  // Types 3, 4 and 5 are system lines whatever their flags say.
+  m->kind = (type >= 3 && type <= 5) ? int(KikMessage::SystemKind) : sqlite3_column_int(stmt, 3);
+  m->user = sqlite3_column_int64(stmt, 4);
+  m->timestamp = sqlite3_column_double(stmt, 5);
+  m->body = columnText(stmt, 6);
+  m_owned.append(m);
+  m_byKey.insert(m->key, m);
+  m_position.insert(m->key, m_keys.size());
+  m_keys.append(m->key);
+  m_byUser[m->user].append(m->key);
+  return true;
+}
+
+QList<qint64> CKikMessageQuery::inMessageOrder(const QList<qint64>& keys) const {
+  std::vector<std::pair<int, qint64>> placed;
+  placed.reserve(size_t(keys.size()));
+  for (qint64 key : keys) {
+    const int pos = position(key);
+    if (pos >= 0)
+      placed.emplace_back(pos, key);
+  }
+  std::stable_sort(placed.begin(), placed.end(),
+                   [](const std::pair<int, qint64>& a, const std::pair<int, qint64>& b) { return a.first < b.first; });
+  QList<qint64> ordered;
+  ordered.reserve(int(placed.size()));
+  for (const auto& p : placed)
+    ordered.append(p.second);
+  return ordered;
+}

@@ -1,0 +1,241 @@
+#include "readers/messengers/kik/kikqueries.h"
+
+#include "platform/common/log.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <sqlite3.h>
+
+namespace {
+// The tables as one Kik version names them: KikChat 4, KikMessage 6, KikUser 9.
+const char* const kSchema =
+    "create table ZKIKUSER(Z_PK integer primary key, ZDISPLAYNAME varchar, ZJID varchar);"
+    "create table ZKIKCHAT(Z_PK integer primary key, ZUSER integer);"
+    "create table ZKIKATTACHMENT(Z_PK integer primary key, ZTYPE integer, ZMESSAGE integer, ZCONTENT varchar);"
+    "create table ZKIKMESSAGE(Z_PK integer primary key, ZTYPE integer, ZSTATE integer, ZFLAGS integer,"
+    " ZUSER integer, ZTIMESTAMP timestamp, ZBODY varchar);"
+    "create table Z_4MESSAGES(Z_4CHAT integer, Z_6MESSAGES integer, primary key(Z_4CHAT, Z_6MESSAGES));"
+    "create table Z_9MEMBERS(Z_9MEMBERSINVERSE integer, Z_9MEMBERS integer,"
+    " primary key(Z_9MEMBERSINVERSE, Z_9MEMBERS));";
+
+QString makeDb(const QTemporaryDir& dir, const QString& name, const char* statements) {
+  const QString path = dir.filePath(name);
+  sqlite3* db = nullptr;
+  EXPECT_EQ(sqlite3_open(path.toUtf8().constData(), &db), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(db, statements, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
+  sqlite3_close(db);
+  return path;
+}
+
+class KikQueries : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    SherdLog::setSink([this](const char*, int level, const QString& text) {
+      if (level == 0)
+        errors << text;
+    });
+  }
+  void TearDown() override { SherdLog::toStderr(); }
+  QTemporaryDir dir;
+  QStringList errors;
+};
+
+TEST_F(KikQueries, EachColumnLandsInItsField) {
+  const QString db = makeDb(dir, QStringLiteral("kik.sqlite"),
+                            (QByteArray(kSchema) +
+                             "insert into ZKIKUSER values(9000000001, 'Ann', 'ann_x@talk.kik.com');"
+                             "insert into ZKIKCHAT values(3, 9000000001);"
+                             "insert into ZKIKATTACHMENT values(1, 7, 8000000002, 'uuid-1');"
+                             "insert into ZKIKMESSAGE values(8000000002, 2, 30, 4, 9000000001, 457348996.921, 'uuid-1');"
+                             "insert into Z_4MESSAGES values(3, 8000000002);"
+                             "insert into Z_9MEMBERS values(24, 25);")
+                                .constData());
+  CKikUserQuery users;
+  CKikChatSessionQuery chats;
+  CKikChatMessagesQuery chatMessages;
+  CKikChatMemberQuery members;
+  CKikMediaQuery media(QStringLiteral("cores/private/1/"));
+  CKikMessageQuery messages;
+  for (CISQLiteQuery* q :
+       std::initializer_list<CISQLiteQuery*>{&users, &chats, &chatMessages, &members, &media, &messages})
+    q->query({db}, nullptr);
+  EXPECT_TRUE(errors.isEmpty()) << errors.join(QLatin1Char('\n')).toStdString();
+
+  EXPECT_EQ(users.names().value(9000000001LL), QStringLiteral("Ann"));
+  EXPECT_EQ(users.jids().value(9000000001LL), QStringLiteral("ann_x@talk.kik.com"));
+  ASSERT_EQ(chats.chats().size(), 1);
+  EXPECT_EQ(chats.chats()[0]->chat, 3);
+  EXPECT_EQ(chats.chats()[0]->user, 9000000001LL);
+  EXPECT_EQ(chatMessages.links().value(3), QList<qint64>{8000000002LL});
+  EXPECT_EQ(members.links().value(24), QList<qint64>{25});
+
+  const KikAttachment* a = media.attachments().value(8000000002LL);
+  ASSERT_NE(a, nullptr);
+  EXPECT_EQ(a->type, 7);
+  EXPECT_EQ(a->message, 8000000002LL);
+  EXPECT_EQ(a->dataCachePath, QStringLiteral("cores/private/1/content_manager/data_cache/uuid-1"));
+  EXPECT_EQ(a->attachmentPath, QStringLiteral("cores/private/1/attachments/uuid-1"));
+
+  const KikMessage* m = messages.messages().value(8000000002LL);
+  ASSERT_NE(m, nullptr);
+  EXPECT_EQ(m->key, 8000000002LL);
+  EXPECT_TRUE(m->outgoing);
+  EXPECT_EQ(m->state, 30);
+  EXPECT_EQ(m->kind, 4);
+  EXPECT_EQ(m->user, 9000000001LL);
+  EXPECT_DOUBLE_EQ(m->timestamp, 457348996.921);
+  EXPECT_EQ(m->body, QStringLiteral("uuid-1"));
+  EXPECT_EQ(messages.keysByUser().value(9000000001LL), QList<qint64>{8000000002LL});
+}
+
+TEST_F(KikQueries, TypeDecidesDirectionAndSystemLines) {
+  struct Row {
+    int type, flags;
+    bool outgoing;
+    int kind;
+  };
+  const Row rows[] = {
+      {1, 0, false, 0}, // received text
+      {2, 0, true, 0},  // sent text
+      {1, 4, false, 4}, // received attachment: the flags are the kind
+      {3, 4, false, 6}, // system lines, whatever the flags
+      {4, 0, false, 6},
+      {5, 9, false, 6},
+      {6, 99, false, 99}, // an unknown type keeps its flags
+  };
+  QByteArray sql(kSchema);
+  int pk = 1;
+  for (const Row& r : rows)
+    sql += QStringLiteral("insert into ZKIKMESSAGE values(%1, %2, 0, %3, 1, %1, NULL);")
+               .arg(pk++)
+               .arg(r.type)
+               .arg(r.flags)
+               .toUtf8();
+  CKikMessageQuery q;
+  q.query({makeDb(dir, QStringLiteral("k.sqlite"), sql.constData())}, nullptr);
+  pk = 1;
+  for (const Row& r : rows) {
+    const KikMessage* m = q.messages().value(pk++);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->outgoing, r.outgoing) << "type " << r.type;
+    EXPECT_EQ(m->kind, r.kind) << "type " << r.type;
+    EXPECT_TRUE(m->body.isEmpty()); // NULL body
+  }
+}
+
+// The join tables under the numbering the statements name, under the sample
+// device's numbering, and missing: the same rows in the first two cases, the
+// COUNT included (it would otherwise fail and skip the file).
+TEST_F(KikQueries, JoinTablesAreFoundWhateverTheirNumbers) {
+  struct Case {
+    const char* name;
+    const char* schema;
+    bool found;
+  };
+  const Case cases[] = {
+      {"named", "create table Z_4MESSAGES(Z_4CHAT integer, Z_6MESSAGES integer);"
+                "create table Z_9MEMBERS(Z_9MEMBERSINVERSE integer, Z_9MEMBERS integer);",
+       true},
+      {"sample", "create table Z_3MESSAGES(Z_3CHAT integer, Z_5MESSAGES integer);"
+                 "create table Z_6MEMBERS(Z_6MEMBERSINVERSE integer, Z_6MEMBERS integer);"
+                 "create table Z_6ADMINSINVERSE(Z_6ADMINSINVERSE integer, Z_6ADMINS integer);",
+       true},
+      // A table of the right name but another shape is not taken.
+      {"missing", "create table Z_7MESSAGES(Z_7USER integer, Z_5MESSAGES integer);", false},
+  };
+  for (const Case& c : cases) {
+    errors.clear();
+    QByteArray sql(c.schema);
+    const bool named = QByteArray(c.name) == "named";
+    const char* chatTable = named ? "Z_4MESSAGES" : "Z_3MESSAGES";
+    const char* memberTable = named ? "Z_9MEMBERS" : "Z_6MEMBERS";
+    if (c.found) {
+      // Rows out of key order: the messages come back by ascending key.
+      sql += QStringLiteral("insert into %1 values(2, 11); insert into %1 values(2, 10); insert into %1 values(5, 12);"
+                            "insert into %2 values(24, 8); insert into %2 values(24, 15);")
+                 .arg(QLatin1String(chatTable), QLatin1String(memberTable))
+                 .toUtf8();
+    }
+    const QString db = makeDb(dir, QStringLiteral("%1.sqlite").arg(QLatin1String(c.name)), sql.constData());
+    CKikChatMessagesQuery chatMessages;
+    CKikChatMemberQuery members;
+    chatMessages.query({db}, nullptr);
+    members.query({db}, nullptr);
+    if (c.found) {
+      EXPECT_TRUE(errors.isEmpty()) << c.name << ": " << errors.join(QLatin1Char('\n')).toStdString();
+      EXPECT_EQ(chatMessages.links().value(2), (QList<qint64>{10, 11})) << c.name;
+      EXPECT_EQ(chatMessages.links().value(5), QList<qint64>{12}) << c.name;
+      EXPECT_EQ(members.links().value(24), (QList<qint64>{8, 15})) << c.name;
+    } else {
+      EXPECT_TRUE(chatMessages.links().isEmpty());
+      EXPECT_TRUE(members.links().isEmpty());
+      EXPECT_EQ(errors.size(), 2) << errors.join(QLatin1Char('\n')).toStdString(); // one failed COUNT each
+    }
+    // The statements stay as listed for the next database.
+    EXPECT_EQ(chatMessages.m_countSqls, QStringList{QStringLiteral("select count(*) from z_4messages")});
+  }
+}
+
+TEST_F(KikQueries, ChatKeysFollowTheMessageListAndDropUnknownOnes) {
+  const QString db = makeDb(dir, QStringLiteral("k.sqlite"),
+                            (QByteArray(kSchema) + "insert into ZKIKMESSAGE values(29, 2, 78, 0, 8, 300.5, 'c');"
+                                                   "insert into ZKIKMESSAGE values(30, 1, 16, 0, 8, 200.0, 'b');"
+                                                   "insert into ZKIKMESSAGE values(27, 2, 94, 0, 8, 100.0, 'a');")
+                                .constData());
+  CKikMessageQuery q;
+  q.query({db}, nullptr);
+  EXPECT_EQ(q.keys(), (QList<qint64>{27, 30, 29}));
+  EXPECT_EQ(q.position(30), 1);
+  EXPECT_EQ(q.position(28), -1);
+  EXPECT_EQ(q.inMessageOrder({29, 28, 30, 27}), (QList<qint64>{27, 30, 29}));
+}
+
+// The sample device's database, read as the sqlite3 shell reads it.
+TEST_F(KikQueries, RealDatabase) {
+  const QString source = QStringLiteral(SHERD_REALDATA_DIR "/kik/kik.sqlite");
+  if (!QFile::exists(source))
+    GTEST_SKIP() << "no real Kik database";
+  const QString db = dir.filePath(QStringLiteral("kik.sqlite"));
+  ASSERT_TRUE(QFile::copy(source, db));
+  QFile::setPermissions(db, QFile::ReadOwner | QFile::WriteOwner);
+
+  CKikUserQuery users;
+  CKikChatSessionQuery chats;
+  CKikChatMessagesQuery chatMessages;
+  CKikChatMemberQuery members;
+  CKikMediaQuery media(QString{});
+  CKikMessageQuery messages;
+  for (CISQLiteQuery* q :
+       std::initializer_list<CISQLiteQuery*>{&users, &chats, &chatMessages, &members, &media, &messages})
+    q->query({db}, nullptr);
+  EXPECT_TRUE(errors.isEmpty()) << errors.join(QLatin1Char('\n')).toStdString();
+
+  EXPECT_EQ(users.names().size(), 25);
+  EXPECT_EQ(users.names().value(24), QStringLiteral("EveryoneButRoss"));
+  EXPECT_EQ(users.jids().value(24), QStringLiteral("1100024090445_g@groups.kik.com"));
+  EXPECT_EQ(users.names().value(9), QString::fromUtf8("Sin \xF0\x9F\x98\x88"));
+  ASSERT_EQ(chats.chats().size(), 6);
+  EXPECT_EQ(chats.chats()[0]->chat, 1);
+  EXPECT_EQ(chats.chats()[0]->user, 2);
+  int links = 0;
+  for (const QList<qint64>& l : chatMessages.links())
+    links += l.size();
+  EXPECT_EQ(links, 61); // message 2 is in two chats
+  EXPECT_EQ(chatMessages.links().value(2).size(), 44);
+  EXPECT_EQ(chatMessages.links().value(6), (QList<qint64>{2, 27, 28, 29, 30, 60}));
+  QList<qint64> group = members.links().value(24);
+  std::sort(group.begin(), group.end());
+  EXPECT_EQ(group, (QList<qint64>{8, 15, 23, 25}));
+  EXPECT_EQ(media.attachments().size(), 2);
+  EXPECT_EQ(media.attachments().value(20)->type, 6);
+  EXPECT_EQ(messages.messages().size(), 60);
+  // Message 30 was written before message 29.
+  EXPECT_LT(messages.position(30), messages.position(29));
+  EXPECT_EQ(messages.messages().value(8)->kind, 6);
+  EXPECT_EQ(messages.messages().value(20)->kind, 4);
+}
+} // namespace
