@@ -96,10 +96,9 @@ QString fileIdText(const unsigned char id[20]) {
   return s;
 }
 
-namespace {
 // The common shape of the archive read without building a tree; false sends
 // the blob to libplist.
-bool decodeFast(const char* blob, int length, ManifestEntry* entry) {
+bool decodeMbFileDirect(const char* blob, int length, ManifestEntry* entry) {
   const BplistScan s(blob, length);
   quint64 root = 0, objects = 0, top = 0, rootRef = 0, index = 0, file = 0;
   if (!s.isValid() || !s.root(&root) || !s.dictValue(root, "$objects", &objects) ||
@@ -150,10 +149,9 @@ bool decodeFast(const char* blob, int length, ManifestEntry* entry) {
   entry->encryptionKey = key;
   return true;
 }
-} // namespace
 
 bool decodeMbFile(const char* blob, int length, ManifestEntry* entry) {
-  if (decodeFast(blob, length, entry))
+  if (decodeMbFileDirect(blob, length, entry))
     return true;
   return decodeMbFileWithLibplist(blob, length, entry);
 }

@@ -30,7 +30,9 @@ namespace Manifest {
 // Decodes the MBFile keyed archive of a Manifest.db record into *entry (size,
 // times, mode, class, key). False when the blob is not such an archive.
 bool decodeMbFile(const char* blob, int length, ManifestEntry* entry);
-// The same through libplist's full parser (the fallback of decodeMbFile).
+// The two ways decodeMbFile tries: reading the usual shape in place, then
+// libplist's full parser for anything else.
+bool decodeMbFileDirect(const char* blob, int length, ManifestEntry* entry);
 bool decodeMbFileWithLibplist(const char* blob, int length, ManifestEntry* entry);
 
 // Reads every record of Files, in table order. False, with *error set, when the
