@@ -6,6 +6,8 @@
 #include "platform/backup/nzbackup.h"
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
+#include "readers/ios/calendar/calendarcollection.h"
+#include "readers/ios/safari/bookmarkcollection.h"
 
 #include <QDir>
 
@@ -87,6 +89,27 @@ bool WhatsappService::loadWhatsappOnly(int type) {
   // Each case builds its reader on the stack, gives it no progress sink, runs
   // it against the opened backup and lets it go. Types whose reader is not
   // part of this build load nothing.
+  case 8: {
+    CCalendarCollection calendar(m_backup->getCalendar());
+    calendar.setProgress(nullptr);
+    calendar.load(m_mobileBackup);
+    break;
+  }
+  case 9: {
+    OxData* safari = m_backup->getSafari();
+    if (safari)
+      safari->onInsertFirstLayers(
+          {QStringLiteral("Bookmarks"), QStringLiteral("Reading List"), QStringLiteral("History")});
+    if (m_mobileBackup) {
+      // The product type (iPhone12,1, iPad8,1...) names the kind of device.
+      const BackupInfo& info = m_mobileBackup->backupInfo();
+      addDefaultBookmarks(safari, !info.productType.isEmpty() ? info.productType : info.productName);
+    }
+    CBookmarkCollection bookmarks(safari);
+    bookmarks.setProgress(nullptr);
+    bookmarks.load(m_mobileBackup);
+    break;
+  }
   default:
     break;
   }
