@@ -1,0 +1,74 @@
+#pragma once
+// The queries of the two legacy notes stores: "notes.sqlite" (Core Data tables
+// ZNOTE, ZNOTEBODY, ZNOTEATTACHMENT, ZSTORE, ZACCOUNT) and the oldest
+// "notes.db" (tables note and note_bodies). CNoteQuery builds the notes
+// directly from its rows; NoteAttachQuery fills its attachment map.
+#include "backup/cisqlitequery.h"
+
+#include <QHash>
+#include <QMap>
+#include <QSet>
+#include <QString>
+#include <QTextDocument>
+
+class MobileBackup;
+class OxData;
+class OxNoteItem;
+
+// One row of ZNOTEATTACHMENT; a missing entry reads as key 0 and empty texts.
+struct AttachmentInfo {
+  int primaryKey = 0;
+  QString fileName;
+  QString type;
+};
+
+class CNoteQuery : public CISQLiteQuery {
+public:
+  CNoteQuery(OxData* list, const QString& deviceType);
+  ~CNoteQuery() override;
+
+  // Identifiers (lower-case) of the notes already listed from the modern store.
+  void setModernIdentifiers(const QSet<QString>& identifiers) { m_modernIds = identifiers; }
+  // Reads the attachment rows of the databases and copies the attachment files
+  // out of the backup (one pass over its file list) into extractFolder, which
+  // lies under the temporary root.
+  void prepareAttachments(const QStringList& files, MobileBackup* backup, const QString& extractFolder);
+  // Runs the first statement pair that the database's schema accepts: the
+  // Core Data store's, else the oldest store's.
+  void query(const QStringList& files, CIProgressCallback* progress) override;
+
+  // What prepareAttachments found; for tests.
+  const QMap<int, QString>& attachmentFiles() const { return m_attachFiles; }
+  const QMap<qint64, QMap<QString, AttachmentInfo>>& attachments() const { return m_attachments; }
+
+  // Turns a legacy HTML body into plain text with U+FFFC where its object
+  // tags were; the content identifiers (lower-case) of those tags in order.
+  QString htmlToText(const QString& html, QStringList* contentIds);
+
+protected:
+  bool onRow(sqlite3_stmt* stmt) override;
+  // Collects the keys of the iCloud account's stores of the open database.
+  QString customSql(sqlite3* db) override;
+
+private:
+  friend class NoteAttachQuery;
+
+  OxData* m_list;
+  QString m_deviceType;
+  QTextDocument m_doc;
+  QMap<int, QString> m_attachFiles;                         // attachment key -> local file
+  QMap<qint64, QMap<QString, AttachmentInfo>> m_attachments; // note key -> content id -> row
+  QSet<QString> m_modernIds;
+  QSet<qint64> m_icloudStores;
+};
+
+class NoteAttachQuery : public CISQLiteQuery {
+public:
+  explicit NoteAttachQuery(CNoteQuery* owner);
+
+protected:
+  bool onRow(sqlite3_stmt* stmt) override;
+
+private:
+  CNoteQuery* m_owner;
+};
