@@ -1,6 +1,9 @@
 #include "readers/messengers/kik/coredatajoin.h"
 
+#include "platform/common/log.h"
 #include "platform/common/sqlutils.h"
+
+#include <QFile>
 
 #include <QRegularExpression>
 #include <QStringList>
@@ -8,6 +11,8 @@
 #include <sqlite3.h>
 
 namespace {
+const char kModule[] = "iTunesBackup";
+
 QStringList columnsOf(sqlite3* db, const QString& table) {
   QStringList columns;
   // The name comes from sqlite_master; quoting keeps any name safe anyway.
@@ -84,3 +89,64 @@ bool hasShape(sqlite3* db, const CoreDataJoinTable& join) {
   return columns.contains(join.ownerCol, Qt::CaseInsensitive) && columns.contains(join.memberCol, Qt::CaseInsensitive);
 }
 } // namespace CoreDataJoin
+
+// ---- the join query ----
+
+CCoreDataJoinQuery::CCoreDataJoinQuery(const CoreDataJoinTable& named, const QString& relation, const QString& ownerSuffix,
+                             bool ordered)
+    : m_named(named), m_relation(relation), m_ownerSuffix(ownerSuffix), m_ordered(ordered) {
+  m_sqls << selectFor(named);
+  m_countSqls << countFor(named);
+}
+
+QString CCoreDataJoinQuery::selectFor(const CoreDataJoinTable& join) const {
+  QString sql = QStringLiteral("select %1, %2 from %3").arg(join.ownerCol, join.memberCol, join.table);
+  if (m_ordered)
+    sql += QStringLiteral(" order by %1").arg(join.memberCol);
+  return sql;
+}
+
+QString CCoreDataJoinQuery::countFor(const CoreDataJoinTable& join) {
+  return QStringLiteral("select count(*) from %1").arg(join.table);
+}
+
+CoreDataJoinTable CCoreDataJoinQuery::resolve(sqlite3* db) const {
+  if (CoreDataJoin::hasShape(db, m_named))
+    return CoreDataJoinTable();
+  return CoreDataJoin::find(db, m_relation, m_ownerSuffix);
+}
+
+void CCoreDataJoinQuery::query(const QStringList& files, CIProgressCallback* progress) {
+  const QStringList listedCounts = m_countSqls;
+  for (const QString& path : files) {
+    // The base logs a missing file and skips it; only an existing one is probed.
+    CoreDataJoinTable found;
+    if (!path.isEmpty() && QFile::exists(path)) {
+      sqlite3* db = nullptr;
+      if (SqlUtils::openSqlite(path, &db) == 0)
+        found = resolve(db);
+      if (db)
+        sqlite3_close(db);
+    }
+    if (found.isNull()) {
+      m_replacement.clear();
+      m_countSqls = listedCounts;
+    } else {
+      Log(kModule, 1, "Join table %s stands for %s in %s", found.table.toUtf8().constData(),
+          m_named.table.toUtf8().constData(), path.toUtf8().constData());
+      m_replacement = selectFor(found);
+      m_countSqls = QStringList{countFor(found)};
+    }
+    CISQLiteQuery::query(QStringList{path}, progress);
+  }
+  m_countSqls = listedCounts;
+  m_replacement.clear();
+}
+
+QString CCoreDataJoinQuery::customSql(sqlite3*) { return m_replacement; }
+
+bool CCoreDataJoinQuery::onRow(sqlite3_stmt* stmt) {
+  m_links[sqlite3_column_int64(stmt, 0)].append(sqlite3_column_int64(stmt, 1));
+  return true;
+}
+

@@ -1,19 +1,10 @@
 #include "readers/messengers/kik/kikqueries.h"
 
-#include "platform/common/log.h"
-#include "platform/common/sqlutils.h"
-
-#include <QFile>
-
 #include <sqlite3.h>
 
 #include <algorithm>
 #include <utility>
 #include <vector>
-
-namespace {
-const char kModule[] = "iTunesBackup";
-} // namespace
 
 // ---- users ----
 
@@ -48,71 +39,13 @@ bool CKikChatSessionQuery::onRow(sqlite3_stmt* stmt) {
 
 // ---- join tables ----
 
-CKikJoinQuery::CKikJoinQuery(const CoreDataJoinTable& named, const QString& relation, const QString& ownerSuffix,
-                             bool ordered)
-    : m_named(named), m_relation(relation), m_ownerSuffix(ownerSuffix), m_ordered(ordered) {
-  m_sqls << selectFor(named);
-  m_countSqls << countFor(named);
-}
-
-QString CKikJoinQuery::selectFor(const CoreDataJoinTable& join) const {
-  QString sql = QStringLiteral("select %1, %2 from %3").arg(join.ownerCol, join.memberCol, join.table);
-  if (m_ordered)
-    sql += QStringLiteral(" order by %1").arg(join.memberCol);
-  return sql;
-}
-
-QString CKikJoinQuery::countFor(const CoreDataJoinTable& join) {
-  return QStringLiteral("select count(*) from %1").arg(join.table);
-}
-
-CoreDataJoinTable CKikJoinQuery::resolve(sqlite3* db) const {
-  if (CoreDataJoin::hasShape(db, m_named))
-    return CoreDataJoinTable();
-  return CoreDataJoin::find(db, m_relation, m_ownerSuffix);
-}
-
-void CKikJoinQuery::query(const QStringList& files, CIProgressCallback* progress) {
-  const QStringList listedCounts = m_countSqls;
-  for (const QString& path : files) {
-    // The base logs a missing file and skips it; only an existing one is probed.
-    CoreDataJoinTable found;
-    if (!path.isEmpty() && QFile::exists(path)) {
-      sqlite3* db = nullptr;
-      if (SqlUtils::openSqlite(path, &db) == 0)
-        found = resolve(db);
-      if (db)
-        sqlite3_close(db);
-    }
-    if (found.isNull()) {
-      m_replacement.clear();
-      m_countSqls = listedCounts;
-    } else {
-      Log(kModule, 1, "Join table %s stands for %s in %s", found.table.toUtf8().constData(),
-          m_named.table.toUtf8().constData(), path.toUtf8().constData());
-      m_replacement = selectFor(found);
-      m_countSqls = QStringList{countFor(found)};
-    }
-    CISQLiteQuery::query(QStringList{path}, progress);
-  }
-  m_countSqls = listedCounts;
-  m_replacement.clear();
-}
-
-QString CKikJoinQuery::customSql(sqlite3*) { return m_replacement; }
-
-bool CKikJoinQuery::onRow(sqlite3_stmt* stmt) {
-  m_links[sqlite3_column_int64(stmt, 0)].append(sqlite3_column_int64(stmt, 1));
-  return true;
-}
-
 CKikChatMessagesQuery::CKikChatMessagesQuery()
-    : CKikJoinQuery(CoreDataJoinTable{QStringLiteral("z_4messages"), QStringLiteral("z_4chat"),
+    : CCoreDataJoinQuery(CoreDataJoinTable{QStringLiteral("z_4messages"), QStringLiteral("z_4chat"),
                                       QStringLiteral("z_6messages")},
                     QStringLiteral("MESSAGES"), QStringLiteral("CHAT"), true) {}
 
 CKikChatMemberQuery::CKikChatMemberQuery()
-    : CKikJoinQuery(CoreDataJoinTable{QStringLiteral("z_9members"), QStringLiteral("z_9membersinverse"),
+    : CCoreDataJoinQuery(CoreDataJoinTable{QStringLiteral("z_9members"), QStringLiteral("z_9membersinverse"),
                                       QStringLiteral("z_9members")},
                     QStringLiteral("MEMBERS"), QStringLiteral("MEMBERSINVERSE"), false) {}
 

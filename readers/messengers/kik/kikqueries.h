@@ -11,7 +11,8 @@
 // Kik's Core Data model numbers its join tables by entity number, and the
 // numbers move between app versions. The two join queries keep the statements
 // of the numbering they name, and run the equivalent statements, COUNT
-// included, against a database that numbers the tables otherwise.
+// included, against a database that numbers the tables otherwise
+// (CCoreDataJoinQuery).
 #include "backup/cisqlitequery.h"
 #include "readers/messengers/kik/coredatajoin.h"
 
@@ -76,50 +77,14 @@ private:
   QList<KikChatPair*> m_chats;
 };
 
-// A join table read into a map from the owning key to its member keys, each
-// list in row order. The statements name one numbering of the table; where the
-// database at hand lacks that table, the table of the same shape is found in
-// its schema and queried instead.
-class CKikJoinQuery : public CISQLiteQuery {
-public:
-  const QMap<qint64, QList<qint64>>& links() const { return m_links; }
-
-  // Runs the named statements, or for each database whose join table is
-  // numbered otherwise, the equivalent COUNT and SELECT of its own table.
-  void query(const QStringList& files, CIProgressCallback* progress) override;
-
-  // The table the statements name, and the statements for another table of the
-  // same shape.
-  const CoreDataJoinTable& namedTable() const { return m_named; }
-  QString selectFor(const CoreDataJoinTable& join) const;
-  static QString countFor(const CoreDataJoinTable& join);
-
-protected:
-  CKikJoinQuery(const CoreDataJoinTable& named, const QString& relation, const QString& ownerSuffix, bool ordered);
-  bool onRow(sqlite3_stmt* stmt) override;
-  QString customSql(sqlite3* db) override;
-
-private:
-  // The table to query in this database: null when the named one is there (or
-  // nothing better is), else the one found by its shape.
-  CoreDataJoinTable resolve(sqlite3* db) const;
-
-  CoreDataJoinTable m_named;
-  QString m_relation;
-  QString m_ownerSuffix;
-  bool m_ordered; // order the rows by the member key
-  QString m_replacement; // the SELECT for the database being read, empty for the listed one
-  QMap<qint64, QList<qint64>> m_links;
-};
-
 // Message keys by chat key, in ascending message key.
-class CKikChatMessagesQuery : public CKikJoinQuery {
+class CKikChatMessagesQuery : public CCoreDataJoinQuery {
 public:
   CKikChatMessagesQuery();
 };
 
 // Member user keys by the group's user key.
-class CKikChatMemberQuery : public CKikJoinQuery {
+class CKikChatMemberQuery : public CCoreDataJoinQuery {
 public:
   CKikChatMemberQuery();
 };
