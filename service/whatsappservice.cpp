@@ -6,6 +6,7 @@
 #include "platform/backup/nzbackup.h"
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
+#include "readers/whatsapp/whatsappitunescollection.h"
 #include "readers/ios/calendar/calendarcollection.h"
 #include "readers/ios/safari/bookmarkcollection.h"
 
@@ -89,6 +90,13 @@ bool WhatsappService::loadWhatsappOnly(int type) {
   // Each case builds its reader on the stack, gives it no progress sink, runs
   // it against the opened backup and lets it go. Types whose reader is not
   // part of this build load nothing.
+  case 0: {
+    CWhatsappiTunesCollection whatsapp(m_backup);
+    whatsapp.setSwitches(true, false);
+    whatsapp.setProgress(nullptr);
+    whatsapp.load(m_mobileBackup);
+    break;
+  }
   case 8: {
     CCalendarCollection calendar(m_backup->getCalendar());
     calendar.setProgress(nullptr);
