@@ -7,9 +7,12 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <cstdio>
 
 namespace {
 void touch(const QString& path) {
@@ -91,6 +94,34 @@ TEST(UtilsTest, TempPathIsOnePerProcess) {
   EXPECT_FALSE(Utils::isInsideTempPath(t + QStringLiteral("a/../../x")));
   EXPECT_FALSE(Utils::isInsideTempPath(t.chopped(1) + QStringLiteral("Whatsapp"))); // a sibling, not inside
   EXPECT_FALSE(Utils::isInsideTempPath(QDir::homePath()));
+}
+
+// $SHERD_TEMP moves the root, and the root goes away with its process: run
+// this test binary again as a child that only prints its root.
+TEST(UtilsTest, TempRootFollowsSherdTempAndEndsWithProcess) {
+  if (qEnvironmentVariableIsSet("SHERD_TEMP_CHILD")) {
+    const QString root = Utils::tempPath();
+    QFile f(root + QStringLiteral("left-behind"));
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    std::printf("ROOT=%s\n", qPrintable(root));
+    return;
+  }
+  QTemporaryDir base;
+  QProcess child;
+  QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+  env.insert(QStringLiteral("SHERD_TEMP"), base.path());
+  env.insert(QStringLiteral("SHERD_TEMP_CHILD"), QStringLiteral("1"));
+  child.setProcessEnvironment(env);
+  child.start(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath(),
+              {QStringLiteral("--gtest_filter=UtilsTest.TempRootFollowsSherdTempAndEndsWithProcess")});
+  ASSERT_TRUE(child.waitForFinished(60000));
+  const QString out = QString::fromLocal8Bit(child.readAllStandardOutput());
+  const int at = out.indexOf(QStringLiteral("ROOT="));
+  ASSERT_GE(at, 0) << qPrintable(out);
+  const QString root = out.mid(at + 5).section(QLatin1Char('\n'), 0, 0).trimmed();
+  EXPECT_TRUE(root.startsWith(QFileInfo(base.path()).canonicalFilePath() + QLatin1Char('/'))) << qPrintable(root);
+  EXPECT_FALSE(QFileInfo::exists(root));
+  EXPECT_NE(root, Utils::tempPath());
 }
 
 // clearDir empties scratch folders only.
