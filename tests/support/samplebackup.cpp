@@ -1,5 +1,7 @@
 #include "tests/support/samplebackup.h"
 
+#include "tests/support/apps/callhistory.h"
+
 namespace fixture {
 QList<FileSpec> sampleFiles() {
   QList<FileSpec> files;
@@ -8,6 +10,7 @@ QList<FileSpec> sampleFiles() {
                 QByteArray("bplist00"))
         << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Caches/empty.log"), QByteArray());
   // App writers add their files here.
+  files << sampleCallHistoryFiles();
   return files;
 }
 

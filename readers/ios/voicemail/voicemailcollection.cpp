@@ -1,0 +1,78 @@
+#include "readers/ios/voicemail/voicemailcollection.h"
+
+#include "model/oxfileitem.h"
+#include "platform/backup/mobilebackup.h"
+#include "platform/common/log.h"
+#include "platform/common/utils.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <sqlite3.h>
+
+namespace {
+const char kModule[] = "iTunesBackup";
+} // namespace
+
+// ---- voicemail.db ----
+
+CVoicemailQuery::CVoicemailQuery() {
+  m_sqls << QStringLiteral("select ROWID, date, sender, callback_num, duration, trashed_date, flags from voicemail");
+  m_countSqls << QStringLiteral("select count(*) from voicemail");
+}
+
+CVoicemailQuery::~CVoicemailQuery() { qDeleteAll(m_owned); }
+
+bool CVoicemailQuery::onRow(sqlite3_stmt* stmt) {
+  auto* r = new VoicemailRecord;
+  r->rowId = sqlite3_column_int64(stmt, 0);
+  r->date = sqlite3_column_int64(stmt, 1);
+  r->sender = columnText(stmt, 2);
+  r->callbackNumber = columnText(stmt, 3);
+  r->duration = sqlite3_column_int64(stmt, 4);
+  r->trashedDate = sqlite3_column_int64(stmt, 5);
+  r->flags = sqlite3_column_int64(stmt, 6);
+  m_owned.append(r);
+  m_records.insert(r->rowId, r);
+  return true;
+}
+
+// ---- recordings ----
+
+CVoiceMailCollection::CVoiceMailCollection(OxData* list)
+    : CFileCollection(QStringLiteral("HomeDomain"), QStringLiteral("Library/Voicemail/")) {
+  m_extensions << QStringLiteral("amr");
+  m_list = list;
+}
+
+CVoiceMailCollection::~CVoiceMailCollection() = default;
+
+void CVoiceMailCollection::load(MobileBackup* backup) {
+  if (!backup)
+    return;
+  const QString db = backup->generalSqlDbFile(Utils::tempPath() + QStringLiteral("Voicemail"), m_domain,
+                                              QStringLiteral("Library/Voicemail/voicemail.db"));
+  if (!db.isEmpty() && QFile::exists(db))
+    loadVoicemailDb(db);
+  CFileCollection::load(backup);
+}
+
+void CVoiceMailCollection::loadVoicemailDb(const QString& path) {
+  CVoicemailQuery query;
+  query.query({path}, nullptr);
+  for (const VoicemailRecord* r : query.records())
+    m_senders.insert(r->rowId, r->sender);
+  Log(kModule, 1, "voicemail.db: %d messages", int(m_senders.size()));
+}
+
+QString CVoiceMailCollection::senderOf(const QString& recordingName) const {
+  bool ok = false;
+  const qint64 rowId = QFileInfo(recordingName).completeBaseName().toLongLong(&ok);
+  return ok ? m_senders.value(rowId) : QString();
+}
+
+void CVoiceMailCollection::fillItem(OxFileItem* item, const BackupFileRecord& record) {
+  const QString sender = senderOf(record.fileName());
+  if (!sender.isEmpty())
+    item->setValue(sender, OxFileItem::ColPhone);
+}
