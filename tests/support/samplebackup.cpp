@@ -1,5 +1,7 @@
 #include "tests/support/samplebackup.h"
 
+#include "tests/support/apps/notes.h"
+
 #include "tests/support/apps/callhistory.h"
 
 namespace fixture {
@@ -10,6 +12,7 @@ QList<FileSpec> sampleFiles() {
                 QByteArray("bplist00"))
         << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Caches/empty.log"), QByteArray());
   // App writers add their files here.
+  files << notes::sampleNoteFiles();
   files << sampleCallHistoryFiles();
   return files;
 }

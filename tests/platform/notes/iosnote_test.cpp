@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QMap>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -123,6 +124,253 @@ TEST(IosNote, MissingOrForeignFilesFailWithACode) {
   EXPECT_NE(store.loadNote(junk.fileName()), IosNote::Ok);
   store.buildNote();
   EXPECT_EQ(store.noteCount(), 0u);
+  SherdLog::toStderr();
+}
+
+} // namespace
+
+// --- synthetic stores --------------------------------------------------------
+
+#include "tests/support/apps/notes.h"
+
+namespace {
+
+using fixture::notes::ModernAttachment;
+using fixture::notes::ModernLayout;
+using fixture::notes::ModernNote;
+
+// Writes the store (and its log) into dir and loads it.
+bool loadSynthetic(IosNote* store, const QList<ModernNote>& notes, ModernLayout layout, const QTemporaryDir& dir) {
+  QByteArray db, wal;
+  QString error;
+  if (!fixture::notes::makeModernStore(notes, layout, true, &db, &wal, &error))
+    return false;
+  QFile a(dir.filePath("NoteStore.sqlite")), b(dir.filePath("NoteStore.sqlite-wal"));
+  if (!a.open(QIODevice::WriteOnly) || !b.open(QIODevice::WriteOnly))
+    return false;
+  a.write(db);
+  b.write(wal);
+  a.close();
+  b.close();
+  return store->loadNote(dir.filePath("NoteStore.sqlite")) == IosNote::Ok;
+}
+
+QList<ModernNote> mixedNotes() {
+  QList<ModernNote> notes;
+  ModernNote plain;
+  plain.identifier = QStringLiteral("11111111-1111-4111-8111-111111111111");
+  plain.title = QStringLiteral("Plain");
+  plain.text = QStringLiteral("Plain\nbefore \uFFFC after \uFFFC\n\uFFFC");
+  ModernAttachment photo;
+  photo.identifier = QStringLiteral("22222222-2222-4222-8222-222222222222");
+  photo.mediaId = QStringLiteral("33333333-3333-4333-8333-333333333333");
+  photo.fileName = QStringLiteral("photo.jpeg");
+  photo.previewId = photo.identifier + QStringLiteral("-1-64x48-0");
+  photo.orientation = 2;
+  ModernAttachment hashtag;
+  hashtag.identifier = QStringLiteral("44444444-4444-4444-8444-444444444444");
+  hashtag.uti = QStringLiteral("com.apple.notes.inlinetextattachment.hashtag");
+  hashtag.inlineText = true;
+  hashtag.title = QStringLiteral("#tag");
+  ModernAttachment table;
+  table.identifier = QStringLiteral("55555555-5555-4555-8555-555555555555");
+  table.uti = QStringLiteral("com.apple.notes.table");
+  table.mergeable = fixture::notes::tableBlob({{QStringLiteral("a"), QStringLiteral("b")}, {QStringLiteral("c"), QStringLiteral("d")}});
+  plain.attachments << photo << hashtag << table;
+  notes << plain;
+
+  ModernNote locked;
+  locked.identifier = QStringLiteral("66666666-6666-4666-8666-666666666666");
+  locked.title = QStringLiteral("Locked");
+  locked.text = QStringLiteral("Locked\nsecret");
+  locked.password = QStringLiteral("pässword");
+  locked.folder = QStringLiteral("Private");
+  notes << locked;
+
+  ModernNote passcode;
+  passcode.identifier = QStringLiteral("77777777-7777-4777-8777-777777777777");
+  passcode.title = QStringLiteral("Passcode");
+  passcode.passcodeLocked = true;
+  notes << passcode;
+
+  ModernNote trash;
+  trash.identifier = QStringLiteral("88888888-8888-4888-8888-888888888888");
+  trash.title = QStringLiteral("Trash");
+  trash.text = QStringLiteral("Trash");
+  trash.inTrash = true;
+  notes << trash;
+
+  ModernNote local;
+  local.identifier = QStringLiteral("99999999-9999-4999-8999-999999999999");
+  local.title = QStringLiteral("Local");
+  local.text = QStringLiteral("Local");
+  local.account = QString();
+  local.markedForDeletion = true;
+  notes << local;
+  return notes;
+}
+
+TEST(IosNote, EverySchemaGenerationReadsTheSameNotes) {
+  const struct {
+    const char* name;
+    ModernLayout layout;
+  } layouts[] = {{"iOS 11", ModernLayout::Ios11}, {"iOS 15", ModernLayout::Ios15}, {"iOS 17", ModernLayout::Ios17}};
+  for (const auto& l : layouts) {
+    SCOPED_TRACE(l.name);
+    QTemporaryDir dir;
+    IosNote store;
+    SherdLog::silence();
+    ASSERT_TRUE(loadSynthetic(&store, mixedNotes(), l.layout, dir));
+    EXPECT_EQ(store.unlockWithPasswords({QStringLiteral("nope"), QString::fromUtf8("pa\xcc\x88ssword")}), 1);
+    store.buildNote();
+    SherdLog::toStderr();
+    ASSERT_EQ(store.noteCount(), 5u);
+
+    const IosNote::Note* plain = store.getNote(0);
+    EXPECT_EQ(plain->folder, QStringLiteral("Notes"));
+    EXPECT_EQ(plain->account, QStringLiteral("iCloud"));
+    EXPECT_EQ(plain->modified, 700000000);
+    EXPECT_EQ(plain->created, 699999000);
+    ASSERT_EQ(plain->pieces.size(), 3);
+    EXPECT_EQ(plain->pieces[0].typeId, QStringLiteral("plain.text"));
+    EXPECT_EQ(plain->pieces[0].text, QStringLiteral("Plain\nbefore "));
+    const IosNote::Piece& photo = plain->pieces[1];
+    EXPECT_EQ(photo.typeId, QStringLiteral("public.jpeg"));
+    EXPECT_EQ(photo.name, QStringLiteral("photo.jpeg"));
+    EXPECT_EQ(photo.mediaId, QStringLiteral("33333333-3333-4333-8333-333333333333"));
+    EXPECT_EQ(photo.previewId, QStringLiteral("22222222-2222-4222-8222-222222222222-1-64x48-0"));
+    EXPECT_EQ(photo.orientation, 2);
+    EXPECT_NE(photo.number, 0);
+    EXPECT_EQ(plain->pieces[2].text, QStringLiteral(" after #tag\na\tb\nc\td\n"));
+    EXPECT_EQ(plain->text, plain->pieces[0].text + plain->pieces[2].text);
+
+    const IosNote::Note* locked = store.getNote(1);
+    EXPECT_FALSE(locked->locked);
+    EXPECT_EQ(locked->folder, QStringLiteral("Private"));
+    EXPECT_EQ(locked->text, QStringLiteral("Locked\nsecret"));
+
+    const IosNote::Note* passcode = store.getNote(2);
+    EXPECT_TRUE(passcode->locked);
+    EXPECT_TRUE(passcode->passcodeLocked);
+    EXPECT_EQ(passcode->title, QStringLiteral("Passcode"));
+    EXPECT_TRUE(passcode->text.isEmpty());
+
+    EXPECT_TRUE(store.getNote(3)->deleted);
+    EXPECT_EQ(store.getNote(3)->folder, QStringLiteral("Recently Deleted"));
+    EXPECT_TRUE(store.getNote(4)->deleted);
+    EXPECT_TRUE(store.getNote(4)->account.isEmpty());
+
+    QMap<qint64, bool> crypted;
+    for (const IosNote::CryptedNote* c : store.getCryptedNote())
+      crypted.insert(c->key, c->unlocked);
+    EXPECT_EQ(crypted.size(), 2);
+    EXPECT_TRUE(crypted.value(locked->key));
+    EXPECT_FALSE(crypted.value(passcode->key, true));
+  }
+}
+
+TEST(IosNote, DamagedRowsKeepTheRestOfTheNote) {
+  QList<ModernNote> notes;
+  const struct {
+    const char* name;
+    QByteArray body;
+  } bodies[] = {
+      {"not compressed, not a document", QByteArray("\xff\xfe\xfd\xfc", 4)},
+      {"truncated gzip", fixture::notes::bodyBlob(QStringLiteral("Some text here"), {}).left(15)},
+      {"empty body", QByteArray("")},
+  };
+  for (const auto& b : bodies) {
+    ModernNote n;
+    n.identifier = QStringLiteral("AAAAAAAA-0000-4000-8000-%1").arg(notes.size(), 12, 10, QLatin1Char('0'));
+    n.title = QString::fromLatin1(b.name);
+    n.text = QStringLiteral("summary of %1").arg(b.name);
+    n.rawBodySet = true;
+    n.rawBody = b.body;
+    notes << n;
+  }
+  ModernNote orphan;
+  orphan.identifier = QStringLiteral("BBBBBBBB-0000-4000-8000-000000000001");
+  orphan.title = QStringLiteral("No folder row");
+  orphan.text = QStringLiteral("No folder row\n\uFFFC");
+  orphan.folderRowMissing = true;
+  ModernAttachment ghost;
+  ghost.identifier = QStringLiteral("CCCCCCCC-0000-4000-8000-000000000001");
+  ghost.rowMissing = true;
+  orphan.attachments << ghost;
+  notes << orphan;
+
+  QTemporaryDir dir;
+  IosNote store;
+  QStringList logged;
+  SherdLog::setSink([&](const char*, int, const QString& text) { logged << text; });
+  ASSERT_TRUE(loadSynthetic(&store, notes, ModernLayout::Ios15, dir));
+  store.unlockWithPasswords({});
+  store.buildNote();
+  SherdLog::setSink(nullptr);
+  ASSERT_EQ(store.noteCount(), 4u);
+  // A body that does not decode gives way to the stored summary.
+  EXPECT_EQ(store.getNote(0)->text, QStringLiteral("summary of not compressed, not a document").left(40));
+  EXPECT_EQ(store.getNote(1)->text, QStringLiteral("summary of truncated gzip"));
+  EXPECT_TRUE(store.getNote(2)->text.isEmpty());
+  EXPECT_EQ(store.getNote(2)->title, QStringLiteral("empty body"));
+  const IosNote::Note* orphanNote = store.getNote(3);
+  EXPECT_TRUE(orphanNote->folder.isEmpty());
+  ASSERT_EQ(orphanNote->pieces.size(), 2);
+  EXPECT_EQ(orphanNote->pieces[1].typeId, QStringLiteral("public.jpeg"));
+  EXPECT_TRUE(orphanNote->pieces[1].mediaId.isEmpty());
+  EXPECT_EQ(logged.filter(QStringLiteral("summary stands for the body")).size(), 2);
+  EXPECT_EQ(logged.filter(QStringLiteral("no folder row")).size(), 1);
+}
+
+TEST(IosNote, AttachmentFilesOfALockedNoteDecryptWithItsPassword) {
+  ModernNote n;
+  n.identifier = QStringLiteral("DDDDDDDD-0000-4000-8000-000000000001");
+  n.title = QStringLiteral("Locked photo");
+  n.text = QStringLiteral("Locked photo\n\uFFFC");
+  n.password = QStringLiteral("open sesame");
+  ModernAttachment photo;
+  photo.identifier = QStringLiteral("DDDDDDDD-0000-4000-8000-000000000002");
+  photo.mediaId = QStringLiteral("DDDDDDDD-0000-4000-8000-000000000003");
+  photo.fileName = QStringLiteral("p.png");
+  photo.mediaData = fixture::notes::pngImage(8, 8, 0x123456);
+  n.attachments << photo;
+  QTemporaryDir dir;
+  IosNote store;
+  ASSERT_TRUE(loadSynthetic(&store, {n}, ModernLayout::Ios17, dir));
+  // The encrypted file as the backup holds it.
+  QList<fixture::FileSpec> files = fixture::notes::modernFiles({n}, ModernLayout::Ios17);
+  QByteArray encrypted;
+  for (const fixture::FileSpec& f : files)
+    if (f.relativePath.contains(photo.mediaId))
+      encrypted = f.data;
+  ASSERT_FALSE(encrypted.isEmpty());
+  QFile src(dir.filePath("media.bin"));
+  ASSERT_TRUE(src.open(QIODevice::WriteOnly));
+  src.write(encrypted);
+  src.close();
+
+  SherdLog::silence();
+  EXPECT_EQ(store.unlockWithPasswords({QStringLiteral("wrong")}), 0);
+  store.buildNote();
+  const IosNote::Piece piece0 = store.getNote(0)->pieces.value(0);
+  EXPECT_TRUE(store.getNote(0)->locked);
+  EXPECT_EQ(store.decryptAttach(42424242, src.fileName(), dir.filePath("x")), 1); // no such key
+  EXPECT_EQ(store.unlockWithPasswords({QStringLiteral("open sesame")}), 1);
+  store.buildNote();
+  const IosNote::Piece piece = store.getNote(0)->pieces.value(1);
+  ASSERT_EQ(piece.mediaId, photo.mediaId);
+  EXPECT_EQ(store.decryptAttach(piece.mediaKeyId, dir.filePath("absent"), dir.filePath("out.png")), 3);
+  ASSERT_EQ(store.decryptAttach(piece.mediaKeyId, src.fileName(), dir.filePath("out.png")), 0);
+  QFile out(dir.filePath("out.png"));
+  ASSERT_TRUE(out.open(QIODevice::ReadOnly));
+  EXPECT_EQ(out.readAll(), photo.mediaData);
+  // A damaged file does not decrypt and leaves nothing behind.
+  encrypted[5] = char(encrypted[5] ^ 1);
+  ASSERT_TRUE(src.open(QIODevice::WriteOnly));
+  src.write(encrypted);
+  src.close();
+  EXPECT_EQ(store.decryptAttach(piece.mediaKeyId, src.fileName(), dir.filePath("bad.png")), 4);
+  EXPECT_FALSE(QFile::exists(dir.filePath("bad.png")));
   SherdLog::toStderr();
 }
 

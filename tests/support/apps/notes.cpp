@@ -1,0 +1,798 @@
+#include "tests/support/apps/notes.h"
+
+#include <QBuffer>
+#include <QCryptographicHash>
+#include <QHash>
+#include <QImage>
+#include <QUrl>
+#include <openssl/evp.h>
+#include <zlib.h>
+
+namespace fixture {
+namespace notes {
+
+namespace {
+
+// --- protocol-buffer writing ------------------------------------------------
+
+void varint(QByteArray& out, quint64 v) {
+  while (v >= 0x80) {
+    out += char((v & 0x7f) | 0x80);
+    v >>= 7;
+  }
+  out += char(v);
+}
+
+void field(QByteArray& out, int number, quint64 v) {
+  varint(out, quint64(number) << 3);
+  varint(out, v);
+}
+
+void bytesField(QByteArray& out, int number, const QByteArray& bytes) {
+  varint(out, (quint64(number) << 3) | 2);
+  varint(out, quint64(bytes.size()));
+  out += bytes;
+}
+
+QByteArray gzip(const QByteArray& raw) {
+  z_stream zs{};
+  deflateInit2(&zs, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+  QByteArray out(int(deflateBound(&zs, uLong(raw.size()))) + 64, '\0');
+  zs.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(raw.constData()));
+  zs.avail_in = uInt(raw.size());
+  zs.next_out = reinterpret_cast<Bytef*>(out.data());
+  zs.avail_out = uInt(out.size());
+  deflate(&zs, Z_FINISH);
+  out.resize(int(zs.total_out));
+  deflateEnd(&zs);
+  return out;
+}
+
+// A text document message: the text and its runs (text runs, and one run of
+// length 1 for each U+FFFC, naming the next attachment).
+QByteArray textDocument(const QString& text, const QList<ModernAttachment>& attachments) {
+  QByteArray doc;
+  bytesField(doc, 2, text.toUtf8());
+  int next = 0;
+  int runStart = 0;
+  auto textRun = [&](int end) {
+    if (end > runStart) {
+      QByteArray run;
+      field(run, 1, quint64(end - runStart));
+      bytesField(doc, 5, run);
+    }
+  };
+  for (int i = 0; i < text.size(); ++i) {
+    if (text.at(i) != QChar(0xFFFC))
+      continue;
+    textRun(i);
+    QByteArray run;
+    field(run, 1, 1);
+    if (next < attachments.size()) {
+      QByteArray info;
+      bytesField(info, 1, attachments.at(next).identifier.toUtf8());
+      bytesField(info, 2, attachments.at(next).uti.toUtf8());
+      bytesField(run, 12, info);
+      ++next;
+    }
+    bytesField(doc, 5, run);
+    runStart = i + 1;
+  }
+  textRun(text.size());
+  return doc;
+}
+
+// --- encryption -------------------------------------------------------------
+
+QByteArray derived(const QByteArray& seed, int length) {
+  return QCryptographicHash::hash(seed, QCryptographicHash::Sha256).left(length);
+}
+
+QByteArray kekOf(const QString& password, const QByteArray& salt, int iterations) {
+  const QByteArray pw = password.toUtf8();
+  QByteArray out(16, '\0');
+  PKCS5_PBKDF2_HMAC(pw.constData(), pw.size(), reinterpret_cast<const unsigned char*>(salt.constData()), salt.size(),
+                    iterations, EVP_sha256(), 16, reinterpret_cast<unsigned char*>(out.data()));
+  return out;
+}
+
+QByteArray wrap(const QByteArray& kek, const QByteArray& key) {
+  EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
+  EVP_CIPHER_CTX_set_flags(ctx, EVP_CIPHER_CTX_FLAG_WRAP_ALLOW);
+  EVP_EncryptInit_ex(ctx, EVP_aes_128_wrap(), nullptr, reinterpret_cast<const unsigned char*>(kek.constData()),
+                     nullptr);
+  QByteArray out(key.size() + 16, '\0');
+  int len = 0, fin = 0;
+  EVP_EncryptUpdate(ctx, reinterpret_cast<unsigned char*>(out.data()), &len,
+                    reinterpret_cast<const unsigned char*>(key.constData()), key.size());
+  EVP_EncryptFinal_ex(ctx, reinterpret_cast<unsigned char*>(out.data()) + len, &fin);
+  EVP_CIPHER_CTX_free(ctx);
+  out.resize(len + fin);
+  return out;
+}
+
+void gcm(const QByteArray& key, const QByteArray& iv, const QByteArray& plain, QByteArray* cipher, QByteArray* tag) {
+  EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
+  EVP_EncryptInit_ex(ctx, EVP_aes_128_gcm(), nullptr, nullptr, nullptr);
+  EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_IVLEN, iv.size(), nullptr);
+  EVP_EncryptInit_ex(ctx, nullptr, nullptr, reinterpret_cast<const unsigned char*>(key.constData()),
+                     reinterpret_cast<const unsigned char*>(iv.constData()));
+  QByteArray out(plain.size() + 16, '\0');
+  int len = 0, fin = 0;
+  EVP_EncryptUpdate(ctx, reinterpret_cast<unsigned char*>(out.data()), &len,
+                    reinterpret_cast<const unsigned char*>(plain.constData()), plain.size());
+  EVP_EncryptFinal_ex(ctx, reinterpret_cast<unsigned char*>(out.data()) + len, &fin);
+  out.resize(len + fin);
+  QByteArray t(16, '\0');
+  EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_GET_TAG, 16, t.data());
+  EVP_CIPHER_CTX_free(ctx);
+  *cipher = out;
+  *tag = t;
+}
+
+// What one locked thing stores: its salt, count, wrapped key, nonce, tag and
+// the encrypted bytes.
+struct Sealed {
+  QByteArray salt, wrapped, iv, tag, data;
+  int iterations = 0;
+};
+
+const int kIterations = 20000;
+
+Sealed seal(const QString& password, const QByteArray& salt, const QByteArray& seed, const QByteArray& plain) {
+  Sealed s;
+  s.salt = salt;
+  s.iterations = kIterations;
+  static QHash<QByteArray, QByteArray> kekCache;
+  const QByteArray cacheKey = password.toUtf8() + '\0' + salt;
+  if (!kekCache.contains(cacheKey))
+    kekCache.insert(cacheKey, kekOf(password, salt, kIterations));
+  const QByteArray key = derived(seed + "key", 16);
+  s.wrapped = wrap(kekCache.value(cacheKey), key);
+  s.iv = derived(seed + "iv", 16);
+  gcm(key, s.iv, plain, &s.data, &s.tag);
+  return s;
+}
+
+// --- SQL writing ------------------------------------------------------------
+
+QString q(const QString& s) { return s.isNull() ? QStringLiteral("NULL") : QStringLiteral("'%1'").arg(QString(s).replace('\'', "''")); }
+QString blob(const QByteArray& b) {
+  return b.isNull() ? QStringLiteral("NULL") : QStringLiteral("X'%1'").arg(QString::fromLatin1(b.toHex()));
+}
+QString num(double v) { return QString::number(v, 'f', 6); }
+
+struct Layout {
+  QHash<QString, int> ent;
+  QString noteAccount, folderAccount, created;
+  bool joinTable = false;   // notes to folders through Z_<n>NOTES
+  bool bodyBackLink = true; // ZICNOTEDATA.ZNOTE present
+};
+
+Layout layoutOf(ModernLayout l) {
+  Layout out;
+  switch (l) {
+  case ModernLayout::Ios11:
+    out.ent = {{"ICAttachment", 2}, {"ICAttachmentPreviewImage", 3}, {"ICInlineAttachment", 4}, {"ICMedia", 5},
+               {"ICNote", 8},       {"ICNoteContainer", 9},          {"ICAccount", 10},         {"ICFolder", 11},
+               {"ICNoteData", 14}};
+    out.noteAccount = QStringLiteral("ZACCOUNT2");
+    out.folderAccount = QStringLiteral("ZACCOUNT3");
+    out.created = QStringLiteral("ZCREATIONDATE1");
+    out.joinTable = true;
+    out.bodyBackLink = false;
+    break;
+  case ModernLayout::Ios15:
+    out.ent = {{"ICAttachment", 4}, {"ICAttachmentPreviewImage", 5}, {"ICInlineAttachment", 8}, {"ICMedia", 10},
+               {"ICNote", 11},      {"ICNoteContainer", 12},         {"ICAccount", 13},         {"ICFolder", 14},
+               {"ICNoteData", 17}};
+    out.noteAccount = QStringLiteral("ZACCOUNT4");
+    out.folderAccount = QStringLiteral("ZACCOUNT5");
+    out.created = QStringLiteral("ZCREATIONDATE3");
+    break;
+  case ModernLayout::Ios17:
+    out.ent = {{"ICAttachment", 4}, {"ICAttachmentPreviewImage", 5}, {"ICInlineAttachment", 8}, {"ICMedia", 10},
+               {"ICNote", 11},      {"ICNoteContainer", 12},         {"ICAccount", 13},         {"ICFolder", 14},
+               {"ICInvitation", 15}, {"ICNoteData", 18}};
+    out.noteAccount = QStringLiteral("ZACCOUNT7");
+    out.folderAccount = QStringLiteral("ZACCOUNT8");
+    out.created = QStringLiteral("ZCREATIONDATE3");
+    break;
+  }
+  return out;
+}
+
+QString accountIdOf(const QString& name) {
+  return name.isEmpty() ? QStringLiteral("LocalAccount")
+                        : QString::fromLatin1(derived(name.toUtf8(), 16).toHex()).toUpper().insert(8, '-').insert(13, '-').insert(18, '-').insert(23, '-');
+}
+
+QByteArray accountSalt(const QString& account) { return derived("salt" + account.toUtf8(), 16); }
+
+QString mediaFilePath(const ModernNote& n, const ModernAttachment& a) {
+  const QString name = n.password.isEmpty() ? a.fileName : a.mediaId;
+  return QStringLiteral("Accounts/%1/Media/%2/%3").arg(accountIdOf(n.account), a.mediaId, name);
+}
+
+QString previewFilePath(const ModernNote& n, const ModernAttachment& a) {
+  QString name = a.previewId + (a.orientedPreview ? QStringLiteral("-oriented.png") : QStringLiteral(".png"));
+  if (!n.password.isEmpty())
+    name += QStringLiteral(".encrypted");
+  return QStringLiteral("Accounts/%1/Previews/%2").arg(accountIdOf(n.account), name);
+}
+
+} // namespace
+
+QByteArray bodyBlob(const QString& text, const QList<ModernAttachment>& attachments, bool compress) {
+  QByteArray document;
+  field(document, 2, 0);
+  bytesField(document, 3, textDocument(text, attachments));
+  QByteArray top;
+  field(top, 1, 0);
+  bytesField(top, 2, document);
+  return compress ? gzip(top) : top;
+}
+
+QByteArray tableBlob(const QList<QStringList>& rows) {
+  // Objects: 0 the table map, 1 rows ordered set, 2 columns ordered set,
+  // 3 cellColumns dictionary, then one identity map per row and column, one
+  // row dictionary per column, one note per cell.
+  const int nRows = rows.size();
+  int nCols = 0;
+  for (const QStringList& r : rows)
+    nCols = qMax(nCols, r.size());
+  QByteArray data;
+  QList<QByteArray> entries;
+  QList<QByteArray> uuids;
+  for (int i = 0; i < nRows + nCols; ++i)
+    uuids << derived("uuid" + QByteArray::number(i), 16);
+  auto objectRef = [](int index) {
+    QByteArray ref;
+    field(ref, 6, quint64(index));
+    return ref;
+  };
+  auto identityMap = [&](int uuidIndex) {
+    QByteArray ref;
+    field(ref, 2, quint64(uuidIndex));
+    QByteArray entry;
+    field(entry, 1, 0);
+    bytesField(entry, 2, ref);
+    QByteArray map;
+    field(map, 1, 1); // type: NSUUID
+    bytesField(map, 3, entry);
+    QByteArray e;
+    bytesField(e, 13, map);
+    return e;
+  };
+  const int firstIdentity = 4;
+  const int firstRowDict = firstIdentity + nRows + nCols;
+  const int firstCell = firstRowDict + nCols;
+  auto orderedSet = [&](int first, int count) {
+    QByteArray array;
+    for (int i = 0; i < count; ++i) {
+      QByteArray item;
+      field(item, 1, quint64(i));
+      bytesField(item, 2, uuids.at(first + i));
+      bytesField(array, 2, item);
+    }
+    QByteArray dict;
+    for (int i = 0; i < count; ++i) {
+      QByteArray el;
+      bytesField(el, 1, objectRef(firstIdentity + first + i));
+      bytesField(el, 2, objectRef(firstIdentity + first + i));
+      bytesField(dict, 1, el);
+    }
+    QByteArray ordering;
+    bytesField(ordering, 1, array);
+    bytesField(ordering, 2, dict);
+    QByteArray set;
+    bytesField(set, 1, ordering);
+    QByteArray e;
+    bytesField(e, 16, set);
+    return e;
+  };
+  // 0: the table
+  {
+    QByteArray map;
+    field(map, 1, 0); // com.apple.notes.ICTable
+    const QList<QPair<int, int>> parts = {{0, 1}, {1, 2}, {2, 3}};
+    for (const auto& p : parts) {
+      QByteArray me;
+      field(me, 1, quint64(p.first));
+      bytesField(me, 2, objectRef(p.second));
+      bytesField(map, 3, me);
+    }
+    QByteArray e;
+    bytesField(e, 13, map);
+    entries << e;
+  }
+  entries << orderedSet(0, nRows) << orderedSet(nRows, nCols);
+  {
+    QByteArray dict;
+    for (int c = 0; c < nCols; ++c) {
+      QByteArray el;
+      bytesField(el, 1, objectRef(firstIdentity + nRows + c));
+      bytesField(el, 2, objectRef(firstRowDict + c));
+      bytesField(dict, 1, el);
+    }
+    QByteArray e;
+    bytesField(e, 6, dict);
+    entries << e;
+  }
+  for (int i = 0; i < nRows + nCols; ++i)
+    entries << identityMap(i);
+  QList<QByteArray> cells;
+  for (int c = 0; c < nCols; ++c) {
+    QByteArray dict;
+    for (int r = 0; r < nRows; ++r) {
+      QByteArray el;
+      bytesField(el, 1, objectRef(firstIdentity + r));
+      bytesField(el, 2, objectRef(firstCell + cells.size()));
+      bytesField(dict, 1, el);
+      QByteArray cell;
+      bytesField(cell, 10, textDocument(rows.at(r).value(c), {}));
+      cells << cell;
+    }
+    QByteArray e;
+    bytesField(e, 6, dict);
+    entries << e;
+  }
+  entries << cells;
+  // Keys in the order the table map uses them: 0 crRows, 1 crColumns, 2 cellColumns.
+  for (const QByteArray& e : entries)
+    bytesField(data, 3, e);
+  bytesField(data, 4, "crRows");
+  bytesField(data, 4, "crColumns");
+  bytesField(data, 4, "cellColumns");
+  bytesField(data, 5, "com.apple.notes.ICTable");
+  bytesField(data, 5, "com.apple.CRDT.NSUUID");
+  for (const QByteArray& u : uuids)
+    bytesField(data, 6, u);
+  QByteArray object;
+  bytesField(object, 3, data);
+  QByteArray top;
+  bytesField(top, 2, object);
+  return gzip(top);
+}
+
+QByteArray pngImage(int width, int height, unsigned rgb) {
+  QImage image(width, height, QImage::Format_RGB32);
+  image.fill(rgb);
+  // A marked corner shows which way up the picture is.
+  for (int y = 0; y < qMin(4, height); ++y)
+    for (int x = 0; x < qMin(4, width); ++x)
+      image.setPixel(x, y, 0xff0000);
+  QByteArray out;
+  QBuffer buffer(&out);
+  buffer.open(QIODevice::WriteOnly);
+  image.save(&buffer, "PNG");
+  return out;
+}
+
+bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wal, QByteArray* db,
+                     QByteArray* walBytes, QString* error) {
+  const Layout L = layoutOf(which);
+  QStringList columns = {QStringLiteral("ZIDENTIFIER VARCHAR"), QStringLiteral("ZTITLE VARCHAR"),
+                         QStringLiteral("ZTITLE1 VARCHAR"), QStringLiteral("ZTITLE2 VARCHAR"),
+                         QStringLiteral("ZUSERTITLE VARCHAR"), QStringLiteral("ZSUMMARY VARCHAR"),
+                         QStringLiteral("ZSNIPPET VARCHAR"), QStringLiteral("ZNOTEDATA INTEGER"),
+                         QStringLiteral("ZMODIFICATIONDATE TIMESTAMP"), QStringLiteral("ZMODIFICATIONDATE1 TIMESTAMP"),
+                         L.created + QStringLiteral(" TIMESTAMP"), QStringLiteral("ZMARKEDFORDELETION INTEGER"),
+                         QStringLiteral("ZISPASSWORDPROTECTED INTEGER"), QStringLiteral("ZCRYPTOSALT BLOB"),
+                         QStringLiteral("ZCRYPTOITERATIONCOUNT INTEGER"), QStringLiteral("ZCRYPTOWRAPPEDKEY BLOB"),
+                         QStringLiteral("ZCRYPTOINITIALIZATIONVECTOR BLOB"), QStringLiteral("ZCRYPTOTAG BLOB"),
+                         QStringLiteral("ZASSETCRYPTOINITIALIZATIONVECTOR BLOB"), QStringLiteral("ZASSETCRYPTOTAG BLOB"),
+                         QStringLiteral("ZFALLBACKIMAGECRYPTOINITIALIZATIONVECTOR BLOB"),
+                         QStringLiteral("ZFALLBACKIMAGECRYPTOTAG BLOB"), QStringLiteral("ZACCOUNT INTEGER"),
+                         QStringLiteral("ZACCOUNT1 INTEGER"), L.noteAccount + QStringLiteral(" INTEGER"),
+                         L.folderAccount + QStringLiteral(" INTEGER"), QStringLiteral("ZOWNER INTEGER"),
+                         QStringLiteral("ZFOLDERTYPE INTEGER"), QStringLiteral("ZNAME VARCHAR"),
+                         QStringLiteral("ZACCOUNTTYPE INTEGER"), QStringLiteral("ZTYPEUTI VARCHAR"),
+                         QStringLiteral("ZTYPEUTI1 VARCHAR"), QStringLiteral("ZALTTEXT VARCHAR"),
+                         QStringLiteral("ZNOTE INTEGER"), QStringLiteral("ZMEDIA INTEGER"),
+                         QStringLiteral("ZPARENTATTACHMENT INTEGER"), QStringLiteral("ZORIENTATION INTEGER"),
+                         QStringLiteral("ZURLSTRING VARCHAR"), QStringLiteral("ZMERGEABLEDATA1 BLOB"),
+                         QStringLiteral("ZFILENAME VARCHAR"), QStringLiteral("ZATTACHMENT INTEGER"),
+                         QStringLiteral("ZWIDTH INTEGER"), QStringLiteral("ZHEIGHT INTEGER")};
+  if (!L.joinTable)
+    columns << QStringLiteral("ZFOLDER INTEGER");
+  QStringList sql;
+  sql << QStringLiteral("CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER)")
+      << QStringLiteral("CREATE TABLE ZICCLOUDSYNCINGOBJECT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, %1)")
+             .arg(columns.join(QStringLiteral(", ")))
+      << QStringLiteral("CREATE TABLE ZICNOTEDATA (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, %1ZDATA BLOB, "
+                        "ZCRYPTOINITIALIZATIONVECTOR BLOB, ZCRYPTOTAG BLOB)")
+             .arg(L.bodyBackLink ? QStringLiteral("ZNOTE INTEGER, ") : QString());
+  if (L.joinTable)
+    sql << QStringLiteral("CREATE TABLE Z_11NOTES (Z_11FOLDERS INTEGER, Z_8NOTES INTEGER, PRIMARY KEY (Z_11FOLDERS, Z_8NOTES))");
+  sql << QStringLiteral("BEGIN");
+  for (auto it = L.ent.constBegin(); it != L.ent.constEnd(); ++it)
+    sql << QStringLiteral("INSERT INTO Z_PRIMARYKEY VALUES (%1, %2, 0, 0)").arg(it.value()).arg(q(it.key()));
+  auto ent = [&](const char* name) { return L.ent.value(QLatin1String(name)); };
+
+  qint64 pk = 0;
+  QHash<QString, qint64> accountPk;
+  QHash<QString, qint64> folderPk; // account + '\n' + folder (+ trash)
+  auto accountOf = [&](const QString& name) {
+    if (!accountPk.contains(name)) {
+      const qint64 k = ++pk;
+      accountPk.insert(name, k);
+      const QByteArray salt = accountSalt(name);
+      sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZNAME, ZIDENTIFIER, ZACCOUNTTYPE, "
+                            "ZCRYPTOSALT, ZCRYPTOITERATIONCOUNT) VALUES (%1, %2, %3, %4, %5, %6, %7)")
+                 .arg(k)
+                 .arg(ent("ICAccount"))
+                 .arg(name.isEmpty() ? QStringLiteral("NULL") : q(name), q(accountIdOf(name)))
+                 .arg(name == QLatin1String("iCloud") ? 1 : 0)
+                 .arg(blob(salt))
+                 .arg(kIterations);
+    }
+    return accountPk.value(name);
+  };
+  auto folderOf = [&](const ModernNote& n) {
+    const QString key = n.account + '\n' + n.folder + (n.inTrash ? QStringLiteral("\ntrash") : QString());
+    if (!folderPk.contains(key)) {
+      const qint64 acc = accountOf(n.account);
+      const qint64 k = ++pk;
+      folderPk.insert(key, k);
+      sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZTITLE2, ZIDENTIFIER, ZOWNER, %1, "
+                            "ZFOLDERTYPE) VALUES (%2, %3, %4, %5, %6, %6, %7)")
+                 .arg(L.folderAccount)
+                 .arg(k)
+                 .arg(ent("ICFolder"))
+                 .arg(q(n.inTrash ? QStringLiteral("Recently Deleted") : n.folder),
+                      q(n.inTrash ? QStringLiteral("TrashFolder-CloudKit") : QStringLiteral("Folder-%1").arg(k)))
+                 .arg(acc)
+                 .arg(n.inTrash ? 1 : 0);
+    }
+    return folderPk.value(key);
+  };
+
+  qint64 bodyPk = 0;
+  for (const ModernNote& n : notes) {
+    const qint64 acc = accountOf(n.account);
+    const qint64 folder = n.folderRowMissing ? 999999 : folderOf(n);
+    const qint64 notePk = ++pk;
+    const qint64 dataPk = ++bodyPk;
+    QByteArray body = n.rawBodySet ? n.rawBody : bodyBlob(n.text, n.attachments);
+    Sealed sealed;
+    const bool locked = !n.password.isEmpty() || n.passcodeLocked;
+    if (!n.password.isEmpty()) {
+      sealed = seal(n.password, accountSalt(n.account), n.identifier.toUtf8(), body);
+      body = sealed.data;
+    } else if (n.passcodeLocked) {
+      sealed.salt = derived(n.identifier.toUtf8() + "pc", 16);
+      sealed.wrapped = derived(n.identifier.toUtf8() + "wk", 16);
+      sealed.iv = derived(n.identifier.toUtf8() + "iv", 16);
+      sealed.tag = derived(n.identifier.toUtf8() + "tag", 16);
+      body = QByteArray("bplist00") + derived(n.identifier.toUtf8(), 32);
+    }
+    sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTITLE1, ZSNIPPET, %1, %2, "
+                          "ZNOTEDATA, ZMODIFICATIONDATE1, %3, ZMARKEDFORDELETION, ZISPASSWORDPROTECTED, ZCRYPTOSALT, "
+                          "ZCRYPTOITERATIONCOUNT, ZCRYPTOWRAPPEDKEY, ZCRYPTOINITIALIZATIONVECTOR, ZCRYPTOTAG) VALUES "
+                          "(%4, %5, %6, %7, %8, %9, %10, %11, %12, %13, %14, %15, %16, %17, %18, %19, %20)")
+               .arg(L.joinTable ? QStringLiteral("ZACCOUNT1") : QStringLiteral("ZFOLDER"), L.noteAccount, L.created)
+               .arg(notePk)
+               .arg(ent("ICNote"))
+               .arg(q(n.identifier), n.title.isEmpty() ? QStringLiteral("NULL") : q(n.title),
+                    locked ? QStringLiteral("NULL") : q(n.text.left(40)))
+               .arg(L.joinTable ? QStringLiteral("NULL") : QString::number(folder))
+               .arg(acc)
+               .arg(dataPk)
+               .arg(num(n.modified), num(n.modified - 1000))
+               .arg(n.markedForDeletion ? 1 : 0)
+               .arg(locked ? 1 : 0)
+               .arg(blob(locked ? sealed.salt : QByteArray()))
+               .arg(!n.password.isEmpty() ? kIterations : 0)
+               .arg(blob(locked ? sealed.wrapped : QByteArray()), blob(locked ? sealed.iv : QByteArray()),
+                    blob(locked ? sealed.tag : QByteArray()));
+    if (L.joinTable)
+      sql << QStringLiteral("INSERT INTO Z_11NOTES VALUES (%1, %2)").arg(folder).arg(notePk);
+    sql << QStringLiteral("INSERT INTO ZICNOTEDATA (Z_PK, Z_ENT, %1ZDATA, ZCRYPTOINITIALIZATIONVECTOR, ZCRYPTOTAG) "
+                          "VALUES (%2, %3, %4%5, %6, %7)")
+               .arg(L.bodyBackLink ? QStringLiteral("ZNOTE, ") : QString())
+               .arg(dataPk)
+               .arg(ent("ICNoteData"))
+               .arg(L.bodyBackLink ? QStringLiteral("%1, ").arg(notePk) : QString())
+               .arg(blob(body), blob(locked ? sealed.iv : QByteArray()), blob(locked ? sealed.tag : QByteArray()));
+
+    for (const ModernAttachment& a : n.attachments) {
+      if (a.rowMissing)
+        continue;
+      if (a.inlineText) {
+        sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTYPEUTI1, ZALTTEXT, ZNOTE) "
+                              "VALUES (%1, %2, %3, %4, %5, %6)")
+                   .arg(++pk)
+                   .arg(ent("ICInlineAttachment"))
+                   .arg(q(a.identifier), q(a.uti), q(a.title))
+                   .arg(notePk);
+        continue;
+      }
+      const qint64 attPk = ++pk;
+      qint64 mediaPk = 0;
+      if (!a.mediaId.isEmpty()) {
+        mediaPk = ++pk;
+        Sealed m;
+        if (!n.password.isEmpty())
+          m = seal(n.password, accountSalt(n.account), a.mediaId.toUtf8(), a.mediaData);
+        sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZFILENAME, ZCRYPTOSALT, "
+                              "ZCRYPTOITERATIONCOUNT, ZCRYPTOWRAPPEDKEY, ZASSETCRYPTOINITIALIZATIONVECTOR, "
+                              "ZASSETCRYPTOTAG) VALUES (%1, %2, %3, %4, %5, %6, %7, %8, %9)")
+                   .arg(mediaPk)
+                   .arg(ent("ICMedia"))
+                   .arg(q(a.mediaId), q(n.password.isEmpty() ? a.fileName : a.mediaId), blob(m.salt))
+                   .arg(m.iterations)
+                   .arg(blob(m.wrapped), blob(m.iv), blob(m.tag));
+      }
+      sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTYPEUTI, ZNOTE, ZMEDIA, "
+                            "ZORIENTATION, ZTITLE, ZURLSTRING, ZMERGEABLEDATA1) VALUES (%1, %2, %3, %4, %5, %6, %7, "
+                            "%8, %9, %10)")
+                 .arg(attPk)
+                 .arg(ent("ICAttachment"))
+                 .arg(q(a.identifier), q(a.uti))
+                 .arg(notePk)
+                 .arg(mediaPk ? QString::number(mediaPk) : QStringLiteral("NULL"),
+                      a.orientation < 0 ? QStringLiteral("NULL") : QString::number(a.orientation),
+                      a.title.isEmpty() ? QStringLiteral("NULL") : q(a.title),
+                      a.url.isEmpty() ? QStringLiteral("NULL") : q(a.url), blob(a.mergeable));
+      if (!a.previewId.isEmpty()) {
+        Sealed p;
+        if (!n.password.isEmpty())
+          p = seal(n.password, accountSalt(n.account), a.previewId.toUtf8(), a.previewData);
+        // A smaller preview first: the largest one is the one to show.
+        sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZATTACHMENT, ZWIDTH, "
+                              "ZHEIGHT) VALUES (%1, %2, %3, %4, 16, 16)")
+                   .arg(++pk)
+                   .arg(ent("ICAttachmentPreviewImage"))
+                   .arg(q(a.previewId + QStringLiteral("-small")))
+                   .arg(attPk);
+        sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZATTACHMENT, ZWIDTH, "
+                              "ZHEIGHT, ZCRYPTOSALT, ZCRYPTOITERATIONCOUNT, ZCRYPTOWRAPPEDKEY, "
+                              "ZCRYPTOINITIALIZATIONVECTOR, ZCRYPTOTAG) VALUES (%1, %2, %3, %4, 640, 480, %5, %6, "
+                              "%7, %8, %9)")
+                   .arg(++pk)
+                   .arg(ent("ICAttachmentPreviewImage"))
+                   .arg(q(a.previewId))
+                   .arg(attPk)
+                   .arg(blob(p.salt))
+                   .arg(p.iterations)
+                   .arg(blob(p.wrapped), blob(p.iv), blob(p.tag));
+      }
+    }
+  }
+  sql << QStringLiteral("COMMIT");
+  return makeSqliteDb(sql, wal, db, walBytes, error);
+}
+
+QList<FileSpec> modernFiles(const QList<ModernNote>& notes, ModernLayout layout, bool wal) {
+  QList<FileSpec> files;
+  QByteArray db, log;
+  QString error;
+  if (!makeModernStore(notes, layout, wal, &db, &log, &error))
+    qWarning("modern notes store: %s", qPrintable(error));
+  files << file(kNotesDomain, QStringLiteral("NoteStore.sqlite"), db);
+  if (wal)
+    files << file(kNotesDomain, QStringLiteral("NoteStore.sqlite-wal"), log);
+  for (const ModernNote& n : notes) {
+    for (const ModernAttachment& a : n.attachments) {
+      if (!a.mediaData.isEmpty()) {
+        QByteArray content = a.mediaData;
+        if (!n.password.isEmpty())
+          content = seal(n.password, accountSalt(n.account), a.mediaId.toUtf8(), a.mediaData).data;
+        files << file(kNotesDomain, mediaFilePath(n, a), content);
+      }
+      if (!a.previewData.isEmpty()) {
+        QByteArray content = a.previewData;
+        if (!n.password.isEmpty())
+          content = seal(n.password, accountSalt(n.account), a.previewId.toUtf8(), a.previewData).data;
+        files << file(kNotesDomain, previewFilePath(n, a), content);
+      }
+    }
+  }
+  return files;
+}
+
+namespace {
+
+// Attachment keys of notes.sqlite: numbered in note order, from 1.
+QList<QPair<const LegacyNote*, const LegacyAttachment*>> legacyAttachmentRows(const QList<LegacyNote>& notes) {
+  QList<QPair<const LegacyNote*, const LegacyAttachment*>> rows;
+  for (const LegacyNote& n : notes)
+    for (const LegacyAttachment& a : n.attachments)
+      if (!a.rowMissing)
+        rows << qMakePair(&n, &a);
+  return rows;
+}
+
+} // namespace
+
+bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
+  QStringList sql;
+  sql << QStringLiteral("CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER)")
+      << QStringLiteral("CREATE TABLE ZACCOUNT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZTYPE INTEGER, "
+                        "ZDEFAULTSTORE INTEGER, ZNAME VARCHAR, ZACCOUNTIDENTIFIER VARCHAR)")
+      << QStringLiteral("CREATE TABLE ZSTORE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZACCOUNT INTEGER, "
+                        "ZNAME VARCHAR)")
+      << QStringLiteral("CREATE TABLE ZNOTE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZDELETEDFLAG INTEGER, "
+                        "ZINTEGERID INTEGER, ZBODY INTEGER, ZSTORE INTEGER, ZCREATIONDATE TIMESTAMP, "
+                        "ZMODIFICATIONDATE TIMESTAMP, ZTITLE VARCHAR, ZSUMMARY VARCHAR, ZGUID VARCHAR)")
+      << QStringLiteral("CREATE TABLE ZNOTEBODY (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZOWNER INTEGER, "
+                        "ZCONTENT VARCHAR)")
+      << QStringLiteral("CREATE TABLE ZNOTEATTACHMENT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, "
+                        "ZNOTE INTEGER, ZCONTENTID VARCHAR, ZFILENAME VARCHAR, ZMIMETYPE VARCHAR)")
+      << QStringLiteral("BEGIN")
+      << QStringLiteral("INSERT INTO Z_PRIMARYKEY VALUES (1, 'Account', 0, 2), (3, 'Note', 0, 0), (4, 'NoteBody', 0, 0), "
+                        "(7, 'Store', 0, 2)")
+      << QStringLiteral("INSERT INTO ZACCOUNT VALUES (1, 1, 1, 1, 1, 'iCloud', 'icloud-account'), "
+                        "(2, 1, 1, 0, 2, 'On My iPhone', 'local-account')")
+      << QStringLiteral("INSERT INTO ZSTORE VALUES (1, 7, 1, 1, 'Notes'), (2, 7, 1, 2, 'Notes')");
+  int pk = 0;
+  for (const LegacyNote& n : notes) {
+    ++pk;
+    sql << QStringLiteral("INSERT INTO ZNOTE VALUES (%1, 3, 1, %2, %1, %1, %3, %4, %5, %6, %7, %8)")
+               .arg(pk)
+               .arg(n.deleted ? 1 : 0)
+               .arg(n.icloud ? 1 : 2)
+               .arg(num(n.modified - 500), num(n.modified), q(n.title), q(n.title.left(20)), q(n.guid));
+    sql << QStringLiteral("INSERT INTO ZNOTEBODY VALUES (%1, 4, 1, %1, %2)").arg(pk).arg(q(n.html));
+  }
+  int attPk = 0;
+  QHash<const LegacyNote*, int> notePk;
+  for (int i = 0; i < notes.size(); ++i)
+    notePk.insert(&notes.at(i), i + 1);
+  for (const auto& row : legacyAttachmentRows(notes))
+    sql << QStringLiteral("INSERT INTO ZNOTEATTACHMENT VALUES (%1, 2, 1, %2, %3, %4, %5)")
+               .arg(++attPk)
+               .arg(notePk.value(row.first))
+               .arg(q(row.second->contentId), q(row.second->fileName), q(row.second->mimeType));
+  sql << QStringLiteral("COMMIT");
+  return makeSqliteDb(sql, false, db, nullptr, error);
+}
+
+bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
+  QStringList sql;
+  sql << QStringLiteral("CREATE TABLE Note (creation_date INTEGER, modification_date INTEGER, title TEXT, summary TEXT, "
+                        "contains_cjk INTEGER)")
+      << QStringLiteral("CREATE TABLE note_bodies (note_id INTEGER, data, UNIQUE (note_id))") << QStringLiteral("BEGIN");
+  int rowid = 0;
+  for (const LegacyNote& n : notes) {
+    ++rowid;
+    sql << QStringLiteral("INSERT INTO Note (ROWID, creation_date, modification_date, title, summary, contains_cjk) "
+                          "VALUES (%1, %2, %3, %4, %5, 0)")
+               .arg(rowid)
+               .arg(qint64(n.modified) - 500)
+               .arg(qint64(n.modified))
+               .arg(q(n.title), q(n.title.left(20)));
+    sql << QStringLiteral("INSERT INTO note_bodies VALUES (%1, %2)").arg(rowid).arg(q(n.html));
+  }
+  sql << QStringLiteral("COMMIT");
+  return makeSqliteDb(sql, false, db, nullptr, error);
+}
+
+QList<FileSpec> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<LegacyNote>& dbNotes) {
+  QList<FileSpec> files;
+  QString error;
+  QByteArray db;
+  if (!sqliteNotes.isEmpty()) {
+    if (!makeLegacySqlite(sqliteNotes, &db, &error))
+      qWarning("notes.sqlite: %s", qPrintable(error));
+    files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Notes/notes.sqlite"), db);
+    int attPk = 0;
+    for (const auto& row : legacyAttachmentRows(sqliteNotes)) {
+      ++attPk;
+      if (row.second->data.isEmpty())
+        continue;
+      const QString name = QString::fromLatin1(QUrl::toPercentEncoding(row.second->fileName));
+      files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Notes/attachments/p%1/%2").arg(attPk).arg(name),
+                    row.second->data);
+    }
+  }
+  if (!dbNotes.isEmpty()) {
+    if (!makeLegacyDb(dbNotes, &db, &error))
+      qWarning("notes.db: %s", qPrintable(error));
+    files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Notes/notes.db"), db);
+  }
+  return files;
+}
+
+QList<FileSpec> sampleNoteFiles() {
+  QList<ModernNote> modern;
+  {
+    ModernNote n;
+    n.identifier = QStringLiteral("5B1D3F0E-7C2A-4E55-9A10-2F6E8D3C4B01");
+    n.title = QStringLiteral("Shopping list");
+    n.text = QStringLiteral("Shopping list\nBread, milk, apples\n\uFFFC\nAnd the receipt above.");
+    ModernAttachment photo;
+    photo.identifier = QStringLiteral("0C6A7E1B-55D2-4A0B-8F0E-6D2A9C1B7E11");
+    photo.mediaId = QStringLiteral("A1B2C3D4-0000-4000-8000-00000000A001");
+    photo.fileName = QStringLiteral("receipt.jpeg");
+    photo.mediaData = pngImage(400, 300, 0x3366cc);
+    photo.previewId = photo.identifier + QStringLiteral("-1-400x300-0");
+    photo.previewData = pngImage(400, 300, 0x3366cc);
+    n.attachments << photo;
+    n.modified = 720000000;
+    modern << n;
+  }
+  {
+    ModernNote n;
+    n.identifier = QStringLiteral("7D0F3A2C-1E4B-4C6D-8E9F-0A1B2C3D4E02");
+    n.title = QStringLiteral("Trip budget");
+    n.folder = QStringLiteral("Travel");
+    n.text = QStringLiteral("Trip budget\n\uFFFC\nBook before May.");
+    ModernAttachment table;
+    table.identifier = QStringLiteral("9E8D7C6B-5A49-4382-9170-6F5E4D3C2B03");
+    table.uti = QStringLiteral("com.apple.notes.table");
+    table.mergeable = tableBlob({{QStringLiteral("Hotel"), QStringLiteral("420")},
+                                 {QStringLiteral("Train"), QStringLiteral("95")}});
+    n.attachments << table;
+    n.modified = 721000000;
+    modern << n;
+  }
+  {
+    ModernNote n;
+    n.identifier = QStringLiteral("2F4E6A8C-0B1D-4F3E-9A5C-7E9B1D3F5A04");
+    n.title = QStringLiteral("Safe combination");
+    n.text = QStringLiteral("Safe combination\n12-34-56\n\uFFFC");
+    n.password = kSamplePassword;
+    ModernAttachment sketch;
+    sketch.identifier = QStringLiteral("4A6C8E0F-2B3D-4E5F-8A9B-0C1D2E3F4A05");
+    sketch.uti = QStringLiteral("com.apple.drawing.2");
+    sketch.previewId = sketch.identifier + QStringLiteral("-1-200x100-0");
+    sketch.previewData = pngImage(200, 100, 0x22aa44);
+    sketch.orientation = 1;
+    n.attachments << sketch;
+    n.modified = 722000000;
+    modern << n;
+  }
+  {
+    ModernNote n;
+    n.identifier = QStringLiteral("6B8D0F2A-4C5E-4A7B-9C1D-3E5F7A9B1C06");
+    n.title = QStringLiteral("Diary");
+    n.passcodeLocked = true;
+    n.modified = 723000000;
+    modern << n;
+  }
+  {
+    ModernNote n;
+    n.identifier = QStringLiteral("8C0E2A4B-6D7F-4B9C-8D2E-4F6A8B0C2D07");
+    n.title = QStringLiteral("Old idea");
+    n.text = QStringLiteral("Old idea\nThrown away.");
+    n.inTrash = true;
+    modern << n;
+  }
+  QList<LegacyNote> legacy;
+  {
+    LegacyNote n;
+    n.guid = QStringLiteral("5B1D3F0E-7C2A-4E55-9A10-2F6E8D3C4B01"); // also in the modern store
+    n.title = QStringLiteral("Shopping list");
+    n.html = QStringLiteral("<div>Shopping list</div><div>Bread</div>");
+    legacy << n;
+  }
+  {
+    LegacyNote n;
+    n.guid = QStringLiteral("legacy-0001");
+    n.title = QStringLiteral("Garden");
+    n.html = QStringLiteral("<div>Garden</div><div>Tomatoes by the wall</div>"
+                            "<object type=\"image/jpeg\" data=\"cid:GardenPhoto@local\"></object><div>Water daily</div>");
+    n.icloud = true;
+    LegacyAttachment a;
+    a.contentId = QStringLiteral("GardenPhoto@local");
+    a.fileName = QStringLiteral("garden photo.png");
+    a.mimeType = QStringLiteral("public.jpeg");
+    a.data = pngImage(320, 240, 0x88aa22);
+    n.attachments << a;
+    legacy << n;
+  }
+  QList<LegacyNote> oldest;
+  {
+    LegacyNote n;
+    n.title = QStringLiteral("First phone note");
+    n.html = QStringLiteral("First phone note<br>Written on the first iPhone.");
+    n.modified = 250000000;
+    oldest << n;
+  }
+  return modernFiles(modern, ModernLayout::Ios15) + legacyFiles(legacy, oldest);
+}
+
+} // namespace notes
+} // namespace fixture
