@@ -336,11 +336,16 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
       }
       inPlace = false;
     }
+    // Reserve for the records up front, bounded by what the file can hold (a
+    // record takes well over 64 bytes of the database) so that a damaged
+    // row number cannot make us reserve more than the file justifies.
     qint64 hint = -1;
+    const qint64 fileBound = QFileInfo(openPath).size() / 64;
     ManifestSink reserving = [&](ManifestEntry& e) {
       if (hint >= 0) {
-        entries.reserve(size_t(qBound<qint64>(0, hint, 50000000)));
-        paths.reserve(int(qBound<qint64>(0, hint * 48, 256 << 20)));
+        const qint64 n = qBound<qint64>(0, hint, fileBound);
+        entries.reserve(size_t(n));
+        paths.reserve(int(qMin<qint64>(n * 48, 256 << 20)));
         hint = -1;
       }
       sink(e);
@@ -377,7 +382,7 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
   }
   if (truncated)
     Log(kModule, 0, "backup %s: %s; %d records read before that", qPrintable(path), qPrintable(err),
-        int(entries.size()) + directories + links + others);
+        int(entries.size() + emptyEntries.size()) + directories + links + others);
   if (others > 0)
     Log(kModule, 1, "backup %s: %d records of unknown kind or unreadable metadata skipped", qPrintable(path), others);
   entries.reserve(entries.size() + emptyEntries.size());
