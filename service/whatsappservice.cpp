@@ -7,6 +7,8 @@
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
 #include "readers/whatsapp/whatsappitunescollection.h"
+#include "readers/ios/callhistory/calllistcollection.h"
+#include "readers/ios/voicemail/voicemailcollection.h"
 #include "readers/ios/calendar/calendarcollection.h"
 #include "readers/ios/safari/bookmarkcollection.h"
 
@@ -116,6 +118,20 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     CBookmarkCollection bookmarks(safari);
     bookmarks.setProgress(nullptr);
     bookmarks.load(m_mobileBackup);
+    break;
+  }
+  case 10: {
+    OxData* calls = m_backup->getCallHistory();
+    calls->onInsertFirstLayers({QStringLiteral("Call History"), QStringLiteral("Voice Mail"),
+                                QStringLiteral("Viber Call History")});
+    {
+      CCalllistCollection reader(calls, m_contactToName, m_idToName);
+      reader.setProgress(nullptr);
+      reader.load(m_mobileBackup);
+    }
+    CVoiceMailCollection voicemail(calls);
+    voicemail.setProgress(nullptr);
+    voicemail.load(m_mobileBackup);
     break;
   }
   default:

@@ -1,0 +1,198 @@
+// The call list read out of whole synthetic backups: which store is read,
+// where names come from, and the voicemail recordings after the calls.
+#include "readers/ios/callhistory/calllistcollection.h"
+#include "readers/ios/voicemail/voicemailcollection.h"
+
+#include "model/oxcallhistoryitem.h"
+#include "model/oxdata.h"
+#include "model/oxfileitem.h"
+#include "platform/backup/mobilebackup.h"
+#include "platform/common/log.h"
+#include "service/whatsappservice.h"
+#include "tests/support/apps/callhistory.h"
+#include "tests/support/samplebackup.h"
+
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+using namespace fixture;
+
+const QString kHome = QStringLiteral("HomeDomain");
+
+StoredCall storedCall(qint64 pk, const QString& address) {
+  StoredCall c;
+  c.pk = pk;
+  c.date = 650000000 + pk;
+  c.address = address;
+  c.answered = 1;
+  c.duration = 30;
+  return c;
+}
+
+class CallBackup : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    SherdLog::setSink([this](const char*, int, const QString& text) { log << text; });
+  }
+  void TearDown() override { SherdLog::toStderr(); }
+
+  MobileBackup* open(const QList<FileSpec>& files) {
+    const QString folder = dir.filePath(QStringLiteral("b%1").arg(++count));
+    QString error;
+    EXPECT_TRUE(writeBackup(folder, BackupSpec(), files, &error)) << error.toStdString();
+    backup.reset(MobileBackup::loadFromPath(folder));
+    EXPECT_TRUE(backup);
+    return backup.get();
+  }
+  QStringList names(OxData& list) const {
+    QStringList out;
+    for (int i = 0; i < list.count(0); ++i)
+      out << list.at(i, false)->value(0);
+    return out;
+  }
+
+  QTemporaryDir dir;
+  int count = 0;
+  std::unique_ptr<MobileBackup> backup;
+  QStringList log;
+};
+
+TEST_F(CallBackup, WhichStoreAndWhichNames) {
+  const QList<Contact> book{{1, QStringLiteral("Anna"), QStringLiteral("Berg"), QString(),
+                             {QStringLiteral("(415) 555-0123")}, {}}};
+  const QList<StoredCall> newer{storedCall(1, QStringLiteral("+14155550123"))};
+  const QList<OldCall> older{{1, QStringLiteral("4155550123"), 1300000000, 10, 4, -1, QString()},
+                             {2, QStringLiteral("5550001111"), 1300000100, 10, 4, -1, QString()}};
+  const QMap<QString, QString> hostMap{{QStringLiteral("+1 555 000 1111"), QStringLiteral("From Host")}};
+  struct Case {
+    const char* what;
+    QList<FileSpec> files;
+    QMap<QString, QString> contacts;
+    QStringList names; // newest first
+    const char* logged;
+  };
+  const Case cases[] = {
+      {"newer store, names from the backup's book", callHistoryStoreFiles(newer) + addressBookFiles(book), {},
+       {QStringLiteral("Anna Berg")}, ""},
+      {"newer store, the host's map replaces the book", callHistoryStoreFiles(newer) + addressBookFiles(book), hostMap,
+       {QStringLiteral("+14155550123")}, ""},
+      {"both stores: only the newer one", callHistoryStoreFiles(newer) + oldCallHistoryFiles(older), {},
+       {QStringLiteral("+14155550123")}, "only Library/CallHistoryDB/CallHistory.storedata is read"},
+      {"older store with book and host map", oldCallHistoryFiles(older) + addressBookFiles(book), hostMap,
+       {QStringLiteral("From Host"), QStringLiteral("Anna Berg")}, ""},
+      {"older store in HomeDomain, no book", oldCallHistoryFiles(older, kHome), {},
+       {QStringLiteral("5550001111"), QStringLiteral("4155550123")}, "No address book"},
+      {"no call store", addressBookFiles(book), {}, {}, "No call history"},
+  };
+  for (const Case& c : cases) {
+    log.clear();
+    OxData list(10);
+    CCalllistCollection collection(&list, c.contacts, {});
+    collection.load(open(c.files));
+    EXPECT_EQ(names(list), c.names) << c.what;
+    if (*c.logged) {
+      EXPECT_FALSE(log.filter(QString::fromUtf8(c.logged)).isEmpty())
+          << c.what << "\n" << log.join(QLatin1Char('\n')).toStdString();
+    }
+  }
+}
+
+TEST_F(CallBackup, OldestAddressBookFile) {
+  // Very old phones kept the book in AddressBook.db.
+  QList<FileSpec> files = oldCallHistoryFiles({{1, QStringLiteral("+1 415 555 0123"), 1200000000, 5, 5, -1, {}}});
+  QList<FileSpec> book = addressBookFiles({{1, QStringLiteral("Anna"), {}, {}, {QStringLiteral("4155550123")}, {}}});
+  for (FileSpec& f : book)
+    f.relativePath.replace(QStringLiteral("AddressBook.sqlitedb"), QStringLiteral("AddressBook.db"));
+  OxData list(10);
+  CCalllistCollection collection(&list, {}, {});
+  collection.load(open(files + book));
+  EXPECT_EQ(names(list), QStringList{QStringLiteral("Anna")});
+  EXPECT_FALSE(collection.oldCallDbPath().isEmpty());
+}
+
+TEST_F(CallBackup, VoicemailRecordings) {
+  QList<FileSpec> files = voicemailFiles({{1, 1650535200, QStringLiteral("+14155550123"), 2},
+                                          {2, 1650621600, QStringLiteral("+442071838750"), 1},
+                                          {3, 1650621700, QStringLiteral("+15550001111"), 1}});
+  files << file(kHome, QStringLiteral("Library/Voicemail/7.AMR"), amrRecording(5)) // capitals, no row
+        << file(kHome, QStringLiteral("Library/Voicemail/old/8.amr"), amrRecording(5))
+        << file(kHome, QStringLiteral("Library/Voicemail/9.amr"), QByteArray()) // empty
+        << file(kHome, QStringLiteral("Library/Voicemail/1.transcript"), QByteArray("hello"))
+        << file(QStringLiteral("MediaDomain"), QStringLiteral("Library/Voicemail/10.amr"), amrRecording(5));
+  for (FileSpec& f : files)
+    if (f.relativePath.endsWith(QLatin1String("/3.amr")))
+      f.omitContent = true; // named in the manifest, missing on disk
+  OxData list(10);
+  CVoiceMailCollection voicemail(&list);
+  voicemail.load(open(files));
+
+  QMap<QString, OxFileItem*> byName;
+  for (int i = 0; i < list.count(0); ++i) {
+    auto* item = dynamic_cast<OxFileItem*>(list.at(i, false));
+    ASSERT_TRUE(item);
+    byName.insert(item->value(0), item);
+  }
+  EXPECT_EQ(byName.keys(), (QStringList{QStringLiteral("1.amr"), QStringLiteral("2.amr"), QStringLiteral("7.AMR"),
+                                        QStringLiteral("8.amr")}));
+  const OxFileItem* first = byName.value(QStringLiteral("1.amr"));
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first->value(1), QStringLiteral("+14155550123"));
+  EXPECT_EQ(first->sortValue(2).toDateTime(), QDateTime::fromSecsSinceEpoch(1650535200, Qt::UTC));
+  EXPECT_EQ(first->value(3), QStringLiteral("1.amr"));
+  EXPECT_EQ(first->getTreeFirstLayerName(), QStringLiteral("Voice Mail"));
+  EXPECT_EQ(first->size(), quint64(amrRecording(100).size()));
+  EXPECT_TRUE(QFileInfo(first->filePath()).isFile());
+  EXPECT_EQ(byName.value(QStringLiteral("2.amr"))->value(1), QStringLiteral("+442071838750"));
+  EXPECT_EQ(byName.value(QStringLiteral("7.AMR"))->value(1), QString()); // no row for it
+  EXPECT_EQ(byName.value(QStringLiteral("8.amr"))->value(1), QString());
+  EXPECT_FALSE(log.filter(QStringLiteral("Library/Voicemail/3.amr")).isEmpty()) << log.join('\n').toStdString();
+  EXPECT_FALSE(log.filter(QStringLiteral("empty file Library/Voicemail/9.amr")).isEmpty());
+}
+
+TEST_F(CallBackup, RealVoicemailDbWithoutMessages) {
+  QFile real(QStringLiteral(SHERD_REALDATA_DIR "/voicemail-ios16/voicemail.db"));
+  if (!real.open(QIODevice::ReadOnly))
+    GTEST_SKIP() << "real data not available";
+  OxData list(10);
+  CVoiceMailCollection voicemail(&list);
+  voicemail.load(open({file(kHome, QStringLiteral("Library/Voicemail/voicemail.db"), real.readAll()),
+                       file(kHome, QStringLiteral("Library/Voicemail/1.amr"), amrRecording(3))}));
+  ASSERT_EQ(list.count(0), 1);
+  EXPECT_EQ(list.at(0, false)->value(1), QString());
+}
+
+TEST_F(CallBackup, ServiceLoadsCallsThenVoicemail) {
+  const QString folder = dir.filePath(QStringLiteral("sample"));
+  QString error;
+  ASSERT_TRUE(writeSampleBackup(folder, QString(), &error)) << error.toStdString();
+  WhatsappService service(folder, false);
+  ASSERT_TRUE(service.onBeginLoadWhatsappOnly());
+  service.loadWhatsappOnly(10);
+  service.onEndLoadWhatsappOnly();
+  OxData* list = service.getOxData(10);
+  ASSERT_TRUE(list);
+  int calls = 0;
+  int recordings = 0;
+  for (int i = 0; i < list->count(0); ++i) {
+    const OxAbstractItem* item = list->at(i, false);
+    if (dynamic_cast<const OxCallHistoryItem*>(item)) {
+      ++calls;
+      EXPECT_EQ(item->getTreeFirstLayerName(), QStringLiteral("Call History"));
+    } else if (dynamic_cast<const OxFileItem*>(item)) {
+      ++recordings;
+      EXPECT_EQ(item->getTreeFirstLayerName(), QStringLiteral("Voice Mail"));
+    }
+  }
+  EXPECT_EQ(calls, 8);
+  EXPECT_EQ(recordings, 2);
+  EXPECT_EQ(list->firstLayerOrder().mid(0, 3),
+            (QStringList{QStringLiteral("Call History"), QStringLiteral("Voice Mail"),
+                         QStringLiteral("Viber Call History")}));
+}
+} // namespace
