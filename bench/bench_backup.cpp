@@ -131,7 +131,8 @@ void BM_Pbkdf2Sha256(benchmark::State& state) {
   QByteArray key;
   double cpu = 0;
   for (auto _ : state)
-    cpu += secondsOf([&] { BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, "password", salt, int(state.range(0)), 32, &key); });
+    cpu += secondsOf(
+        [&] { BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, "password", salt, int(state.range(0)), 32, &key); });
   state.counters["iterations"] = double(state.range(0));
   // The real count's cost, scaled linearly from this count.
   state.counters["cpu_s_per_10M"] = cpu / double(state.iterations()) * 1e7 / double(state.range(0));

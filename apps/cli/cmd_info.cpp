@@ -60,8 +60,8 @@ int runInfo(const QStringList& args) {
   std::printf("%s\n", qPrintable(backup->path()));
   row("Device name", i.deviceName);
   row("Product", i.productName.isEmpty() ? i.productType : i.productName + QStringLiteral(" (") + i.productType + ')');
-  row("iOS version", i.buildVersion.isEmpty() ? i.productVersion
-                                               : i.productVersion + QStringLiteral(" (") + i.buildVersion + ')');
+  row("iOS version",
+      i.buildVersion.isEmpty() ? i.productVersion : i.productVersion + QStringLiteral(" (") + i.buildVersion + ')');
   row("Serial number", i.serialNumber);
   row("IMEI", i.imei);
   row("IMEI 2", i.imei2);
@@ -71,7 +71,7 @@ int runInfo(const QStringList& args) {
   row("Last backup", i.lastBackupDate.isValid() ? i.lastBackupDate.toString(Qt::ISODate) : QString());
   row("Encrypted", i.encrypted ? QStringLiteral("yes") : QStringLiteral("no"));
   row("Manifest", backup->generation() == MobileBackup::Generation::ManifestDb ? QStringLiteral("Manifest.db")
-                                                                              : QStringLiteral("Manifest.mbdb"));
+                                                                               : QStringLiteral("Manifest.mbdb"));
   if (!i.isComplete())
     row("Last run", QStringLiteral("incomplete (state %1)").arg(i.snapshotState));
   row("Files", QString::number(backup->fileCount()));

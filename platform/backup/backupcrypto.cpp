@@ -56,8 +56,7 @@ bool runCbc(bool encrypt, const QByteArray& key, const QByteArray& in, QByteArra
   CipherCtx ctx = newCtx();
   static const unsigned char zeroIv[16] = {};
   if (!ctx || EVP_CipherInit_ex(ctx.get(), EVP_aes_256_cbc(), nullptr,
-                                reinterpret_cast<const unsigned char*>(key.constData()), zeroIv,
-                                encrypt ? 1 : 0) != 1)
+                                reinterpret_cast<const unsigned char*>(key.constData()), zeroIv, encrypt ? 1 : 0) != 1)
     return false;
   QByteArray buf(in.size() + 32, '\0');
   int len = 0;
@@ -79,9 +78,8 @@ bool pbkdf2(Digest digest, const QByteArray& password, const QByteArray& salt, i
     return false;
   QByteArray out(keyLength, '\0');
   const EVP_MD* md = digest == Digest::Sha1 ? EVP_sha1() : EVP_sha256();
-  if (PKCS5_PBKDF2_HMAC(password.constData(), password.size(),
-                        reinterpret_cast<const unsigned char*>(salt.constData()), salt.size(), iterations, md,
-                        keyLength, reinterpret_cast<unsigned char*>(out.data())) != 1)
+  if (PKCS5_PBKDF2_HMAC(password.constData(), password.size(), reinterpret_cast<const unsigned char*>(salt.constData()),
+                        salt.size(), iterations, md, keyLength, reinterpret_cast<unsigned char*>(out.data())) != 1)
     return false;
   *key = out;
   return true;
@@ -103,8 +101,7 @@ bool decryptCbc(const QByteArray& key, const QByteArray& cipher, QByteArray* pla
   return runCbc(false, key, cipher, plain);
 }
 
-bool decryptFile(const QString& src, const QString& dst, const QByteArray& key, qint64* plainLength,
-                 QString* error) {
+bool decryptFile(const QString& src, const QString& dst, const QByteArray& key, qint64* plainLength, QString* error) {
   auto fail = [&](const QString& why) {
     if (error)
       *error = why;

@@ -28,6 +28,5 @@ bool decryptCbc(const QByteArray& key, const QByteArray& cipher, QByteArray* pla
 // the PKCS#7 padding gives. An empty source gives an empty file. False, with
 // *error set, when a file cannot be read or written, or the padding is not
 // valid (a wrong key or a damaged file); dst is then removed.
-bool decryptFile(const QString& src, const QString& dst, const QByteArray& key, qint64* plainLength,
-                 QString* error);
+bool decryptFile(const QString& src, const QString& dst, const QByteArray& key, qint64* plainLength, QString* error);
 } // namespace BackupCrypto

@@ -4,8 +4,8 @@
 
 #include <QStringList>
 
-#include <climits>
 #include <QtEndian>
+#include <climits>
 
 namespace {
 quint32 beInt(const QByteArray& v) {
@@ -84,8 +84,8 @@ bool Keybag::unlock(const QByteArray& password, QString* error) {
   m_classKeys.clear();
   QByteArray key = password;
   if (hasSha256Round()) {
-    if (!BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, password, m_dpsl, int(qMin<quint32>(m_dpic, INT_MAX)),
-                              32, &key)) {
+    if (!BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, password, m_dpsl, int(qMin<quint32>(m_dpic, INT_MAX)), 32,
+                              &key)) {
       if (error)
         *error = QStringLiteral("key derivation failed");
       return false;

@@ -53,9 +53,7 @@ QByteArray dataOf(plist_t objects, plist_t ref) {
   return p ? QByteArray(p, int(len)) : QByteArray();
 }
 
-quint64 uintOf(plist_t dict, const char* key) {
-  return PlistUtil::uinteger(plist_dict_get_item(dict, key));
-}
+quint64 uintOf(plist_t dict, const char* key) { return PlistUtil::uinteger(plist_dict_get_item(dict, key)); }
 
 } // namespace
 
@@ -101,9 +99,8 @@ QString fileIdText(const unsigned char id[20]) {
 bool decodeMbFileDirect(const char* blob, int length, ManifestEntry* entry) {
   const BplistScan s(blob, length);
   quint64 root = 0, objects = 0, top = 0, rootRef = 0, index = 0, file = 0;
-  if (!s.isValid() || !s.root(&root) || !s.dictValue(root, "$objects", &objects) ||
-      !s.dictValue(root, "$top", &top) || !s.dictValue(top, "root", &rootRef) || !s.uid(rootRef, &index) ||
-      !s.arrayItem(objects, index, &file))
+  if (!s.isValid() || !s.root(&root) || !s.dictValue(root, "$objects", &objects) || !s.dictValue(root, "$top", &top) ||
+      !s.dictValue(top, "root", &rootRef) || !s.uid(rootRef, &index) || !s.arrayItem(objects, index, &file))
     return false;
   qint64 v[4] = {};
   static const char* const keys[4] = {"Size", "LastModified", "Mode", "ProtectionClass"};
@@ -188,9 +185,12 @@ bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink,
   sqlite3* db = nullptr;
   // A database inside the backup folder is opened immutable: SQLite then
   // neither locks it nor creates anything beside it.
-  const QByteArray uri = inPlace ? "file:" + QUrl::toPercentEncoding(path, "/") + "?mode=ro&immutable=1" : path.toUtf8();
-  int rc = sqlite3_open_v2(uri.constData(), &db, inPlace ? (SQLITE_OPEN_READONLY | SQLITE_OPEN_URI)
-                                                         : SQLITE_OPEN_READWRITE, nullptr);
+  const QByteArray uri =
+      inPlace ? "file:" + QUrl::toPercentEncoding(path, "/") + "?mode=ro&immutable=1" : path.toUtf8();
+  int rc = sqlite3_open_v2(uri.constData(), &db,
+                           inPlace ? (SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX)
+                                   : (SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX),
+                           nullptr);
   if (rc != SQLITE_OK) {
     *error = QStringLiteral("cannot open %1: %2").arg(path, QString::fromUtf8(sqlite3_errstr(rc)));
     sqlite3_close(db);
@@ -207,7 +207,8 @@ bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink,
   }
   rc = sqlite3_prepare_v2(db, "select fileID, domain, relativePath, flags, file from Files", -1, &stmt, nullptr);
   if (rc != SQLITE_OK) {
-    *error = QStringLiteral("%1 is not a readable manifest database: %2").arg(path, QString::fromUtf8(sqlite3_errmsg(db)));
+    *error =
+        QStringLiteral("%1 is not a readable manifest database: %2").arg(path, QString::fromUtf8(sqlite3_errmsg(db)));
     sqlite3_close(db);
     return false;
   }

@@ -16,7 +16,7 @@ struct ManifestEntry {
   const char* relativePath = "";
   int relativePathLength = 0;
   unsigned char fileId[20] = {}; // SHA-1 of "domain-relativePath": the stored file's name
-  bool hasFileId = false;          // false when the manifest's ID is not 40 hex digits
+  bool hasFileId = false;        // false when the manifest's ID is not 40 hex digits
   qint64 size = 0;
   quint32 modified = 0;
   quint32 mode = 0;

@@ -15,8 +15,8 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <iterator>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -152,7 +152,7 @@ struct MobileBackup::Private {
   std::vector<Entry> emptyEntries; // while reading the manifest
   std::vector<QString> domains;
   QHash<QByteArray, quint32> domainIds; // while reading the manifest
-  QByteArray paths;                      // every relative path, UTF-8, back to back
+  QByteArray paths;                     // every relative path, UTF-8, back to back
   int directories = 0, links = 0, others = 0;
   mutable QHash<QByteArray, int> index; // domain '\0' relative path (UTF-8) -> entry, built on first lookup
   QHash<int, QString> decrypted;        // entry -> its decrypted copy
@@ -464,9 +464,8 @@ QString MobileBackup::filePath(int index) {
     return QString();
   }
   if (len != e.size) {
-    Log(kModule, 1, "backup %s: %s: the manifest says %lld bytes, the decrypted file has %lld",
-        qPrintable(d->path), qPrintable(d->describe(e)), static_cast<long long>(e.size),
-        static_cast<long long>(len));
+    Log(kModule, 1, "backup %s: %s: the manifest says %lld bytes, the decrypted file has %lld", qPrintable(d->path),
+        qPrintable(d->describe(e)), static_cast<long long>(e.size), static_cast<long long>(len));
     e.size = len;
   }
   d->decrypted.insert(index, out);

@@ -48,6 +48,7 @@ QList<BackupSummary> NzBackup::listBackups(const QString& root) {
       out.append(s);
     }
   }
-  std::stable_sort(out.begin(), out.end(), [](const BackupSummary& a, const BackupSummary& b) { return a.date > b.date; });
+  std::stable_sort(out.begin(), out.end(),
+                   [](const BackupSummary& a, const BackupSummary& b) { return a.date > b.date; });
   return out;
 }

@@ -242,14 +242,15 @@ bool writeManifestDb(const QString& path, const BackupSpec& spec, const QList<Fi
     sqlite3_close(db);
     return false;
   }
-  bool ok = exec(db, "pragma journal_mode=off; pragma synchronous=off;"
-                     "create table Files (fileID TEXT PRIMARY KEY, domain TEXT, relativePath TEXT, flags INTEGER,"
-                     " file BLOB);"
-                     "create table Properties (key TEXT PRIMARY KEY, value BLOB);"
-                     "create index FilesDomainIdx on Files(domain);"
-                     "create index FilesRelativePathIdx on Files(relativePath);"
-                     "create index FilesFlagsIdx on Files(flags);"
-                     "begin;",
+  bool ok = exec(db,
+                 "pragma journal_mode=off; pragma synchronous=off;"
+                 "create table Files (fileID TEXT PRIMARY KEY, domain TEXT, relativePath TEXT, flags INTEGER,"
+                 " file BLOB);"
+                 "create table Properties (key TEXT PRIMARY KEY, value BLOB);"
+                 "create index FilesDomainIdx on Files(domain);"
+                 "create index FilesRelativePathIdx on Files(relativePath);"
+                 "create index FilesFlagsIdx on Files(flags);"
+                 "begin;",
                  error);
   sqlite3_stmt* st = nullptr;
   if (ok && sqlite3_prepare_v2(db, "insert or replace into Files values (?,?,?,?,?)", -1, &st, nullptr) != SQLITE_OK) {
@@ -429,7 +430,8 @@ bool writeBackup(const QString& folder, const BackupSpec& spec, const QList<File
     Plist m(plist_new_dict());
     plist_dict_set_item(m.get(), "BackupKeyBag", plist_new_data(keys.keybag.constData(), uint64_t(keys.keybag.size())));
     if (!manifestKey.isEmpty())
-      plist_dict_set_item(m.get(), "ManifestKey", plist_new_data(manifestKey.constData(), uint64_t(manifestKey.size())));
+      plist_dict_set_item(m.get(), "ManifestKey",
+                          plist_new_data(manifestKey.constData(), uint64_t(manifestKey.size())));
     plist_dict_set_item(m.get(), "IsEncrypted", plist_new_bool(encrypted));
     plist_dict_set_item(m.get(), "Version", plist_new_string(modern ? "10.0" : "9.1"));
     plist_dict_set_item(m.get(), "Date", newDate(s.date));

@@ -22,7 +22,7 @@ struct FileSpec {
   quint32 protectionClass = 3;
   QString linkTarget;
   qint64 recordedSize = -1; // size written into the manifest; -1 = the data's length
-  bool omitContent = false;  // named in the manifest, no stored file on disk
+  bool omitContent = false; // named in the manifest, no stored file on disk
 };
 
 FileSpec file(const QString& domain, const QString& relativePath, const QByteArray& data);
@@ -38,7 +38,7 @@ struct BackupSpec {
   // that derives with SHA-1 only.
   int sha256Iterations = 50;
   int sha1Iterations = 10;
-  bool encryptManifestDb = true;     // encrypted Manifest.db with a ManifestKey
+  bool encryptManifestDb = true;      // encrypted Manifest.db with a ManifestKey
   QList<QByteArray> extraKeybagItems; // raw items put after the keybag's header
   bool writeContents = true;          // false: manifest only (large benchmark backups)
 

@@ -40,8 +40,8 @@ QByteArray keybagOf(const Vector& v, const QByteArray& extra = QByteArray()) {
   if (*v.dpsl)
     kb += keybagInt("DPIC", v.dpic) + keybagItem("DPSL", hex(v.dpsl));
   kb += extra;
-  kb += keybagItem("UUID", QByteArray(16, '\2')) + keybagInt("CLAS", 3) + keybagInt("WRAP", 2) +
-        keybagInt("KTYP", 0) + keybagItem("WPKY", hex(v.wpky));
+  kb += keybagItem("UUID", QByteArray(16, '\2')) + keybagInt("CLAS", 3) + keybagInt("WRAP", 2) + keybagInt("KTYP", 0) +
+        keybagItem("WPKY", hex(v.wpky));
   return kb;
 }
 
@@ -93,8 +93,8 @@ TEST(KeybagTest, Damaged) {
       {"cut inside a value", good.left(good.size() - 3), false},
       {"length past the end", good + QByteArray("ABCD\xff\xff\xff\xf0", 8), false},
       {"no class keys", good.left(good.indexOf("UUID", 10)), false},
-      {"unknown tags skipped", keybagOf(kVectors[1], fixture::keybagItem("XYZW", "abc") + fixture::keybagItem("EMPT", "")),
-       true},
+      {"unknown tags skipped",
+       keybagOf(kVectors[1], fixture::keybagItem("XYZW", "abc") + fixture::keybagItem("EMPT", "")), true},
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(r.name);

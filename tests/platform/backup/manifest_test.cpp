@@ -67,31 +67,27 @@ TEST(ManifestTest, DirectReaderAgreesWithLibplist) {
     bool hasKey;
   } rows[] = {
       {"small integers", archive([](plist_t mb, plist_t) { ints(mb, 5, 200, 0x81a4, 3); }), 5, 200, 0x81a4, false},
-      {"wide integers",
-       archive([](plist_t mb, plist_t) { ints(mb, 6000000000ULL, 1600000000, 0x81a4, 4); }), 6000000000LL,
-       1600000000, 0x81a4, false},
-      {"fields absent", archive([](plist_t mb, plist_t) { plist_dict_set_item(mb, "Flags", plist_new_uint(0)); }), 0,
-       0, 0, false},
-      {"key through NS.data",
-       archive([](plist_t mb, plist_t objects) {
+      {"wide integers", archive([](plist_t mb, plist_t) { ints(mb, 6000000000ULL, 1600000000, 0x81a4, 4); }),
+       6000000000LL, 1600000000, 0x81a4, false},
+      {"fields absent", archive([](plist_t mb, plist_t) { plist_dict_set_item(mb, "Flags", plist_new_uint(0)); }), 0, 0,
+       0, false},
+      {"key through NS.data", archive([](plist_t mb, plist_t objects) {
          ints(mb, 44, 1, 0x81a4, 3);
          plist_t wrap = plist_new_dict();
          plist_dict_set_item(wrap, "NS.data", plist_new_data(kKey.constData(), kKey.size()));
          plist_dict_set_item(wrap, "$class", plist_new_uid(3));
-         plist_array_append_item(objects, wrap);              // 2
+         plist_array_append_item(objects, wrap);                // 2
          plist_array_append_item(objects, classDict("NSData")); // 3
          plist_dict_set_item(mb, "EncryptionKey", plist_new_uid(2));
        }),
        44, 1, 0x81a4, true},
-      {"key as plain data",
-       archive([](plist_t mb, plist_t objects) {
+      {"key as plain data", archive([](plist_t mb, plist_t objects) {
          ints(mb, 7, 2, 0x81a4, 3);
          plist_array_append_item(objects, plist_new_data(kKey.constData(), kKey.size())); // 2
          plist_dict_set_item(mb, "EncryptionKey", plist_new_uid(2));
        }),
        7, 2, 0x81a4, true},
-      {"NS.data through a second UID",
-       archive([](plist_t mb, plist_t objects) {
+      {"NS.data through a second UID", archive([](plist_t mb, plist_t objects) {
          ints(mb, 8, 3, 0x81a4, 3);
          plist_t wrap = plist_new_dict();
          plist_dict_set_item(wrap, "NS.data", plist_new_uid(3));
@@ -110,8 +106,7 @@ TEST(ManifestTest, DirectReaderAgreesWithLibplist) {
            },
            2),
        9, 4, 0x81a4, false},
-      {"many objects (two-byte references)",
-       archive([](plist_t mb, plist_t objects) {
+      {"many objects (two-byte references)", archive([](plist_t mb, plist_t objects) {
          for (int i = 0; i < 300; ++i)
            plist_array_append_item(objects, plist_new_string(QByteArray::number(i).constData()));
          ints(mb, 10, 5, 0x41ed, 0);

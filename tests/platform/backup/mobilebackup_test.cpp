@@ -167,7 +167,7 @@ struct BadInput {
   BackupSpec::Generation generation;
   bool encrypted;
   std::function<void(QList<FileSpec>*, BackupSpec*)> prepare; // before writing
-  std::function<void(const QString& folder)> damage;         // after writing
+  std::function<void(const QString& folder)> damage;          // after writing
   const char* password;                                       // nullptr: the backup's own
   bool opens;
   MobileBackup::Error error;
@@ -371,8 +371,8 @@ INSTANTIATE_TEST_SUITE_P(
     [](const ::testing::TestParamInfo<BadInput>& i) { return std::string(i.param.name); });
 
 TEST_F(BackupTest, NotAFolder) {
-  for (const QString& path : {QString(), m_dir.filePath(QStringLiteral("nothing-here")),
-                              m_dir.filePath(QStringLiteral("file"))}) {
+  for (const QString& path :
+       {QString(), m_dir.filePath(QStringLiteral("nothing-here")), m_dir.filePath(QStringLiteral("file"))}) {
     if (path.endsWith(QLatin1String("file")))
       overwrite(path, "x");
     std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(path));
@@ -464,9 +464,9 @@ TEST_F(BackupTest, DatabaseCopyReplaysWriteAheadLog) {
 
     EXPECT_TRUE(b->generalSqlDbFile(prefix, kApp, QStringLiteral("Documents/None.sqlite")).isEmpty());
     // Destinations outside the temporary root are refused.
-    EXPECT_TRUE(b->generalSqlDbFile(m_dir.filePath(QStringLiteral("out")), kApp,
-                                    QStringLiteral("Documents/Chat.sqlite"))
-                    .isEmpty());
+    EXPECT_TRUE(
+        b->generalSqlDbFile(m_dir.filePath(QStringLiteral("out")), kApp, QStringLiteral("Documents/Chat.sqlite"))
+            .isEmpty());
     EXPECT_FALSE(QFileInfo::exists(m_dir.filePath(QStringLiteral("out"))));
     b.reset();
     EXPECT_EQ(fixture::folderChecksum(m_folder), before);

@@ -139,9 +139,8 @@ TEST_F(NzBackupTest, ClearDirRefusesOtherFolders) {
       {"rotated folder of the backup root", rotated, true},
       {"a backup folder", notRotated, false},
       {"outside everything", outside.path(), false},
-      {"climbing out of the root", Utils::tempPath() + QStringLiteral("cleartest/../../") +
-                                       QFileInfo(outside.path()).fileName(),
-       false},
+      {"climbing out of the root",
+       Utils::tempPath() + QStringLiteral("cleartest/../../") + QFileInfo(outside.path()).fileName(), false},
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(r.name);
