@@ -1,5 +1,8 @@
 #include "tests/support/samplebackup.h"
 
+#include "tests/support/apps/calendar.h"
+#include "tests/support/apps/safari.h"
+
 #include "tests/support/apps/notes.h"
 
 #include "tests/support/apps/callhistory.h"
@@ -12,6 +15,7 @@ QList<FileSpec> sampleFiles() {
                 QByteArray("bplist00"))
         << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Caches/empty.log"), QByteArray());
   // App writers add their files here.
+  files << sampleCalendarFiles() << sampleSafariFiles();
   files << notes::sampleNoteFiles();
   files << sampleCallHistoryFiles();
   return files;
