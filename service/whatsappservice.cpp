@@ -11,6 +11,7 @@
 #include "readers/ios/voicemail/voicemailcollection.h"
 #include "readers/ios/calendar/calendarcollection.h"
 #include "readers/ios/safari/bookmarkcollection.h"
+#include "readers/ios/notes/notecollection.h"
 
 #include <QDir>
 
@@ -97,6 +98,14 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     whatsapp.setSwitches(true, false);
     whatsapp.setProgress(nullptr);
     whatsapp.load(m_mobileBackup);
+    break;
+  }
+  case 7: {
+    const QString scratch = makeNoteTempPath();
+    CNoteCollection notes(m_backup->getNote(), scratch, m_backup->backupProperty(4));
+    notes.setNotePasswords(m_notePasswords);
+    notes.setProgress(nullptr);
+    notes.load(m_mobileBackup);
     break;
   }
   case 8: {

@@ -25,6 +25,7 @@
 #include <QMap>
 #include <QSemaphore>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -55,6 +56,8 @@ public:
   // The password of an encrypted backup, used by the following loads; an empty
   // one means none. Plain backups ignore it.
   void setBackupPassword(const QString& password);
+  // Passwords tried on password-protected notes by the following loads.
+  void setNotePasswords(const QStringList& passwords) { m_notePasswords = passwords; }
   // Why the last load could not open the backup (empty after a success).
   QString lastOpenError() const { return m_lastOpenError; }
   MobileBackup::Error lastOpenErrorCode() const { return m_lastOpenErrorCode; }
@@ -86,6 +89,7 @@ private:
   struct Opened;
   std::unique_ptr<Opened> m_opened;
   QString m_password;
+  QStringList m_notePasswords;
   QString m_lastOpenError;
   MobileBackup::Error m_lastOpenErrorCode = MobileBackup::Error::None;
 };
