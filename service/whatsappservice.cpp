@@ -7,6 +7,8 @@
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
 #include "readers/whatsapp/whatsappitunescollection.h"
+#include "readers/messengers/kik/kikitunescollection.h"
+#include "readers/messengers/line/lineitunescollection.h"
 #include "readers/ios/callhistory/calllistcollection.h"
 #include "readers/ios/voicemail/voicemailcollection.h"
 #include "readers/ios/calendar/calendarcollection.h"
@@ -106,6 +108,20 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     notes.setNotePasswords(m_notePasswords);
     notes.setProgress(nullptr);
     notes.load(m_mobileBackup);
+    break;
+  }
+  case 1: {
+    CKikiTunesCollection kik(m_backup);
+    kik.setSwitches(true, false);
+    kik.setProgress(nullptr);
+    kik.load(m_mobileBackup);
+    break;
+  }
+  case 2: {
+    CLineiTunesCollection line(m_backup);
+    line.setSwitches(true, false);
+    line.setProgress(nullptr);
+    line.load(m_mobileBackup);
     break;
   }
   case 8: {

@@ -6,6 +6,8 @@
 #include "tests/support/apps/notes.h"
 
 #include "tests/support/apps/callhistory.h"
+#include "tests/support/apps/kik.h"
+#include "tests/support/apps/line.h"
 
 namespace fixture {
 QList<FileSpec> sampleFiles() {
@@ -18,6 +20,7 @@ QList<FileSpec> sampleFiles() {
   files << sampleCalendarFiles() << sampleSafariFiles();
   files << notes::sampleNoteFiles();
   files << sampleCallHistoryFiles();
+  files << sampleKikFiles() << sampleLineFiles();
   return files;
 }
 
