@@ -1,13 +1,6 @@
 #include "tests/support/samplebackup.h"
 
-#include "tests/support/apps/calendar.h"
-#include "tests/support/apps/safari.h"
-
-#include "tests/support/apps/notes.h"
-
-#include "tests/support/apps/callhistory.h"
-#include "tests/support/apps/kik.h"
-#include "tests/support/apps/line.h"
+#include "tests/support/apps/whatsapp.h"
 
 namespace fixture {
 QList<FileSpec> sampleFiles() {
@@ -17,10 +10,7 @@ QList<FileSpec> sampleFiles() {
                 QByteArray("bplist00"))
         << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Caches/empty.log"), QByteArray());
   // App writers add their files here.
-  files << sampleCalendarFiles() << sampleSafariFiles();
-  files << notes::sampleNoteFiles();
-  files << sampleCallHistoryFiles();
-  files << sampleKikFiles() << sampleLineFiles();
+  files << sampleWhatsappFiles();
   return files;
 }
 

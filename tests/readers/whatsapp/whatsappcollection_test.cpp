@@ -1,0 +1,342 @@
+// The joining of WhatsApp's records into messages and chat items, on small
+// databases read directly (no backup): files are "found" by a fake locator.
+#include "readers/whatsapp/whatsappcollection.h"
+
+#include "model/oxbackup.h"
+#include "model/oxdata.h"
+#include "model/oxwhatsappitem.h"
+#include "platform/common/commonutils.h"
+#include "platform/common/log.h"
+#include "readers/whatsapp/whatsappqueries.h"
+#include "service/progress.h"
+#include "tests/support/apps/whatsapp.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+
+namespace {
+using fixture::WaMedia;
+using fixture::WaMember;
+using fixture::WaMessage;
+using fixture::WaSession;
+using fixture::WhatsappDb;
+
+// Knows a fixed set of files; a known file's local path is "/local/" + its
+// name and its display name "name:<path>><suffix of source>".
+class FakeLocator : public CWhatsappCollection {
+public:
+  QString mediaFilePath(const QString& path) override {
+    return known.contains(path) ? QStringLiteral("/local/") + path : QString();
+  }
+  QString mediaFileName(const QString& path, const QString& source) override {
+    return known.contains(path) ? QStringLiteral("name:%1>%2").arg(path, QFileInfo(source).suffix()) : QString();
+  }
+  QSet<QString> known;
+};
+
+// A sink of a fixed range that adds up what it is given and refuses once the
+// total passes a limit.
+class CountingSink : public CIProgressCallback {
+public:
+  explicit CountingSink(int range, double limit = 1e18) : m_range(range), m_limit(limit) {}
+  void initRange(int range) override { m_range = range; }
+  int range() override { return m_range; }
+  bool progress(double amount) override {
+    total += amount;
+    return total <= m_limit;
+  }
+  bool finish() override { return total <= m_limit; }
+  void download(bool) override {}
+  double total = 0;
+
+private:
+  int m_range;
+  double m_limit;
+};
+
+QString writeDb(const QTemporaryDir& dir, const WhatsappDb& rows) {
+  QByteArray db;
+  QString error;
+  EXPECT_TRUE(fixture::makeSqliteDb(fixture::whatsappSchema() + fixture::whatsappInserts(rows), false, &db, nullptr,
+                                    &error))
+      << qPrintable(error);
+  const QString path = dir.filePath(QStringLiteral("ChatStorage.sqlite"));
+  QFile f(path);
+  EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+  f.write(db);
+  return path;
+}
+
+OxWhatsappItem* itemNamed(OxData* list, const QString& name) {
+  for (int i = 0; i < list->count(OxData::CountRaw); ++i) {
+    auto* item = static_cast<OxWhatsappItem*>(list->at(i, false));
+    if (item->value(0) == name)
+      return item;
+  }
+  return nullptr;
+}
+
+class WhatsappCollection : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    SherdLog::setSink([this](const char*, int, const QString& text) { log << text; });
+  }
+  void TearDown() override { SherdLog::toStderr(); }
+  QTemporaryDir dir;
+  QStringList log;
+};
+
+// ---- one message ---------------------------------------------------------------
+
+TEST_F(WhatsappCollection, CreateMsgOneRowPerKind) {
+  WAGroupMember ann{1, 5, QStringLiteral("Ann"), QStringLiteral("ann@s.whatsapp.net")};
+  WAGroupMember ben{2, 0, QStringLiteral("Ben"), QStringLiteral("ben@s.whatsapp.net")};
+  const QMap<qint64, WAGroupMember*> members{{1, &ann}, {2, &ben}};
+  WAMediaItem picture;
+  picture.pk = 1;
+  picture.localPath = QStringLiteral("Media/x/1.jpg");
+  picture.thumbPath = QStringLiteral("Media/x/1.thumb");
+  picture.title = QStringLiteral("caption");
+  picture.authorName = QStringLiteral("author");
+  picture.vcardName = QStringLiteral("vcard");
+  WAMediaItem document;
+  document.pk = 2;
+  document.localPath = QStringLiteral("Media/x/2.pdf");
+  document.title = QStringLiteral("doc.pdf");
+  document.authorName = QStringLiteral("Doc author");
+  WAMediaItem remote;
+  remote.pk = 3;
+  remote.mediaUrl = QStringLiteral("https://mmg.whatsapp.net/3.enc");
+  WAMediaItem place;
+  place.pk = 4;
+  place.thumbPath = QStringLiteral("Media/x/4.thumb");
+  place.vcardName = QStringLiteral("Place");
+  WAMediaItem clip;
+  clip.pk = 5;
+  clip.localPath = QStringLiteral("Media/x/5.mp4");
+  const QMap<qint64, WAMediaItem*> media{{1, &picture}, {2, &document}, {3, &remote}, {4, &place}, {5, &clip}};
+  WAMessage parentWithPicture;
+  parentWithPicture.mediaItem = 1;
+
+  struct Row {
+    const char* name;
+    int type;
+    int status;
+    int fromMe;
+    qint64 member;
+    qint64 mediaItem;
+    qint64 parentPk;
+    const WAMessage* parent;
+    int groupEvent;
+    const char* text;
+    bool none; // no message at all
+    int shownType;
+    const char* content;
+    const char* mediaPath;
+    const char* memberName;
+    bool sent;
+    bool broadcast;
+  } rows[] = {
+      {"system notice", 10, 0, 0, 0, 0, 0, nullptr, 2, "", true, 0, "", "", "", true, false},
+      {"text from me, delivered", 0, 8, 1, 0, 0, 0, nullptr, 0, "hi", false, 0, "hi", "", "", true, false},
+      {"status 3 is not sent", 0, 3, 1, 0, 0, 0, nullptr, 0, "x", false, 0, "x", "", "", false, false},
+      {"status 0 is not sent", 0, 0, 0, 0, 0, 0, nullptr, 0, "x", false, 0, "x", "", "", false, false},
+      {"group member named", 0, 8, 0, 2, 0, 0, nullptr, 0, "yo", false, 0, "yo", "", "Ben", true, false},
+      {"missing member", 0, 8, 0, 99, 0, 0, nullptr, 0, "yo", false, 0, "yo", "", "", true, false},
+      {"parent makes a broadcast", 0, 8, 1, 0, 0, 77, nullptr, 0, "b", false, 0, "b", "", "", true, true},
+      {"text keeps its text despite a media row", 0, 8, 0, 0, 1, 0, nullptr, 0, "quote", false, 0, "quote", "", "",
+       true, false},
+      {"picture: thumbnail, name and caption", 1, 8, 0, 0, 1, 0, nullptr, 0, "", false, 1,
+       "name:Media/x/1.thumb>jpg\n\ncaption", "/local/Media/x/1.thumb", "", true, false},
+      {"document shows the author, no thumbnail", 8, 8, 1, 0, 2, 0, nullptr, 0, "", false, 8,
+       "name:Media/x/2.pdf>pdf\n\nDoc author", "", "", true, false},
+      {"never downloaded: URL, unknown file", 1, 8, 0, 0, 3, 0, nullptr, 0, "", false, 1, "", "", "", true, false},
+      {"contact card", 4, 8, 0, 0, 1, 0, nullptr, 0, "", false, 4, "vcard", "", "", true, false},
+      {"location: map thumbnail and place", 5, 8, 0, 0, 4, 0, nullptr, 0, "", false, 5, "Place",
+       "/local/Media/x/4.thumb", "", true, false},
+      {"missing media row", 1, 8, 0, 0, 99, 0, nullptr, 0, "", false, 1, "", "", "", true, false},
+      {"forwarded copy borrows the parent's thumbnail", 2, 8, 1, 0, 5, 9, &parentWithPicture, 0, "", false, 2,
+       "name:Media/x/1.thumb>mp4", "/local/Media/x/1.thumb", "", true, true},
+      // Kinds above 10 are shown as kind 0 but still read their media.
+      {"sticker", 15, 8, 0, 0, 2, 0, nullptr, 0, "", false, 0, "name:Media/x/2.pdf>pdf\n\ndoc.pdf", "", "", true,
+       false},
+      {"group event by a member", 6, 0, 0, 1, 0, 0, nullptr, 12, "Trip", false, 6, "Ann created \"Trip\"", "", "Ann",
+       true, false},
+      {"group event: owner removed by an unknown actor", 6, 0, 0, 0, 0, 0, nullptr, 7, "ben@s.whatsapp.net", false, 6,
+       "You were removed", "", "", true, false},
+  };
+  FakeLocator locator;
+  locator.known = {QStringLiteral("Media/x/1.thumb"), QStringLiteral("Media/x/2.pdf"), QStringLiteral("Media/x/4.thumb")};
+  QHash<QString, QString> byJid{{ann.memberJid, ann.contactName}, {ben.memberJid, ben.contactName}};
+  for (const Row& row : rows) {
+    WAMessage m;
+    m.pk = 50;
+    m.messageType = row.type;
+    m.messageStatus = row.status;
+    m.isFromMe = row.fromMe;
+    m.groupMember = row.member;
+    m.mediaItem = row.mediaItem;
+    m.parentMessage = row.parentPk;
+    m.groupEventType = row.groupEvent;
+    m.messageDate = 704736382.5;
+    m.text = QString::fromUtf8(row.text);
+    // With and without the jid index, the same message.
+    const QHash<QString, QString>* indexes[] = {&byJid, nullptr};
+    for (const QHash<QString, QString>* index : indexes) {
+      std::unique_ptr<OxWhatsappMsg> msg(locator.createMsg(m, row.parent, members, media, index));
+      if (row.none) {
+        EXPECT_FALSE(msg) << row.name;
+        continue;
+      }
+      ASSERT_TRUE(msg) << row.name;
+      EXPECT_EQ(int(msg->type()), row.shownType) << row.name;
+      EXPECT_EQ(msg->content(), QString::fromUtf8(row.content)) << row.name;
+      EXPECT_EQ(msg->media(), QString::fromUtf8(row.mediaPath)) << row.name;
+      EXPECT_EQ(msg->member(), QString::fromUtf8(row.memberName)) << row.name;
+      EXPECT_EQ(msg->isSentDone(), row.sent) << row.name;
+      EXPECT_EQ(msg->isBroadcast(), row.broadcast) << row.name;
+      // Group events leave the direction as a new message has it.
+      EXPECT_EQ(msg->isFromMe(), row.type == 6 ? true : row.fromMe != 0) << row.name;
+      EXPECT_EQ(msg->msgDate(), CCommonUtils::buildDateTimeBase2001(704736382.5)) << row.name;
+    }
+  }
+}
+
+// ---- chats ---------------------------------------------------------------------
+
+WaMessage message(qint64 pk, qint64 session, int sort, double date, const char* text, int type = 0) {
+  WaMessage m;
+  m.pk = pk;
+  m.session = session;
+  m.sort = sort;
+  m.date = date;
+  m.text = QString::fromUtf8(text);
+  m.type = type;
+  return m;
+}
+
+WhatsappDb chatRows() {
+  WhatsappDb d;
+  d.sessions << WaSession{1, QStringLiteral("111@s.whatsapp.net"), QStringLiteral("Anna"), 0, 5, 300, 0, 0}
+             << WaSession{2, QStringLiteral("g@g.us"), QStringLiteral("Group"), 1, 0, 200, 0, 0}
+             << WaSession{3, QStringLiteral("444@s.whatsapp.net"), QStringLiteral("Empty"), 0, 0, 100, 0, 0}
+             << WaSession{4, QStringLiteral("555@s.whatsapp.net"), QStringLiteral("Removed"), 0, 0, 400, 0, 1}
+             << WaSession{5, QStringLiteral("status@broadcast"), QStringLiteral("Hidden"), 3, 0, 500, 1, 0};
+  d.members << WaMember{1, 2, QStringLiteral("111@s.whatsapp.net"), QStringLiteral("Anna"), 5}
+            << WaMember{2, 2, QStringLiteral("222@s.whatsapp.net"), QString(), 0}
+            << WaMember{3, 2, QStringLiteral("333@s.whatsapp.net"), QStringLiteral("Cleo"), 7};
+  // Anna: the notice shows nothing; after the newest-first sort the end of the
+  // list is the oldest message.
+  d.messages << message(1, 1, 1, 10, "", 10) << message(2, 1, 2, 20, "first") << message(3, 1, 3, 30, "second")
+             << message(4, 1, 4, 40, "", 1);
+  // Group: the oldest message is a picture without name; a member the table
+  // lacks; a message of a chat that does not exist.
+  WaMessage cleo = message(11, 2, 2, 6, "hello group");
+  cleo.groupMember = 3;
+  WaMessage stranger = message(12, 2, 3, 7, "later");
+  stranger.groupMember = 42;
+  d.messages << message(10, 2, 1, 5, "", 1) << cleo << stranger << message(13, 99, 1, 8, "orphan")
+             << message(14, 4, 1, 9, "in a removed chat") << message(15, 5, 1, 9, "in a hidden chat");
+  d.pictures << fixture::WaPicture{1, QStringLiteral("111@s.whatsapp.net"), QStringLiteral("Media/Profile/111-1")}
+             << fixture::WaPicture{2, QStringLiteral("g@g.us"), QString()};
+  return d;
+}
+
+TEST_F(WhatsappCollection, ChatItemsFromSessionsMembersAndMessages) {
+  const QString db = writeDb(dir, chatRows());
+  FakeLocator locator;
+  locator.known = {QStringLiteral("Media/Profile/111-1.jpg")};
+  OxBackup registry;
+  locator.readDatabase(&registry, nullptr, db);
+  OxData* list = registry.getWhatsappMsg();
+  ASSERT_EQ(list->count(OxData::CountRaw), 3) << "removed and hidden chats are left out";
+
+  struct Row {
+    const char* name;
+    const char* title;
+    const char* numbers;
+    double date; // -1: none
+    const char* lastContent;
+    const char* picture;
+    int messages;
+  } rows[] = {
+      {"Anna", "Anna(+111)", "+111", 20, "first", "/local/Media/Profile/111-1.jpg", 3},
+      {"Group", "Anna(+111),Cleo(+333)", "+111,+222,+333", 5, "hello group", "", 3},
+      {"Empty", "Empty", "+444", -1, "", "", 0},
+  };
+  for (const Row& row : rows) {
+    OxWhatsappItem* item = itemNamed(list, QString::fromUtf8(row.name));
+    ASSERT_TRUE(item) << row.name;
+    EXPECT_EQ(item->value(1), QString::fromUtf8(row.title)) << row.name;
+    EXPECT_EQ(item->value(2), QString::fromUtf8(row.numbers)) << row.name;
+    const QDateTime date = row.date < 0 ? QDateTime() : CCommonUtils::buildDateTimeBase2001(row.date);
+    EXPECT_EQ(item->value(3), CCommonUtils::dateToString(date, true)) << row.name;
+    EXPECT_EQ(item->sortValue(6).toDateTime(), date) << row.name;
+    EXPECT_EQ(item->value(4), QString::fromUtf8(row.lastContent)) << row.name;
+    EXPECT_EQ(item->value(5), QString::fromUtf8(row.picture)) << row.name;
+    ASSERT_TRUE(item->detailContent()) << row.name;
+    const QList<OxWhatsappMsg*>& msgs = item->detailContent()->messages();
+    EXPECT_EQ(msgs.size(), row.messages) << row.name;
+    for (int i = 1; i < msgs.size(); ++i)
+      EXPECT_FALSE(msgs[i - 1]->msgDate() < msgs[i]->msgDate()) << row.name << ": newest first";
+  }
+  OxWhatsappItem* group = itemNamed(list, QStringLiteral("Group"));
+  const QList<OxWhatsappMsg*>& msgs = group->detailContent()->messages();
+  EXPECT_EQ(msgs[0]->content(), QStringLiteral("later"));
+  EXPECT_EQ(msgs[0]->member(), QString()) << "member 42 does not exist";
+  EXPECT_EQ(msgs[1]->member(), QStringLiteral("Cleo"));
+  // The chat list orders by the chat's date, newest first.
+  EXPECT_EQ(list->at(0, false)->value(0), QStringLiteral("Anna"));
+  EXPECT_EQ(list->at(1, false)->value(0), QStringLiteral("Group"));
+}
+
+TEST_F(WhatsappCollection, SwitchOffBuildsNothing) {
+  const QString db = writeDb(dir, chatRows());
+  FakeLocator locator;
+  locator.setSwitches(false, false);
+  OxBackup registry;
+  locator.readDatabase(&registry, nullptr, db);
+  EXPECT_EQ(registry.getWhatsappMsg()->count(OxData::CountRaw), 0);
+}
+
+TEST_F(WhatsappCollection, ProgressSharesAndStops) {
+  WhatsappDb rows = chatRows();
+  // Only messages of shown chats, so that the building reports its whole share.
+  rows.messages.erase(std::remove_if(rows.messages.begin(), rows.messages.end(),
+                                     [](const WaMessage& m) { return m.session > 3; }),
+                      rows.messages.end());
+  const QString db = writeDb(dir, rows);
+  const int messageCount = rows.messages.size(); // 7
+  const int annaMessages = 4;                    // reported, the notice included
+
+  struct Row {
+    const char* name;
+    double limit;
+    int items;
+  } cases[] = {
+      // Five stages of 100 each and the building 400: more than the range.
+      {"never refused", 1e18, 3},
+      {"refused in the third stage", 250, 0},
+      {"refused after the first chat", 500 + 400.0 * (annaMessages + 0.5) / messageCount, 1},
+  };
+  for (const Row& row : cases) {
+    FakeLocator locator;
+    OxBackup registry;
+    CountingSink sink(800, row.limit);
+    locator.readDatabase(&registry, &sink, db);
+    EXPECT_EQ(registry.getWhatsappMsg()->count(OxData::CountRaw), row.items) << row.name;
+    if (row.limit > 1e17) {
+      EXPECT_NEAR(sink.total, 900.0, 1e-6) << row.name;
+    }
+  }
+}
+} // namespace
