@@ -2,6 +2,15 @@
 
 #include "tests/support/apps/whatsapp.h"
 
+#include "tests/support/apps/notes.h"
+
+#include "tests/support/apps/calendar.h"
+#include "tests/support/apps/safari.h"
+
+#include "tests/support/apps/callhistory.h"
+#include "tests/support/apps/kik.h"
+#include "tests/support/apps/line.h"
+
 namespace fixture {
 QList<FileSpec> sampleFiles() {
   QList<FileSpec> files;
@@ -11,6 +20,10 @@ QList<FileSpec> sampleFiles() {
         << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Caches/empty.log"), QByteArray());
   // App writers add their files here.
   files << sampleWhatsappFiles();
+  files << notes::sampleNoteFiles();
+  files << sampleCalendarFiles() << sampleSafariFiles();
+  files << sampleCallHistoryFiles();
+  files << sampleKikFiles() << sampleLineFiles();
   return files;
 }
 
