@@ -1,8 +1,14 @@
 // sherd demo: writes the bundled sample backup under the temporary root and
 // scans it, the way a person would scan their own backup.
 #include "apps/cli/commands.h"
+#include "apps/cli/loadoptions.h"
 
+#include "model/oxbackup.h"
+#include "model/oxdata.h"
+#include "model/oxnoteitem.h"
 #include "platform/common/utils.h"
+#include "service/whatsappservice.h"
+#include "tests/support/apps/notes.h"
 #include "tests/support/samplebackup.h"
 
 #include <QCommandLineParser>
@@ -11,6 +17,36 @@
 #include <cstdio>
 
 namespace cli {
+namespace {
+// The sample's notes, one line each: where they come from and what they hold.
+void showNotes(const QString& folder, const QString& notePassword) {
+  LoadOptions options;
+  options.backup = folder;
+  options.notePasswords = QStringList{notePassword};
+  options.types = {7};
+  WhatsappService service(folder, false);
+  if (beginLoad(service, options, "demo") >= 0)
+    return;
+  service.loadWhatsappOnly(7);
+  service.onEndLoadWhatsappOnly();
+  OxData* notes = service.backupRegistry()->getNote();
+  std::printf("\nNotes:\n");
+  for (int row = 0; row < notes->count(0); ++row) {
+    const auto* note = dynamic_cast<const OxNoteItem*>(notes->at(row, false));
+    if (!note)
+      continue;
+    const bool locked = note->flag(OxAbstractItem::ItemNoteLocked);
+    QString body = note->value(OxNoteItem::ColNotes).simplified();
+    if (body.size() > 40)
+      body = body.left(39) + QChar(0x2026);
+    std::printf("  %-18s %-14s %-10s %s%s\n", qPrintable(note->value(OxNoteItem::ColTitle)),
+                qPrintable(note->value(OxNoteItem::ColLocation)), qPrintable(note->value(OxNoteItem::ColFolder)),
+                locked ? "[locked] " : "", qPrintable(locked ? QString() : body + QStringLiteral("  (") +
+                                                                           note->getATText() + QLatin1Char(')')));
+  }
+}
+} // namespace
+
 int runDemo(const QStringList& args) {
   QCommandLineParser parser;
   parser.setApplicationDescription(
@@ -43,8 +79,15 @@ int runDemo(const QStringList& args) {
                  qPrintable(error));
     return ExitBackupNotFound;
   }
-  std::printf("Sample backup written to %s\n\n$ sherd scan %s\n", qPrintable(folder), qPrintable(folder));
+  // The sample's password-protected note opens with its password.
+  const QString notePassword = fixture::notes::kSamplePassword;
+  std::printf("Sample backup written to %s\n\n$ sherd scan --note-password %s %s\n", qPrintable(folder),
+              qPrintable(notePassword), qPrintable(folder));
   std::fflush(stdout);
-  return runScan({args.value(0, QStringLiteral("sherd")), folder});
+  const int rc =
+      runScan({args.value(0, QStringLiteral("sherd")), QStringLiteral("--note-password"), notePassword, folder});
+  if (rc == ExitOk)
+    showNotes(folder, notePassword);
+  return rc;
 }
 } // namespace cli

@@ -13,6 +13,7 @@
 #include "model/oxabstractitem.h"
 #include "model/oxbackup.h"
 #include "model/oxdata.h"
+#include "model/oxnoteitem.h"
 #include "model/oxwhatsappitem.h"
 #include "platform/backup/mobilebackup.h"
 #include "service/whatsappservice.h"
@@ -56,6 +57,38 @@ void writeChat(JsonWriter& w, const OxWhatsappChat& chat) {
   w.endObject();
 }
 
+// A note's body, piece by piece: text runs and attachments with their files.
+void writeNotePieces(JsonWriter& w, const OxNoteItem& note) {
+  w.key("pieces");
+  w.beginArray();
+  for (const OxNoteItem::NotePiece* p : note.notePieces()) {
+    if (!p)
+      continue;
+    w.beginObject();
+    w.key("kind");
+    w.value(p->kind == OxNoteItem::NotePiece::Attachment ? QStringLiteral("attachment") : QStringLiteral("text"));
+    w.key("content");
+    w.value(p->content);
+    if (p->kind == OxNoteItem::NotePiece::Attachment) {
+      w.key("name");
+      w.value(p->name);
+      w.key("typeId");
+      w.value(p->typeId);
+      w.key("moviePath");
+      w.value(p->moviePath);
+      w.key("thumbnail");
+      w.beginArray();
+      w.value(p->thumbnail.width());
+      w.value(p->thumbnail.height());
+      w.endArray();
+    }
+    w.endObject();
+  }
+  w.endArray();
+  w.key("attachmentSummary");
+  w.value(note.getATText());
+}
+
 void writeItem(JsonWriter& w, OxAbstractItem& item) {
   w.beginObject();
   w.key("values");
@@ -81,6 +114,8 @@ void writeItem(JsonWriter& w, OxAbstractItem& item) {
   if (const auto* chatItem = dynamic_cast<const OxWhatsappItem*>(&item))
     if (chatItem->detailContent())
       writeChat(w, *chatItem->detailContent());
+  if (const auto* note = dynamic_cast<const OxNoteItem*>(&item))
+    writeNotePieces(w, *note);
   w.endObject();
 }
 } // namespace

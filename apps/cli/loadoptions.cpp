@@ -44,6 +44,8 @@ void addLoadOptions(QCommandLineParser& parser, bool withTypes) {
   parser.addOption({QStringLiteral("password-file"),
                     QStringLiteral("Read the password of an encrypted backup from the first line of F."),
                     QStringLiteral("F")});
+  parser.addOption({QStringLiteral("note-password"),
+                    QStringLiteral("A password to try on password-protected notes (repeatable)."), QStringLiteral("P")});
   if (withTypes)
     parser.addOption({QStringLiteral("type"),
                       QStringLiteral("Data types to load, comma-separated (default: all): ") +
@@ -88,6 +90,7 @@ int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const 
       line.chop(1);
     out->password = QString::fromUtf8(line);
   }
+  out->notePasswords = parser.values(QStringLiteral("note-password"));
   out->types.clear();
   if (withTypes && parser.isSet(QStringLiteral("type"))) {
     for (const QString& name : parser.value(QStringLiteral("type")).split(QLatin1Char(','), Qt::SkipEmptyParts)) {
@@ -114,6 +117,7 @@ int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const 
 
 int beginLoad(WhatsappService& service, const LoadOptions& options, const char* command) {
   service.setBackupPassword(options.password);
+  service.setNotePasswords(options.notePasswords);
   if (service.onBeginLoadWhatsappOnly()) {
     const BackupInfo& info = service.openedBackup()->backupInfo();
     OxBackup* registry = service.backupRegistry();

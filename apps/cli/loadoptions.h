@@ -14,6 +14,7 @@ namespace cli {
 struct LoadOptions {
   QString backup;   // folder path or bare identifier
   QString password; // empty: none given
+  QStringList notePasswords; // tried on password-protected notes
   QList<int> types; // data-type numbers, in load order
 };
 
@@ -27,8 +28,8 @@ QString displayName(int type);
 // count for the types the model leaves unnamed ("Notes (3)").
 QString listTitle(const OxBackup& registry, int type);
 
-// Adds --password, --password-file, --quiet, --verbose and, with withTypes,
-// --type to the parser.
+// Adds --password, --password-file, --note-password (repeatable), --quiet,
+// --verbose and, with withTypes, --type to the parser.
 void addLoadOptions(QCommandLineParser& parser, bool withTypes);
 
 // Parses args (help and errors included). Returns -1 when the command is to
