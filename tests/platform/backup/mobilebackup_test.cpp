@@ -13,6 +13,7 @@
 #include <sqlite3.h>
 
 #include <functional>
+#include <ostream>
 #include <memory>
 
 using fixture::BackupSpec;
@@ -82,6 +83,8 @@ struct RoundTrip {
   int sha256Iterations;
   bool encryptManifestDb;
 };
+
+void PrintTo(const RoundTrip& r, std::ostream* os) { *os << r.name; }
 
 class RoundTripTest : public BackupTest, public ::testing::WithParamInterface<RoundTrip> {};
 
@@ -173,6 +176,8 @@ struct BadInput {
   MobileBackup::Error error;
   std::function<void(MobileBackup*)> check; // when it opens
 };
+
+void PrintTo(const BadInput& b, std::ostream* os) { *os << b.name; }
 
 void truncateFile(const QString& path, qint64 size) {
   QFile f(path);
