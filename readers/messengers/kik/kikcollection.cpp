@@ -92,8 +92,8 @@ void CKikCollection::buildChats(CIProgressCallback* sub, OxData* list, const CKi
       const QString member = msg->member();
       if (!msg->isFromMe() && !member.isEmpty() && !seen.contains(member)) {
         seen.insert(member);
-        const auto jid = users.jids().constFind(record->user);
-        labels << (jid != users.jids().constEnd() ? member + QLatin1Char('(') + *jid + QLatin1Char(')') : member);
+        const QString jid = users.jids().value(record->user);
+        labels << (jid.isEmpty() ? member : member + QLatin1Char('(') + jid + QLatin1Char(')'));
       }
     }
     if (!sub->progress(0)) {
@@ -104,9 +104,9 @@ void CKikCollection::buildChats(CIProgressCallback* sub, OxData* list, const CKi
     ChatItemColumns columns;
     columns.name = chatName;
     columns.title = labels.isEmpty() ? chatName : labels.join(QStringLiteral(", "));
-    const auto jid = users.jids().constFind(pair->user);
-    if (jid != users.jids().constEnd())
-      columns.avatar = mediaFilePath(m_baseFolder + QStringLiteral("profpix/thumb_") + *jid);
+    const QString jid = users.jids().value(pair->user);
+    if (!jid.isEmpty())
+      columns.avatar = mediaFilePath(m_baseFolder + QStringLiteral("profpix/thumb_") + jid);
     columns.showLastMessage = true;
     OxWhatsappItem* item = CChatItemBuilder::createChatItem(chat, columns);
     if (item && m_buildChats)

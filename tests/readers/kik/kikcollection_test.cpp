@@ -1,0 +1,405 @@
+// Kik chats: building from tiny stores (titles, ordering, message kinds and
+// attachments), the backup's file scan, the sample backup, and the real
+// device database.
+#include "readers/messengers/kik/kikitunescollection.h"
+
+#include "model/oxbackup.h"
+#include "model/oxdata.h"
+#include "model/oxwhatsappitem.h"
+#include "platform/backup/mobilebackup.h"
+#include "platform/common/log.h"
+#include "service/progress.h"
+#include "tests/support/apps/kik.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+using fixture::KikStore;
+
+OxWhatsappItem* itemNamed(OxData* list, const QString& name) {
+  for (int i = 0; i < list->count(OxData::CountRaw); ++i)
+    if (list->at(i, false)->value(0) == name)
+      return static_cast<OxWhatsappItem*>(list->at(i, false));
+  return nullptr;
+}
+
+// Kik's files as plain files in a folder: paths are relative to the folder,
+// and registered attachments are recorded.
+class FolderKik : public CKikCollection {
+public:
+  explicit FolderKik(const QString& folder) : m_folder(folder) {}
+  QString mediaFilePath(const QString& path) override {
+    const QString local = QDir(m_folder).filePath(path.startsWith(QLatin1Char('/')) ? path.mid(1) : path);
+    return QFile::exists(local) ? local : QString();
+  }
+  void registerAttachment(const QString& attachmentPath, const QString& dataCachePath, int type) override {
+    registered << QStringLiteral("%1|%2|%3").arg(attachmentPath, dataCachePath).arg(type);
+  }
+  QStringList registered;
+
+private:
+  QString m_folder;
+};
+
+class KikChats : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    SherdLog::setSink([this](const char*, int level, const QString& text) {
+      if (level == 0)
+        errors << text;
+    });
+  }
+  void TearDown() override { SherdLog::toStderr(); }
+
+  QString writeDb(const KikStore& store) {
+    QByteArray db;
+    QString error;
+    EXPECT_TRUE(fixture::makeSqliteDb(fixture::kikStatements(store), false, &db, nullptr, &error)) << qPrintable(error);
+    const QString path = dir.filePath(QStringLiteral("kik%1.sqlite").arg(++m_dbs));
+    QFile f(path);
+    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(db);
+    return path;
+  }
+  void writeFile(const QString& relative, const QByteArray& data) {
+    const QString path = dir.filePath(relative);
+    QDir().mkpath(QFileInfo(path).path());
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(data);
+  }
+
+  QTemporaryDir dir;
+  QStringList errors;
+  int m_dbs = 0;
+};
+
+// A group chat with messages of every kind, read through a folder.
+TEST_F(KikChats, GroupChatWithEveryKindOfMessage) {
+  KikStore s;
+  s.users = {{1, QStringLiteral("Me"), QStringLiteral("me_a1@talk.kik.com"), 258},
+             {2, QStringLiteral("Ann"), QStringLiteral("ann_x@talk.kik.com")},
+             {3, QStringLiteral("Bob"), QString()}, // no jid known (NULL)
+             {9, QStringLiteral("Trip"), QStringLiteral("11_g@groups.kik.com"), 9}};
+  s.chats = {{5, 9}};
+  struct Row {
+    qint64 pk;
+    int type, state, flags;
+    qint64 user;
+    const char* body;
+    int expectType;
+    bool fromMe, sentDone;
+    const char* content;
+  } const rows[] = {
+      {1, 3, 0, 4, 9, "You started a group", 6, true, true, "You started a group"}, // system line whatever the flags
+      {2, 1, 16, 0, 2, "hi all", 0, false, true, "hi all"},
+      {3, 2, 2, 0, 9, "pending", 0, true, false, "pending"},  // state 2: the send is not done
+      {4, 1, 16, 0, 3, nullptr, 0, false, true, ""},         // NULL body
+      {5, 1, 16, 4, 2, "c-pic", 1, false, true, ""},         // picture
+      {6, 1, 16, 4, 3, "c-vid", 2, false, true, ""},         // video by its attachment type
+      {7, 1, 16, 4, 2, "c-gallery-video", 2, false, true, ""}, // picture whose descriptor names a video kind
+      {8, 1, 16, 4, 2, "c-nothing", 1, false, true, ""},     // descriptor missing from the folder
+      {9, 1, 16, 4, 3, "no-row", 4, false, true, ""},        // no attachment row: the flags stay the type
+      {10, 1, 16, 99, 2, "odd", 0, false, true, ""},         // unknown flags without attachment: fallback type
+      {11, 2, 94, 0, 9, "bye", 0, true, true, "bye"},
+  };
+  for (const Row& r : rows) {
+    s.messages << fixture::KikMessageRow{r.pk, r.type, r.state, r.flags, r.user, 1000.0 * r.pk,
+                                         r.body ? QString::fromLatin1(r.body) : QString()};
+    s.chatMessages << qMakePair(qint64(5), r.pk);
+  }
+  s.chatMessages << qMakePair(qint64(5), qint64(77)); // a key the message table lacks
+  s.attachments = {{1, 6, 5, QStringLiteral("c-pic")},
+                   {2, 7, 6, QStringLiteral("c-vid")},
+                   {3, 6, 7, QStringLiteral("c-gallery-video")},
+                   {4, 6, 8, QStringLiteral("c-nothing")}};
+  writeFile(QStringLiteral("base/attachments/c-pic"), "bplist00 com.kik.ext.gallery");
+  writeFile(QStringLiteral("base/attachments/c-vid"), "bplist00 com.kik.ext.camera");
+  // Shorter than the bytes the test reads; the kind is named in any case.
+  writeFile(QStringLiteral("base/attachments/c-gallery-video"), "app-id com.kik.ext.Video-Camera");
+
+  FolderKik kik(dir.path());
+  kik.setBaseFolder(QStringLiteral("base/"));
+  OxBackup registry;
+  kik.readDatabase(&registry, nullptr, writeDb(s));
+  EXPECT_TRUE(errors.isEmpty()) << errors.join(QLatin1Char('\n')).toStdString();
+
+  OxData* list = registry.getKikMsg();
+  ASSERT_EQ(list->count(OxData::CountRaw), 1);
+  auto* item = static_cast<OxWhatsappItem*>(list->at(0, false));
+  EXPECT_EQ(item->value(0), QStringLiteral("Trip"));
+  // Senders in the order of their first messages; the owner adds none.
+  EXPECT_EQ(item->value(1), QStringLiteral("Ann(ann_x@talk.kik.com), Bob"));
+  EXPECT_EQ(item->value(4), QStringLiteral("bye"));
+  EXPECT_TRUE(item->showLastMes());
+  EXPECT_TRUE(item->value(5).isEmpty()); // no profile picture in the folder
+
+  const QList<OxWhatsappMsg*>& msgs = item->detailContent()->messages();
+  ASSERT_EQ(msgs.size(), int(sizeof(rows) / sizeof(rows[0])));
+  for (int i = 0; i < msgs.size(); ++i) {
+    const Row& r = rows[i];
+    SCOPED_TRACE(r.pk);
+    EXPECT_EQ(int(msgs[i]->type()), r.expectType);
+    EXPECT_EQ(msgs[i]->isFromMe(), r.fromMe);
+    EXPECT_EQ(msgs[i]->isSentDone(), r.sentDone);
+    EXPECT_EQ(msgs[i]->content(), QString::fromLatin1(r.content));
+    EXPECT_EQ(msgs[i]->msgDate().toSecsSinceEpoch(), 978307200 + 1000 * r.pk);
+  }
+  EXPECT_EQ(msgs[1]->member(), QStringLiteral("Ann"));
+  EXPECT_EQ(msgs[4]->media(), dir.filePath(QStringLiteral("base/attachments/c-pic")));
+  EXPECT_TRUE(msgs[4]->isReadThumbFileData());
+  EXPECT_TRUE(msgs[7]->media().isEmpty());
+  EXPECT_TRUE(msgs[8]->media().isEmpty());
+  EXPECT_EQ(kik.registered, (QStringList{QStringLiteral("base/attachments/c-pic|base/content_manager/data_cache/c-pic|1"),
+                                         QStringLiteral("base/attachments/c-vid|base/content_manager/data_cache/c-vid|2"),
+                                         QStringLiteral("base/attachments/c-gallery-video|"
+                                                        "base/content_manager/data_cache/c-gallery-video|2"),
+                                         QStringLiteral("base/attachments/c-nothing|"
+                                                        "base/content_manager/data_cache/c-nothing|1")}));
+}
+
+TEST_F(KikChats, ChatsWithoutMessagesAndUnknownUsers) {
+  KikStore s;
+  s.users = {{2, QStringLiteral("Ann"), QStringLiteral("ann_x@talk.kik.com")}};
+  s.chats = {{1, 2}, {2, 40}, {3, 2}}; // chat 2's user is unknown; chat 3 has no links at all
+  s.chatMessages = {{1, 50}, {2, 1}};  // message 50 does not exist
+  s.messages = {{1, 1, 16, 0, 40, 10, QStringLiteral("from nobody")}};
+  FolderKik kik(dir.path());
+  OxBackup registry;
+  kik.readDatabase(&registry, nullptr, writeDb(s));
+  OxData* list = registry.getKikMsg();
+  ASSERT_EQ(list->count(OxData::CountRaw), 2);
+  OxWhatsappItem* ann = itemNamed(list, QStringLiteral("Ann"));
+  ASSERT_NE(ann, nullptr);
+  EXPECT_TRUE(ann->detailContent()->messages().isEmpty());
+  EXPECT_EQ(ann->value(1), QStringLiteral("Ann"));
+  EXPECT_TRUE(ann->value(3).isEmpty());
+  EXPECT_FALSE(ann->sortValue(6).toDateTime().isValid());
+  OxWhatsappItem* nobody = itemNamed(list, QString());
+  ASSERT_NE(nobody, nullptr);
+  EXPECT_TRUE(nobody->value(1).isEmpty());
+  EXPECT_EQ(nobody->detailContent()->messages().size(), 1);
+}
+
+TEST_F(KikChats, MissingTablesLeaveTheListEmpty) {
+  const QString path = dir.filePath(QStringLiteral("empty.sqlite"));
+  QByteArray db;
+  ASSERT_TRUE(fixture::makeSqliteDb({QStringLiteral("create table zother(z_pk integer)")}, false, &db, nullptr, nullptr));
+  QFile f(path);
+  ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+  f.write(db);
+  f.close();
+  FolderKik kik(dir.path());
+  OxBackup registry;
+  kik.readDatabase(&registry, nullptr, path);
+  EXPECT_EQ(registry.getKikMsg()->count(OxData::CountRaw), 0);
+  EXPECT_GE(errors.size(), 6); // one failed COUNT per query
+}
+
+// A sink that stops after a number of reports.
+class StopAfter : public CIProgressCallback {
+public:
+  explicit StopAfter(int n) : m_left(n) {}
+  void initRange(int range) override { m_range = range; }
+  int range() override { return m_range; }
+  bool progress(double) override { return --m_left > 0; }
+  bool finish() override { return m_left > 0; }
+  void download(bool) override {}
+
+private:
+  int m_left;
+  int m_range = 1000;
+};
+
+TEST_F(KikChats, AStoppedLoadKeepsWhatWasAppended) {
+  KikStore s;
+  for (int i = 1; i <= 3; ++i) {
+    s.users << fixture::KikUserRow{i, QStringLiteral("U%1").arg(i), QString()};
+    s.chats << qMakePair(qint64(i), qint64(i));
+    for (int m = 0; m < 5; ++m) {
+      const qint64 pk = i * 10 + m;
+      s.messages << fixture::KikMessageRow{pk, 1, 16, 0, i, double(pk), QStringLiteral("m")};
+      s.chatMessages << qMakePair(qint64(i), pk);
+    }
+  }
+  const QString db = writeDb(s);
+  // The queries read 3 + 15 + 3 + 0 + 0 + 15 rows; stopping during the chats
+  // keeps the first chat.
+  const int queryReports = 3 + 15 + 3 + 15 + 6; // rows and one finish per query
+  StopAfter sink(queryReports + 7);
+  FolderKik kik(dir.path());
+  OxBackup registry;
+  kik.readDatabase(&registry, &sink, db);
+  EXPECT_EQ(registry.getKikMsg()->count(OxData::CountRaw), 1);
+}
+
+// ---- in a backup ----
+
+TEST_F(KikChats, FileScanKeepsKikFilesAndEndsAtTheFirstEmptyRecord) {
+  const QString group = QStringLiteral("AppDomainGroup-group.com.kik.chat");
+  const QString app = QStringLiteral("AppDomain-com.kik.chat");
+  struct Rec {
+    const char* domain;
+    const char* path;
+    qint64 size;
+    const char* key; // null: not kept
+  } const recs[] = {
+      {"g", "cores/private/a1/kik.sqlite", 10, "cores/private/a1/kik.sqlite"},
+      {"g", "cores/private/a1/kik.sqlite-wal", 10, "cores/private/a1/kik.sqlite-wal"},
+      {"g", "cores/private/a1/content_manager/data_cache/u1", 10, "/cores/private/a1/content_manager/data_cache/u1"},
+      {"g", "cores/private/a1/attachments/u1", 10, "/cores/private/a1/attachments/u1"},
+      {"g", "cores/private/a1/smiley_storage/s.png", 10, "/cores/private/a1/smiley_storage/s.png"},
+      {"g", "cores/private/a1/profpix/thumb_ann", 10, "/cores/private/a1/profpix/thumb_ann"},
+      {"g", "cores/private/a1/other/x", 10, nullptr},
+      {"a", "Documents/cache.bin", 10, "Documents/cache.bin"},
+      {"a", "Documents/settings.plist", 10, nullptr},
+      {"a", "Documents/x.sqlite", 10, nullptr},
+      {"a", "Library/y.bin", 10, nullptr},
+      {"o", "cores/private/a1/attachments/u2", 10, nullptr}, // another app's domain
+      {"g", "cores/private/a1/attachments/empty", 0, nullptr}, // ends the scan
+      {"g", "cores/private/b2/kik.sqlite", 10, nullptr},
+  };
+  CKikiTunesCollection kik(nullptr);
+  QStringList kept;
+  int i = 0;
+  for (const Rec& r : recs) {
+    BackupFileRecord rec;
+    rec.domain = r.domain[0] == 'g' ? group : r.domain[0] == 'a' ? app : QStringLiteral("HomeDomain");
+    rec.relativePath = QString::fromLatin1(r.path);
+    rec.size = r.size;
+    if (!kik.scanRecord(i++, rec))
+      break;
+    if (r.key)
+      kept << QString::fromLatin1(r.key);
+  }
+  EXPECT_EQ(i, 13);
+  kept.sort();
+  EXPECT_EQ(kik.fileMap().keys(), kept);
+  // The -wal companion does not move the base folder.
+  EXPECT_EQ(kik.baseFolder(), QStringLiteral("cores/private/a1/"));
+}
+
+TEST_F(KikChats, TypeOfHeader) {
+  struct Case {
+    QByteArray header;
+    int type;
+  } const cases[] = {
+      {QByteArray::fromHex("89504e470d0a1a0a"), 1},           // PNG
+      {QByteArray::fromHex("ffd8ffe000104a464946"), 1},       // JFIF
+      {QByteArray("\xff\xd8\xff\xe1\x00\x10" "exif", 10), 1}, // EXIF, any case
+      {QByteArray::fromHex("0000001c667479706865696300"), 1}, // HEIC
+      {QByteArray::fromHex("00000018667479706d703432"), 2},   // MP4
+      {QByteArray("plain text"), 8},
+      {QByteArray(), 8},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(CKikiTunesCollection::typeOfHeader(c.header), c.type) << c.header.toHex().constData();
+}
+
+TEST_F(KikChats, SampleBackup) {
+  const QString folder = dir.filePath(QStringLiteral("backup"));
+  QString error;
+  ASSERT_TRUE(fixture::writeBackup(folder, fixture::BackupSpec(), fixture::sampleKikFiles(), &error))
+      << qPrintable(error);
+  const QByteArray before = fixture::folderChecksum(folder);
+  std::unique_ptr<MobileBackup> backup(MobileBackup::loadFromPath(folder));
+  ASSERT_TRUE(backup);
+  OxBackup registry;
+  {
+    CKikiTunesCollection kik(&registry);
+    kik.setSwitches(true, false);
+    kik.load(backup.get());
+    EXPECT_EQ(kik.baseFolder(), QStringLiteral("cores/private/5c9e2f3a8b/"));
+    // Both attachments met their full files in the attachment pass.
+    EXPECT_EQ(kik.attachmentTypes().size(), 2);
+    EXPECT_TRUE(kik.attachmentThumbs().isEmpty());
+  }
+  EXPECT_TRUE(errors.isEmpty()) << errors.join(QLatin1Char('\n')).toStdString();
+  EXPECT_EQ(fixture::folderChecksum(folder), before);
+
+  OxData* list = registry.getKikMsg();
+  ASSERT_EQ(list->count(OxData::CountRaw), 3);
+  // Newest chat first.
+  EXPECT_EQ(list->at(0, false)->value(0), QStringLiteral("Weekend trip"));
+  OxWhatsappItem* ann = itemNamed(list, QStringLiteral("Ann Lee"));
+  ASSERT_NE(ann, nullptr);
+  EXPECT_EQ(ann->value(1), QStringLiteral("Ann Lee(ann_lee_k2p@talk.kik.com)"));
+  EXPECT_EQ(ann->value(4), QStringLiteral("Great, see you"));
+  EXPECT_FALSE(ann->value(5).isEmpty()); // the profile picture
+  EXPECT_TRUE(QFile::exists(ann->value(5)));
+  const OxWhatsappMsg* picture = ann->detailContent()->messages().at(2);
+  EXPECT_EQ(int(picture->type()), 1);
+  EXPECT_TRUE(QFile::exists(picture->media()));
+  const OxWhatsappMsg* video = itemNamed(list, QStringLiteral("Weekend trip"))->detailContent()->messages().at(4);
+  EXPECT_EQ(int(video->type()), 2);
+}
+
+TEST_F(KikChats, NoKikInTheBackup) {
+  const QString folder = dir.filePath(QStringLiteral("backup"));
+  ASSERT_TRUE(fixture::writeBackup(
+      folder, fixture::BackupSpec(),
+      {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/x.plist"), QByteArray("bplist00"))},
+      nullptr));
+  std::unique_ptr<MobileBackup> backup(MobileBackup::loadFromPath(folder));
+  ASSERT_TRUE(backup);
+  OxBackup registry;
+  CKikiTunesCollection kik(&registry);
+  kik.load(backup.get());
+  EXPECT_EQ(registry.getKikMsg()->count(OxData::CountRaw), 0);
+}
+
+// The sample device's database: the chats and their messages as sqlite3
+// shows them (join tables Z_3MESSAGES and Z_6MEMBERS).
+TEST_F(KikChats, RealDatabase) {
+  const QString source = QStringLiteral(SHERD_REALDATA_DIR "/kik/kik.sqlite");
+  if (!QFile::exists(source))
+    GTEST_SKIP() << "no real Kik database";
+  const QString db = dir.filePath(QStringLiteral("kik.sqlite"));
+  ASSERT_TRUE(QFile::copy(source, db));
+  QFile::setPermissions(db, QFile::ReadOwner | QFile::WriteOwner);
+  FolderKik kik(dir.path());
+  OxBackup registry;
+  kik.readDatabase(&registry, nullptr, db);
+  EXPECT_TRUE(errors.isEmpty()) << errors.join(QLatin1Char('\n')).toStdString();
+
+  OxData* list = registry.getKikMsg();
+  ASSERT_EQ(list->count(OxData::CountRaw), 6);
+  struct Chat {
+    const char* name;
+    int messages;
+    const char* lastContent; // its beginning
+  } const chats[] = {
+      {"Kik Team", 1, "Welcome to Kik, the super fast smartphone messenger!"},
+      {"EveryoneButRoss", 44, "Poor rofl...."},
+      {"Sina Babadi", 5, "On"},
+      {"Rofl Harris", 3, "That looks awesome! Let me know how it turns out"},
+      {"Solid Snake", 2, "Yo brother \xF0\x9F\x91\x8D\xF0\x9F\x8F\xBE"},
+      {"Ken Doh", 6, "Your phone is on, but you have"},
+  };
+  for (const Chat& c : chats) {
+    OxWhatsappItem* item = itemNamed(list, QString::fromUtf8(c.name));
+    ASSERT_NE(item, nullptr) << c.name;
+    EXPECT_EQ(item->detailContent()->messages().size(), c.messages) << c.name;
+    EXPECT_TRUE(item->value(4).startsWith(QString::fromUtf8(c.lastContent).left(20))) << c.name;
+  }
+  OxWhatsappItem* group = itemNamed(list, QStringLiteral("EveryoneButRoss"));
+  // Senders in the order of their first messages; the owner's messages and
+  // the system line about Mark Jenkins add none.
+  EXPECT_EQ(group->value(1), QStringLiteral("Sina Babadi(sbabadi61_jet@talk.kik.com), "
+                                            "Solid Snake(solidravenocelot89_eqn@talk.kik.com), "
+                                            "Ken Doh(ken.doh_khv@talk.kik.com), "
+                                            "Rofl Harris(roflharris12_5hb@talk.kik.com), "
+                                            "Mark Jenkins(mjenki14_yk4@talk.kik.com)"));
+  // Message 30 was written before message 29 in the chat with Ken Doh.
+  const QList<OxWhatsappMsg*>& ken = itemNamed(list, QStringLiteral("Ken Doh"))->detailContent()->messages();
+  EXPECT_EQ(ken.at(3)->content(), QStringLiteral("Response"));
+  EXPECT_EQ(ken.at(4)->content(), QStringLiteral("Test 3"));
+}
+} // namespace
