@@ -1,0 +1,272 @@
+// Line chats: dates, stickers and media paths, titles, the file scan and the
+// sample backup.
+#include "readers/messengers/line/lineitunescollection.h"
+
+#include "model/oxbackup.h"
+#include "model/oxdata.h"
+#include "model/oxwhatsappitem.h"
+#include "platform/backup/mobilebackup.h"
+#include "platform/common/log.h"
+#include "tests/support/apps/line.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+using fixture::LineStore;
+
+OxWhatsappItem* itemNamed(OxData* list, const QString& name) {
+  for (int i = 0; i < list->count(OxData::CountRaw); ++i)
+    if (list->at(i, false)->value(0) == name)
+      return static_cast<OxWhatsappItem*>(list->at(i, false));
+  return nullptr;
+}
+
+// Line's files as plain files in a folder.
+class FolderLine : public CLineCollection {
+public:
+  explicit FolderLine(const QString& folder) : m_folder(folder) {}
+  QString mediaFilePath(const QString& path) override {
+    const QString local = QDir(m_folder).filePath(path.startsWith(QLatin1Char('/')) ? path.mid(1) : path);
+    return QFile::exists(local) ? local : QString();
+  }
+
+private:
+  QString m_folder;
+};
+
+class LineChats : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    SherdLog::setSink([this](const char*, int level, const QString& text) {
+      if (level == 0)
+        errors << text;
+    });
+  }
+  void TearDown() override { SherdLog::toStderr(); }
+
+  QString writeDb(const LineStore& store) {
+    QByteArray db;
+    QString error;
+    EXPECT_TRUE(fixture::makeSqliteDb(fixture::lineStatements(store), false, &db, nullptr, &error))
+        << qPrintable(error);
+    const QString path = dir.filePath(QStringLiteral("Line%1.sqlite").arg(++m_dbs));
+    QFile f(path);
+    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(db);
+    return path;
+  }
+  void writeFile(const QString& relative) {
+    const QString path = dir.filePath(relative);
+    QDir().mkpath(QFileInfo(path).path());
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("x");
+  }
+
+  QTemporaryDir dir;
+  QStringList errors;
+  int m_dbs = 0;
+};
+
+TEST_F(LineChats, TimeStampsLoseBit61) {
+  const qint64 bit61 = qint64(1) << 61;
+  struct Case {
+    qint64 stamp, seconds;
+  } const cases[] = {
+      {1500000000123LL, 1500000000},
+      {1500000000123LL | bit61, 1500000000},
+      {999, 0},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(CLineCollection::dateOf(c.stamp).toSecsSinceEpoch(), c.seconds) << c.stamp;
+}
+
+TEST_F(LineChats, StickerPaths) {
+  struct Case {
+    qint64 sticker;
+    const char* path;
+  } const cases[] = {
+      {47975, ""}, // below the first package
+      {0, ""},
+      {47976, "5ac1bfd5040ab15980c9b435_3/001"},
+      {47980, "5ac1bfd5040ab15980c9b435_3/005"},
+      {48634, "5ac1bfd5040ab15980c9b435_3/659"},
+      {48635, "5ac21542031a6752fb806d55_1/001"},
+      {153310, "5ac21c46040ab15980c9b442_1/011"},
+      {693108 + 1234, "5ac2216f040ab15980c9b448_1/235"}, // the three last digits
+  };
+  for (const Case& c : cases) {
+    const QString expected =
+        *c.path ? QStringLiteral("Owned Sticons/packages/%1_key.png").arg(QLatin1String(c.path)) : QString();
+    EXPECT_EQ(CLineCollection::stickerPath(c.sticker), expected) << c.sticker;
+  }
+}
+
+TEST_F(LineChats, MessagesAndTitles) {
+  LineStore s;
+  s.users = {{1, QStringLiteral("u01"), QStringLiteral("Ann")}, {2, QStringLiteral("u02"), QStringLiteral("Ben")}};
+  s.groups = {{QStringLiteral("c01"), QStringLiteral("Family")}, {QStringLiteral("u02"), QStringLiteral("Group over Ben")}};
+  s.chats = {{1, QStringLiteral("u01")}, {2, QStringLiteral("c01")}, {3, QStringLiteral("u02")},
+             {4, QStringLiteral("r99")}};
+  s.members = {{2, 1}, {2, 2}, {2, 7}}; // user 7 is unknown
+  struct Row {
+    qint64 chat;
+    const char* id;
+    qint64 sender;
+    int contentType, sendStatus;
+    double sticker;
+    const char* text;
+    int type;
+    const char* media; // relative to the folder; "" none
+    const char* content;
+  } const rows[] = {
+      {1, "1", 1, 0, 1, 0, "hello", 0, "", "hello"},
+      {1, "2", 0, 6, 1, 0, "call 0:42", 0, "", "call 0:42"}, // a call line shows its text
+      {1, "3", 1, 1, 1, 0, nullptr, 1, "P/Message Thumbnails/u01/3.thumb", ""},
+      {1, "4", 0, 2, 2, 0, nullptr, 2, "P/Message Thumbnails/u01/4.thumb", ""}, // thumbnail there: used
+      {1, "5", 0, 3, 3, 0, nullptr, 3, "P/Message Attachments/u01/S_5.jpg", ""}, // not done, no thumbnail
+      {1, "6", 1, 7, 1, 47980, nullptr, 1, "P/Owned Sticons/packages/5ac1bfd5040ab15980c9b435_3/005_key.png", ""},
+      {1, "7", 1, 7, 1, 100, nullptr, 1, "", ""},  // sticker of no known package
+      {1, "8", 1, 1, 1, 0, nullptr, 1, "", ""},    // picture whose files are missing
+      {2, "9", 0, 18, 0, 0, "Ann joined", 6, "", "Ann joined"},
+      {2, "10", 2, 13, 1, 0, "Ben's card", 4, "", "Ben's card"},
+      {2, "11", 1, 14, 1, 0, "menu.pdf", 8, "", "menu.pdf"},
+      {2, "12", 1, 100, 1, 0, "here", 5, "", "here"},
+      {2, "13", 1, 22, 1, 0, "flex", 0, "", "flex"}, // a kept type beyond the model's numbers
+  };
+  qint64 pk = 1;
+  for (const Row& r : rows)
+    s.messages << fixture::LineMessageRow{pk, QString::fromLatin1(r.id), r.chat, r.sender,
+                                          1600000000000LL + 1000 * pk++, QString::fromLatin1(r.text),
+                                          r.contentType, r.sendStatus, r.sticker};
+  writeFile(QStringLiteral("P/Message Thumbnails/u01/3.thumb"));
+  writeFile(QStringLiteral("P/Message Thumbnails/u01/4.thumb"));
+  writeFile(QStringLiteral("P/Message Attachments/u01/S_5.jpg"));
+  writeFile(QStringLiteral("P/Owned Sticons/packages/5ac1bfd5040ab15980c9b435_3/005_key.png"));
+
+  FolderLine line(dir.path());
+  line.setBaseFolder(QStringLiteral("P/"));
+  OxBackup registry;
+  line.readDatabase(&registry, nullptr, writeDb(s));
+  EXPECT_TRUE(errors.isEmpty()) << errors.join(QLatin1Char('\n')).toStdString();
+
+  OxData* list = registry.getLineMsg();
+  ASSERT_EQ(list->count(OxData::CountRaw), 4);
+  OxWhatsappItem* ann = itemNamed(list, QStringLiteral("Ann"));
+  OxWhatsappItem* family = itemNamed(list, QStringLiteral("Family"));
+  OxWhatsappItem* ben = itemNamed(list, QStringLiteral("Group over Ben")); // a group name wins over a user name
+  OxWhatsappItem* room = itemNamed(list, QString());                       // a mid nobody names
+  ASSERT_TRUE(ann && family && ben && room);
+  EXPECT_EQ(ann->value(1), QStringLiteral("Ann")); // no members listed: the chat's name
+  EXPECT_EQ(family->value(1), QStringLiteral("Ann, Ben"));
+  EXPECT_TRUE(family->value(5).isEmpty());
+  EXPECT_TRUE(ben->detailContent()->messages().isEmpty());
+  EXPECT_TRUE(room->value(1).isEmpty());
+  EXPECT_EQ(family->value(4), QStringLiteral("flex"));
+
+  QList<OxWhatsappMsg*> msgs = ann->detailContent()->messages() + family->detailContent()->messages();
+  ASSERT_EQ(msgs.size(), int(sizeof(rows) / sizeof(rows[0])));
+  for (int i = 0; i < msgs.size(); ++i) {
+    const Row& r = rows[i];
+    SCOPED_TRACE(r.id);
+    EXPECT_EQ(int(msgs[i]->type()), r.type);
+    EXPECT_EQ(msgs[i]->content(), QString::fromLatin1(r.content));
+    EXPECT_EQ(msgs[i]->media(), *r.media ? dir.filePath(QString::fromLatin1(r.media)) : QString());
+    EXPECT_EQ(msgs[i]->isFromMe(), r.sender == 0);
+    EXPECT_EQ(msgs[i]->isSentDone(), r.sendStatus < 2);
+    EXPECT_EQ(msgs[i]->member(), r.sender == 1 ? QStringLiteral("Ann") : r.sender == 2 ? QStringLiteral("Ben")
+                                                                                      : QString());
+  }
+}
+
+TEST_F(LineChats, MissingTablesLeaveTheListEmpty) {
+  QByteArray db;
+  ASSERT_TRUE(fixture::makeSqliteDb({QStringLiteral("create table zother(z_pk integer)")}, false, &db, nullptr, nullptr));
+  const QString path = dir.filePath(QStringLiteral("empty.sqlite"));
+  QFile f(path);
+  ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+  f.write(db);
+  f.close();
+  FolderLine line(dir.path());
+  OxBackup registry;
+  line.readDatabase(&registry, nullptr, path);
+  EXPECT_EQ(registry.getLineMsg()->count(OxData::CountRaw), 0);
+  EXPECT_EQ(errors.size(), 5);
+}
+
+TEST_F(LineChats, FileScan) {
+  const QString group = QStringLiteral("AppDomainGroup-group.com.linecorp.line");
+  const QString app = QStringLiteral("AppDomain-jp.naver.line");
+  const QString p = QStringLiteral("Library/Application Support/PrivateStore/P_u1/");
+  struct Rec {
+    bool app;
+    QString path;
+    qint64 size;
+    QString key; // empty: not kept
+  } const recs[] = {
+      {false, p + "Messages/Line.sqlite", 10, p + "Messages/Line.sqlite"},
+      {false, p + "Messages/Line.sqlite-wal", 10, p + "Messages/Line.sqlite-wal"},
+      {false, p + "Messages/UnifiedGroup.sqlite", 10, QString()},
+      {false, p + "Message Thumbnails/u2/1.thumb", 10, "/" + p + "Message Thumbnails/u2/1.thumb"},
+      {false, p + "Message Attachments/u2/1", 10, QString()}, // originals are looked for in the app's container
+      {true, p + "Message Attachments/u2/S_1.jpg", 10, "/" + p + "Message Attachments/u2/S_1.jpg"},
+      {true, p + "Owned Sticons/packages/x_1/001_key.png", 10, "/" + p + "Owned Sticons/packages/x_1/001_key.png"},
+      {true, p + "LineAlbumData/a.jpg", 10, "/" + p + "LineAlbumData/a.jpg"},
+      {true, p + "Message Attachments/u2/S_2.jpg", 0, QString()}, // empty: passed over
+      {true, p + "Other/x", 10, QString()},
+      {true, p + "Message Attachments/u2/S_3.jpg", 10, "/" + p + "Message Attachments/u2/S_3.jpg"},
+  };
+  CLineiTunesCollection line(nullptr);
+  QStringList kept;
+  int i = 0;
+  for (const Rec& r : recs) {
+    BackupFileRecord rec;
+    rec.domain = r.app ? app : group;
+    rec.relativePath = r.path;
+    rec.size = r.size;
+    line.scanRecord(i++, rec);
+    if (!r.key.isEmpty())
+      kept << r.key;
+  }
+  kept.sort();
+  EXPECT_EQ(line.fileMap().keys(), kept);
+  EXPECT_EQ(line.baseFolder(), p);
+}
+
+TEST_F(LineChats, SampleBackup) {
+  const QString folder = dir.filePath(QStringLiteral("backup"));
+  QString error;
+  ASSERT_TRUE(fixture::writeBackup(folder, fixture::BackupSpec(), fixture::sampleLineFiles(), &error))
+      << qPrintable(error);
+  const QByteArray before = fixture::folderChecksum(folder);
+  std::unique_ptr<MobileBackup> backup(MobileBackup::loadFromPath(folder));
+  ASSERT_TRUE(backup);
+  OxBackup registry;
+  {
+    CLineiTunesCollection line(&registry);
+    line.setSwitches(true, false);
+    line.load(backup.get());
+  }
+  EXPECT_TRUE(errors.isEmpty()) << errors.join(QLatin1Char('\n')).toStdString();
+  EXPECT_EQ(fixture::folderChecksum(folder), before);
+
+  OxData* list = registry.getLineMsg();
+  ASSERT_EQ(list->count(OxData::CountRaw), 2);
+  OxWhatsappItem* ann = itemNamed(list, QStringLiteral("Ann Lee"));
+  ASSERT_NE(ann, nullptr);
+  const QList<OxWhatsappMsg*>& msgs = ann->detailContent()->messages();
+  ASSERT_EQ(msgs.size(), 5);
+  EXPECT_TRUE(QFile::exists(msgs[2]->media())); // the thumbnail
+  EXPECT_TRUE(QFile::exists(msgs[3]->media())); // the sticker
+  EXPECT_EQ(msgs[4]->msgDate().toMSecsSinceEpoch(), 1678180240000LL);
+  EXPECT_EQ(itemNamed(list, QStringLiteral("Family"))->value(1), QStringLiteral("Ann Lee, Ben Ito"));
+}
+} // namespace
