@@ -1,0 +1,428 @@
+#include "readers/ios/safari/bookmarkcollection.h"
+#include "readers/ios/safari/safariplist.h"
+
+#include "model/oxdata.h"
+#include "model/oxsafaribookmarkitem.h"
+#include "platform/common/commonutils.h"
+#include "platform/common/log.h"
+#include "service/whatsappservice.h"
+#include "tests/support/apps/safari.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+namespace {
+using fixture::SafariBookmark;
+using fixture::SafariPlistEntry;
+using fixture::SafariVisit;
+
+struct LogCapture {
+  QStringList lines;
+  LogCapture() {
+    SherdLog::setSink([this](const char*, int, const QString& text) { lines << text; });
+  }
+  ~LogCapture() { SherdLog::setSink(nullptr); }
+  bool contains(const QString& part) const {
+    for (const QString& l : lines)
+      if (l.contains(part))
+        return true;
+    return false;
+  }
+};
+
+class SafariRead : public ::testing::Test {
+protected:
+  QString writeBytes(const QByteArray& bytes, const QString& name = QString()) {
+    const QString path = dir.filePath(name.isEmpty() ? QStringLiteral("f%1").arg(++n) : name);
+    QFile f(path);
+    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(bytes);
+    return path;
+  }
+  QString writeDb(const QStringList& statements) {
+    QByteArray bytes;
+    QString error;
+    EXPECT_TRUE(fixture::makeSqliteDb(statements, false, &bytes, nullptr, &error)) << error.toStdString();
+    return writeBytes(bytes);
+  }
+  OxSafariBookmarkItem* titled(const QString& title) {
+    for (int row = 0; row < list.count(0); ++row)
+      if (list.at(row, false)->value(0) == title)
+        return dynamic_cast<OxSafariBookmarkItem*>(list.at(row, false));
+    return nullptr;
+  }
+  QStringList column(int c) {
+    QStringList out;
+    for (int row = 0; row < list.count(0); ++row)
+      out << list.at(row, false)->value(c);
+    return out;
+  }
+
+  QTemporaryDir dir;
+  int n = 0;
+  OxData list{9};
+};
+
+TEST(SafariUrlHost, TitleFallback) {
+  struct Row {
+    const char* url;
+    const char* host;
+  } rows[] = {
+      {"https://www.example.com/path/page", "www.example.com"},
+      {"http://example.com", "example.com"},
+      {"example.com", "example.com"},
+      {"example.com/a/b", "example.com"},
+      {"/local/path", "/local/path"},
+      {"file:///var/mobile/x", "/var/mobile/x"},
+      {"ftp://host:21/", "host:21"},
+      {"", ""},
+      {"a://b://c/d", "b:"},
+  };
+  for (const auto& r : rows)
+    EXPECT_EQ(SafariUrl::host(QString::fromLatin1(r.url)), QString::fromLatin1(r.host)) << r.url;
+}
+
+TEST(SafariDefaults, UserGuideFollowsTheDevice) {
+  struct Row {
+    const char* product;
+    const char* guide;
+    const char* path;
+  } rows[] = {
+      {"iPhone12,1", "iPhone User Guide", "/iphone/guide/"},
+      {"iPad8,1", "iPad User Guide", "/ipad/guide/"},
+      {"iPod9,1", "iPod touch User Guide", "/ipodtouch/guide/"},
+      {"iPhone on an iPad", "iPad User Guide", "/ipad/guide/"},
+      {"ipad", "iPod touch User Guide", "/ipodtouch/guide/"}, // the test is case-sensitive
+      {"", "iPod touch User Guide", "/ipodtouch/guide/"},
+  };
+  for (const auto& r : rows) {
+    OxData list(9);
+    addDefaultBookmarks(&list, QString::fromLatin1(r.product));
+    ASSERT_EQ(list.count(0), 5) << r.product;
+    QStringList titles;
+    for (int row = 0; row < 5; ++row) {
+      auto* b = dynamic_cast<OxSafariBookmarkItem*>(list.at(row, false));
+      ASSERT_TRUE(b);
+      titles << b->value(0);
+      EXPECT_EQ(b->getTreeFirstLayerName(), QStringLiteral("Bookmarks"));
+      EXPECT_EQ(b->getFirstLayerIconType(), 5);
+      EXPECT_TRUE(b->value(1).startsWith(QLatin1String("https://"))) << b->value(1).toStdString();
+      if (b->value(0) == QLatin1String(r.guide)) {
+        EXPECT_TRUE(b->value(1).endsWith(QLatin1String(r.path))) << r.product;
+      }
+      if (b->value(0) == QLatin1String("Bing")) {
+        EXPECT_TRUE(b->value(1).endsWith(QLatin1String("?pc=APPT")));
+      }
+    }
+    EXPECT_TRUE(titles.contains(QLatin1String(r.guide))) << r.product;
+    for (const char* t : {"Apple", "Google", "Yahoo!", "Bing"})
+      EXPECT_TRUE(titles.contains(QLatin1String(t))) << t;
+  }
+  addDefaultBookmarks(nullptr, QStringLiteral("iPhone")); // nothing to fill: no crash
+}
+
+TEST_F(SafariRead, BookmarkFoldersAndReadingList) {
+  // Rows come in id order. The reading list's own row (special 3, id 30)
+  // comes after one of its children, which therefore stays under "Bookmarks".
+  const QList<SafariBookmark> rows = {
+      {0, 0, QStringLiteral("Root"), QString(), 0},
+      {1, 0, QStringLiteral("BookmarksBar"), QString(), 1},
+      {2, 0, QStringLiteral("BookmarksMenu"), QString(), 2},
+      {10, 1, QStringLiteral("Fav"), QStringLiteral("https://fav.example/"), 0},
+      {11, 2, QStringLiteral("In menu"), QStringLiteral("https://menu.example/"), 0},
+      {12, 2, QStringLiteral("Travel"), QString(), 0},
+      {13, 12, QStringLiteral("Train"), QStringLiteral("https://train.example/a"), 0},
+      {14, 0, QStringLiteral("At root"), QStringLiteral("https://root.example/"), 0},
+      {15, 30, QStringLiteral("Early reading"), QStringLiteral("https://early.example/"), 0},
+      {30, 0, QStringLiteral("com.apple.ReadingList"), QString(), 3},
+      {31, 30, QStringLiteral("Late reading"), QStringLiteral("https://late.example/"), 0},
+      {32, 30, QString(), QStringLiteral("https://untitled.example/article/1"), 0},
+      {18, 99, QStringLiteral("Orphan"), QStringLiteral("https://orphan.example/"), 0},
+      {19, 20, QStringLiteral("Before its folder"), QStringLiteral("https://early-folder.example/"), 0},
+      {20, 2, QStringLiteral("Late folder"), QString(), 0},
+  };
+  LogCapture log;
+  CBookmarkQuery query(&list);
+  query.query(QStringList{writeDb(fixture::bookmarksStatements(rows, false))}, nullptr);
+
+  struct Expect {
+    const char* title;
+    const char* first;
+    const char* second; // also the bookmark group
+    int firstIcon;
+    int secondIcon;
+  } expected[] = {
+      {"Fav", "Bookmarks", "Favorites", 5, 7},
+      {"In menu", "Bookmarks", "BookmarksMenu", 5, 7},
+      {"Train", "Bookmarks", "Travel", 5, 7},
+      {"At root", "Bookmarks", "", 5, 7},
+      {"Early reading", "Bookmarks", "Reading List", 5, 7},
+      {"Late reading", "Reading List", "Reading List", 9, 7},
+      {"untitled.example", "Reading List", "Reading List", 9, 7},
+      {"Orphan", "Bookmarks", "", 5, 7},
+      {"Before its folder", "Bookmarks", "Late folder", 5, 7},
+  };
+  ASSERT_EQ(list.count(0), int(sizeof(expected) / sizeof(expected[0]))); // folder rows are no items
+  for (const auto& e : expected) {
+    OxSafariBookmarkItem* b = titled(QString::fromLatin1(e.title));
+    ASSERT_TRUE(b) << e.title;
+    EXPECT_EQ(b->getTreeFirstLayerName(), QString::fromLatin1(e.first)) << e.title;
+    EXPECT_EQ(b->getTreeSecondLayerName(), QString::fromLatin1(e.second)) << e.title;
+    EXPECT_EQ(b->bookmarkGroup(), QString::fromLatin1(e.second)) << e.title;
+    EXPECT_EQ(b->getFirstLayerIconType(), e.firstIcon) << e.title;
+    EXPECT_EQ(b->getSecondLayerIconType(), e.secondIcon) << e.title;
+  }
+  EXPECT_EQ(titled(QStringLiteral("untitled.example"))->value(1), QStringLiteral("https://untitled.example/article/1"));
+  EXPECT_TRUE(log.contains(QStringLiteral("whose folder is not in the database")));
+  // The category tree is built from the settled folder names.
+  EXPECT_TRUE(list.getCategoryTree().value(QStringLiteral("Bookmarks")).contains(QStringLiteral("Late folder")));
+  EXPECT_EQ(list.categoryItemCount(QStringLiteral("Reading List"), QStringLiteral("Reading List")), 2);
+  // Ordered by title.
+  EXPECT_EQ(column(0).first(), QStringLiteral("At root"));
+}
+
+TEST_F(SafariRead, HistoryOneItemPerVisit) {
+  const double t0 = 673034400; // 2022-04-30 18:00 UTC
+  const QList<SafariVisit> visits = {
+      {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB"), t0},
+      {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB"), t0 + 60.75},
+      {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB"), t0 + 120},
+      {QStringLiteral("https://example.org/no-title"), QString(), t0 + 5},
+      {QStringLiteral("https://is.example/"), QStringLiteral("Vísir - Forsíða"), t0 + 7},
+  };
+  HistoryQuery query;
+  query.query(QStringList{writeDb(fixture::historyStatements(visits))}, nullptr);
+  ASSERT_EQ(query.visits().size(), 5u);
+  query.appendItems(&list);
+  ASSERT_EQ(list.count(0), 5);
+  QStringList titles = column(0);
+  EXPECT_EQ(titles.mid(0, 3), (QStringList{QStringLiteral("DB"), QStringLiteral("DB"), QStringLiteral("DB")}));
+  titles.sort();
+  EXPECT_EQ(titles.mid(3), (QStringList{QStringLiteral("Vísir - Forsíða"), QStringLiteral("example.org")}));
+  OxSafariBookmarkItem* v = titled(QStringLiteral("Vísir - Forsíða"));
+  ASSERT_TRUE(v);
+  const QDateTime when = CCommonUtils::buildDateTimeBase2001(t0 + 7);
+  EXPECT_EQ(v->sortValue(2).toDateTime(), when);
+  EXPECT_EQ(v->value(2), CCommonUtils::datetimeToString(when, true));
+  EXPECT_EQ(v->getTreeFirstLayerName(), QStringLiteral("History"));
+  EXPECT_EQ(v->bookmarkGroup(), QStringLiteral("History"));
+  EXPECT_EQ(v->getFirstLayerIconType(), 8);
+  // Fractions of a second are dropped.
+  QList<QDateTime> bahn;
+  for (int row = 0; row < 3; ++row)
+    bahn << list.at(row, false)->sortValue(2).toDateTime();
+  EXPECT_TRUE(bahn.contains(CCommonUtils::buildDateTimeBase2001(t0 + 60)));
+}
+
+QByteArray truncated(const QByteArray& bytes) { return bytes.left(bytes.size() - 20); }
+
+TEST_F(SafariRead, PropertyLists) {
+  const QList<SafariPlistEntry> entries = {
+      {QStringLiteral("http://a.example/1"), QStringLiteral("Amínósýrur"), {}},
+      {QStringLiteral("http://b.example/start"), QString(), {QStringLiteral("http://b.example/final")}},
+      {QStringLiteral("http://c.example/"), QStringLiteral("C"), {}},
+  };
+  // Children that is not an array, elements that are not dictionaries.
+  const QByteArray childrenNotArray = [] {
+    QByteArray xml = fixture::bookmarksPlist({}, false);
+    xml.replace("<array/>", "<string>nope</string>");
+    xml.replace("<array></array>", "<string>nope</string>");
+    return xml;
+  }();
+  struct Row {
+    const char* name;
+    bool history;
+    QByteArray bytes;
+    int count;
+    const char* logged;
+  } rows[] = {
+      {"binary history", true, fixture::historyPlist(entries), 3, ""},
+      {"binary reading list", false, fixture::bookmarksPlist(entries), 3, ""},
+      {"XML history", true, fixture::historyPlist(entries, false), 3, "not binary"},
+      {"truncated binary", true, truncated(fixture::historyPlist(entries)), 0, "Not a readable property list"},
+      {"only the magic", false, QByteArray("bplist00"), 0, "Not a readable property list"},
+      {"garbage", true, QByteArray(300, '\x7f'), 0, "Not a readable property list"},
+      {"empty file", true, QByteArray(), 0, "Not a readable property list"},
+      {"Children not an array", false, childrenNotArray, 0, "No \"Children\" array"},
+      {"history list read as bookmarks", false, fixture::historyPlist(entries), 0, "No \"Children\" array"},
+  };
+  for (const auto& r : rows) {
+    list.clear();
+    LogCapture log;
+    const QString path = writeBytes(r.bytes);
+    const int read = r.history ? SafariPlist::readHistory(path, &list) : SafariPlist::readBookmarks(path, &list);
+    EXPECT_EQ(list.count(0), r.count) << r.name;
+    EXPECT_EQ(read, r.count > 0 ? r.count : -1) << r.name;
+    if (*r.logged) {
+      EXPECT_TRUE(log.contains(QString::fromLatin1(r.logged))) << r.name << ": " << log.lines.join('|').toStdString();
+    }
+    if (r.count == 3) {
+      OxSafariBookmarkItem* redirected = titled(QStringLiteral("b.example"));
+      ASSERT_TRUE(redirected) << r.name;
+      EXPECT_EQ(redirected->value(1), QStringLiteral("http://b.example/final")) << r.name;
+      const QString layer = r.history ? QStringLiteral("History") : QStringLiteral("Reading List");
+      EXPECT_EQ(redirected->getTreeFirstLayerName(), layer) << r.name;
+      EXPECT_EQ(redirected->bookmarkGroup(), layer) << r.name;
+      EXPECT_EQ(redirected->getFirstLayerIconType(), -1) << r.name;
+      EXPECT_TRUE(titled(QStringLiteral("Amínósýrur"))) << r.name;
+      EXPECT_TRUE(redirected->value(2).isEmpty()) << r.name; // no date from the property lists
+    }
+  }
+  LogCapture log;
+  EXPECT_EQ(SafariPlist::readHistory(dir.filePath(QStringLiteral("absent.plist")), &list), -1);
+  EXPECT_EQ(SafariPlist::readHistory(writeBytes(fixture::historyPlist(entries)), nullptr), -1);
+}
+
+// ---- real data ---------------------------------------------------------------
+
+QString realSafari() { return QStringLiteral(SHERD_REALDATA_DIR) + QStringLiteral("/safari"); }
+
+// Copies a real file into the test's folder: SQLite must never open the
+// originals, even read-only.
+QString copyReal(const QTemporaryDir& dir, const QString& name) {
+  const QString to = dir.filePath(name);
+  QFile::remove(to);
+  return QFile::copy(realSafari() + QLatin1Char('/') + name, to) ? to : QString();
+}
+
+TEST_F(SafariRead, RealHistoryDb) {
+  if (!QFile::exists(realSafari() + QStringLiteral("/History.db")))
+    GTEST_SKIP() << "no real Safari history";
+  const QString path = copyReal(dir, QStringLiteral("History.db"));
+  ASSERT_FALSE(path.isEmpty());
+
+  // What SQLite itself says of the same join.
+  QList<QPair<QString, QString>> expected;
+  {
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+    sqlite3_stmt* stmt = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(db,
+                                 "select ifnull(v.title, ''), i.url from history_items i join history_visits v on "
+                                 "i.id = v.history_item",
+                                 -1, &stmt, nullptr),
+              SQLITE_OK);
+    while (sqlite3_step(stmt) == SQLITE_ROW)
+      expected << qMakePair(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0))),
+                            QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1))));
+    sqlite3_finalize(stmt);
+    sqlite3_close(db);
+  }
+  ASSERT_EQ(expected.size(), 25);
+
+  HistoryQuery query;
+  query.query(QStringList{path}, nullptr);
+  ASSERT_EQ(query.visits().size(), size_t(expected.size()));
+  query.appendItems(&list);
+  ASSERT_EQ(list.count(0), 25);
+  QList<QPair<QString, QString>> got;
+  for (int row = 0; row < list.count(0); ++row)
+    got << qMakePair(list.at(row, false)->value(0), list.at(row, false)->value(1));
+  int untitled = 0;
+  for (auto& e : expected) {
+    if (e.first.isEmpty()) {
+      e.first = SafariUrl::host(e.second);
+      ++untitled;
+    }
+  }
+  EXPECT_EQ(untitled, 9);
+  std::sort(expected.begin(), expected.end());
+  std::sort(got.begin(), got.end());
+  EXPECT_EQ(got, expected);
+  // 531955414.79 is 2017-11-09 21:23:34 UTC.
+  bool found = false;
+  for (int row = 0; row < list.count(0); ++row)
+    if (list.at(row, false)->sortValue(2).toDateTime() == QDateTime(QDate(2017, 11, 9), QTime(21, 23, 34), Qt::UTC))
+      found = true;
+  EXPECT_TRUE(found);
+}
+
+TEST_F(SafariRead, RealHistoryPlist) {
+  if (!QFile::exists(realSafari() + QStringLiteral("/History.plist")))
+    GTEST_SKIP() << "no real Safari history list";
+  const QString path = copyReal(dir, QStringLiteral("History.plist"));
+  ASSERT_EQ(SafariPlist::readHistory(path, &list), 18);
+  // Titles and URLs as a property-list reader shows them (redirects applied).
+  struct Row {
+    const char* title;
+    const char* url;
+  } rows[] = {
+      {"Amínósýrur", "http://netverslun.sci-mx.is/aminosyrur"},
+      {"Vísir - Forsíða", "http://visir.is/section/FRONTPAGE"},
+      {"Vísir - Fyrrverandi framkvæmdastjóri ÍLS: Skýrslan full af slúðri og Gróusögum",
+       "http://visir.is/fyrrverandi-framkvaemdastjori-ils-skyrslan-full-af-sludri-og-grousogum/article/"
+       "2013130709266"},
+      {"Sci-MX Evrópsk hágæða fæðubótarefni", "http://netverslun.sci-mx.is/"},
+      {"YouTube", "http://www.youtube.com/"},
+      {"www.google.com", "http://www.google.com/chrome/"}, // no title: the host
+      {"Glima Interview - YouTube", "http://www.youtube.com/watch?v=jm8iSg8eZdw"},
+  };
+  for (const auto& r : rows) {
+    OxSafariBookmarkItem* b = titled(QString::fromUtf8(r.title));
+    ASSERT_TRUE(b) << r.title;
+    EXPECT_EQ(b->value(1), QString::fromUtf8(r.url)) << r.title;
+  }
+}
+
+// ---- through the service -------------------------------------------------------
+
+TEST(SafariService, EveryGenerationAndDomainThroughTheService) {
+  const double t0 = 673034400;
+  QList<fixture::FileSpec> files;
+  files << fixture::bookmarksDbFiles(fixture::bookmarksStatements({
+      {10, 1, QStringLiteral("Fav"), QStringLiteral("https://fav.example/"), 0},
+      {11, 3, QStringLiteral("To read"), QStringLiteral("https://read.example/"), 0},
+  }));
+  files << fixture::historyDbFiles(fixture::historyStatements({{QStringLiteral("https://app.example/"),
+                                                                  QStringLiteral("App domain"), t0}}));
+  files << fixture::historyDbFiles(
+      fixture::historyStatements({{QStringLiteral("https://home.example/"), QStringLiteral("Home domain"), t0},
+                                  {QStringLiteral("https://home.example/"), QStringLiteral("Home domain"), t0 + 9}}),
+      QStringLiteral("HomeDomain"));
+  files << fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Safari/History.plist"),
+                         fixture::historyPlist({{QStringLiteral("http://old-home.example/"), QStringLiteral("Old home"),
+                                                 {}}}))
+        << fixture::file(QStringLiteral("AppDomain-com.apple.mobilesafari"), QStringLiteral("Library/Safari/History.plist"),
+                         fixture::historyPlist({{QStringLiteral("http://old-app.example/"), QStringLiteral("Old app"),
+                                                 {}}}))
+        << fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Safari/Bookmarks.plist"),
+                         fixture::bookmarksPlist({{QStringLiteral("http://plist.example/"), QStringLiteral("Plist read"),
+                                                   {}}}));
+  QTemporaryDir root;
+  fixture::BackupSpec spec;
+  spec.productType = QStringLiteral("iPad8,1");
+  QString error;
+  ASSERT_TRUE(fixture::writeBackup(root.filePath(QStringLiteral("b")), spec, files, &error)) << error.toStdString();
+
+  SherdLog::silence();
+  WhatsappService service(root.filePath(QStringLiteral("b")), false);
+  ASSERT_TRUE(service.onBeginLoadWhatsappOnly());
+  service.loadWhatsappOnly(9);
+  service.onEndLoadWhatsappOnly();
+  SherdLog::toStderr();
+
+  OxData* safari = service.getOxData(9);
+  QStringList titles;
+  for (int row = 0; row < safari->count(0); ++row)
+    titles << safari->at(row, false)->value(0);
+  titles.sort();
+  EXPECT_EQ(titles, (QStringList{QStringLiteral("App domain"), QStringLiteral("Apple"), QStringLiteral("Bing"),
+                                 QStringLiteral("Fav"), QStringLiteral("Google"), QStringLiteral("Home domain"),
+                                 QStringLiteral("Home domain"), QStringLiteral("Old app"), QStringLiteral("Old home"),
+                                 QStringLiteral("Plist read"), QStringLiteral("To read"), QStringLiteral("Yahoo!"),
+                                 QStringLiteral("iPad User Guide")}));
+  EXPECT_EQ(safari->firstLayerOrder().mid(0, 3),
+            (QStringList{QStringLiteral("Bookmarks"), QStringLiteral("Reading List"), QStringLiteral("History")}));
+  struct Row {
+    const char* first;
+    int count;
+  } rows[] = {{"Bookmarks", 6}, {"Reading List", 2}, {"History", 5}};
+  for (const auto& r : rows)
+    EXPECT_EQ(safari->categoryItemCount(QString::fromLatin1(r.first)), r.count) << r.first;
+  EXPECT_EQ(safari->getCategoryIconTypeMap().value(QStringLiteral("History")), 8); // the database is read last
+}
+} // namespace
