@@ -4,6 +4,7 @@
 #include "apps/cli/loadoptions.h"
 
 #include "model/oxbackup.h"
+#include "model/oxcallhistoryitem.h"
 #include "model/oxdata.h"
 #include "model/oxnoteitem.h"
 #include "platform/common/utils.h"
@@ -43,6 +44,28 @@ void showNotes(const QString& folder, const QString& notePassword) {
                 qPrintable(note->value(OxNoteItem::ColLocation)), qPrintable(note->value(OxNoteItem::ColFolder)),
                 locked ? "[locked] " : "", qPrintable(locked ? QString() : body + QStringLiteral("  (") +
                                                                            note->getATText() + QLatin1Char(')')));
+  }
+}
+
+// The sample's call list: calls named from the phone's address book, then the
+// voicemail recordings with their callers.
+void showCalls(const QString& folder) {
+  LoadOptions options;
+  options.backup = folder;
+  options.types = {10};
+  WhatsappService service(folder, false);
+  if (beginLoad(service, options, "demo") >= 0)
+    return;
+  service.loadWhatsappOnly(10);
+  service.onEndLoadWhatsappOnly();
+  OxData* calls = service.backupRegistry()->getCallHistory();
+  std::printf("\nCall history:\n");
+  for (int row = 0; row < calls->count(0); ++row) {
+    const OxAbstractItem* item = calls->at(row, false);
+    const bool call = dynamic_cast<const OxCallHistoryItem*>(item) != nullptr;
+    std::printf("  %-12s %-22s %-22s %-16s %-24s %s\n", qPrintable(item->getTreeFirstLayerName()),
+                qPrintable(item->value(0)), qPrintable(item->value(1)), qPrintable(item->value(2)),
+                qPrintable(call ? item->value(4) : item->value(3)), qPrintable(call ? item->value(5) : QString()));
   }
 }
 } // namespace
@@ -86,8 +109,10 @@ int runDemo(const QStringList& args) {
   std::fflush(stdout);
   const int rc =
       runScan({args.value(0, QStringLiteral("sherd")), QStringLiteral("--note-password"), notePassword, folder});
-  if (rc == ExitOk)
+  if (rc == ExitOk) {
     showNotes(folder, notePassword);
+    showCalls(folder);
+  }
   return rc;
 }
 } // namespace cli
