@@ -4,9 +4,11 @@
 #include "apps/cli/loadoptions.h"
 
 #include "model/oxbackup.h"
+#include "model/oxcalendaritem.h"
 #include "model/oxcallhistoryitem.h"
 #include "model/oxdata.h"
 #include "model/oxnoteitem.h"
+#include "model/oxsafaribookmarkitem.h"
 #include "platform/common/utils.h"
 #include "service/whatsappservice.h"
 #include "tests/support/apps/notes.h"
@@ -68,6 +70,53 @@ void showCalls(const QString& folder) {
                 qPrintable(call ? item->value(4) : item->value(3)), qPrintable(call ? item->value(5) : QString()));
   }
 }
+
+// Loads one type of the sample into a service of its own.
+OxData* loadOne(WhatsappService& service, const QString& folder, int type) {
+  LoadOptions options;
+  options.backup = folder;
+  options.types = {type};
+  if (beginLoad(service, options, "demo") >= 0)
+    return nullptr;
+  service.loadWhatsappOnly(type);
+  service.onEndLoadWhatsappOnly();
+  return service.getOxData(type);
+}
+
+// The sample's events, newest first, with their repeat rules and alerts.
+void showCalendar(const QString& folder) {
+  WhatsappService service(folder, false);
+  OxData* events = loadOne(service, folder, 8);
+  if (!events)
+    return;
+  std::printf("\nCalendar:\n");
+  for (int row = 0; row < events->count(0); ++row) {
+    const OxAbstractItem* e = events->at(row, false);
+    std::printf("  %-16s %-8s %-10s %-16s repeat %-8s alert %s\n", qPrintable(e->value(OxCalendarItem::ColTitle)),
+                qPrintable(e->value(OxCalendarItem::ColStore)), qPrintable(e->value(OxCalendarItem::ColCalendar)),
+                qPrintable(e->value(OxCalendarItem::ColStartDate)), qPrintable(e->value(OxCalendarItem::ColRepeat)),
+                qPrintable(e->value(OxCalendarItem::ColAlert)));
+  }
+}
+
+// The sample's bookmarks, reading list and history, by category.
+void showSafari(const QString& folder) {
+  WhatsappService service(folder, false);
+  OxData* safari = loadOne(service, folder, 9);
+  if (!safari)
+    return;
+  std::printf("\nSafari:\n");
+  for (const QString& layer : safari->firstLayerOrder()) {
+    for (int row = 0; row < safari->count(0); ++row) {
+      const OxAbstractItem* b = safari->at(row, false);
+      if (b->getTreeFirstLayerName() != layer)
+        continue;
+      std::printf("  %-12s %-14s %-28s %-19s %s\n", qPrintable(layer), qPrintable(b->getTreeSecondLayerName()),
+                  qPrintable(b->value(OxSafariBookmarkItem::ColTitle)), qPrintable(b->value(OxSafariBookmarkItem::ColDate)),
+                  qPrintable(b->value(OxSafariBookmarkItem::ColUrl)));
+    }
+  }
+}
 } // namespace
 
 int runDemo(const QStringList& args) {
@@ -112,6 +161,8 @@ int runDemo(const QStringList& args) {
   if (rc == ExitOk) {
     showNotes(folder, notePassword);
     showCalls(folder);
+    showCalendar(folder);
+    showSafari(folder);
   }
   return rc;
 }

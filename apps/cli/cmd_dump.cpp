@@ -4,7 +4,8 @@
 //  "lists":[{"type":0,"name":"WhatsApp","count":N,"items":[ITEM...]}]}
 // ITEM = {"values":[..],"sortValues":[null|number|string|ISO 8601 UTC date],
 //         "flags":int,"size":int,"firstLayer":str,"secondLayer":str,
-//         "filePath":str, and for chats "chat":{"deleted":bool,"messages":[
+//         "filePath":str, for calendar events "triggerId":int,"allDay":int,
+//         and for chats "chat":{"deleted":bool,"messages":[
 //         {"type","fromMe","sentDone","broadcast","date","content","media","member"}]}}
 #include "apps/cli/commands.h"
 #include "apps/cli/jsonwriter.h"
@@ -12,6 +13,7 @@
 
 #include "model/oxabstractitem.h"
 #include "model/oxbackup.h"
+#include "model/oxcalendaritem.h"
 #include "model/oxdata.h"
 #include "model/oxnoteitem.h"
 #include "model/oxwhatsappitem.h"
@@ -111,6 +113,12 @@ void writeItem(JsonWriter& w, OxAbstractItem& item) {
   w.value(item.getTreeSecondLayerName());
   w.key("filePath");
   w.value(item.filePath());
+  if (const auto* event = dynamic_cast<const OxCalendarItem*>(&item)) {
+    w.key("triggerId");
+    w.value(event->getTriggerid());
+    w.key("allDay");
+    w.value(event->getAllDay());
+  }
   if (const auto* chatItem = dynamic_cast<const OxWhatsappItem*>(&item))
     if (chatItem->detailContent())
       writeChat(w, *chatItem->detailContent());
