@@ -1,0 +1,192 @@
+// Cost of the Kik and Line loads: generated kik.sqlite and Line.sqlite of
+// 500,000 messages in 1,000 chats, read and built into chat items by the
+// readers' collections, beside a bare SQLite scan of the readers' SELECTs on
+// the same file.
+//
+// Each load is measured in a child process of its own, so that the peak
+// memory (getrusage) is that load's alone.
+#include "model/oxbackup.h"
+#include "model/oxdata.h"
+#include "model/oxwhatsappitem.h"
+#include "platform/common/log.h"
+#include "platform/common/utils.h"
+#include "readers/messengers/kik/kikcollection.h"
+#include "readers/messengers/line/linecollection.h"
+#include "tests/support/apps/kik.h"
+#include "tests/support/apps/line.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <vector>
+
+namespace {
+constexpr int kChats = 1000;
+constexpr int kMessages = 500000;
+
+const std::vector<const char*> kKikSelects = {
+    "select z_pk, zdisplayname, zjid from zkikuser",
+    "select z_3chat, z_5messages from z_3messages order by z_5messages",
+    "select z_pk, zuser from zkikchat",
+    "select z_6membersinverse, z_6members from z_6members",
+    "select ztype, zmessage, zcontent from zkikattachment",
+    "select z_pk, ztype, zstate, zflags, zuser, ztimestamp, zbody from zkikmessage order by ztimestamp",
+};
+const std::vector<const char*> kLineSelects = {
+    "select z_pk, zmid, zname from zuser",
+    "select zid, zname from zgroup",
+    "select z_pk, zmid, zlastmessage from zchat",
+    "select zid, zsender, zsendstatus, zcontenttype, zchat, ztimestamp, ztext, zlongitude from zmessage "
+    "order by ztimestamp",
+    "select z_1chats, z_12members from z_1members",
+};
+
+double cpuNow() {
+  timespec ts{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return double(ts.tv_sec) + double(ts.tv_nsec) / 1e9;
+}
+double wallNow() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// Every row of the statements, every column read as SQLite hands it out.
+qint64 bareScan(const QString& db, const std::vector<const char*>& selects) {
+  sqlite3* h = nullptr;
+  qint64 sum = 0;
+  if (sqlite3_open_v2(db.toUtf8().constData(), &h, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
+    return -1;
+  for (const char* sql : selects) {
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(h, sql, -1, &st, nullptr) != SQLITE_OK)
+      continue;
+    const int columns = sqlite3_column_count(st);
+    while (sqlite3_step(st) == SQLITE_ROW) {
+      for (int c = 0; c < columns; ++c) {
+        switch (sqlite3_column_type(st, c)) {
+        case SQLITE_TEXT:
+          sum += sqlite3_column_bytes(st, c) + (sqlite3_column_text(st, c) ? 1 : 0);
+          break;
+        case SQLITE_FLOAT:
+          sum += qint64(sqlite3_column_double(st, c));
+          break;
+        default:
+          sum += sqlite3_column_int64(st, c);
+        }
+      }
+    }
+    sqlite3_finalize(st);
+  }
+  sqlite3_close(h);
+  return sum;
+}
+
+// Runs f in a child process and returns the doubles it writes back.
+template <int N, typename F> bool inChild(F f, double (&out)[N]) {
+  int fds[2];
+  if (pipe(fds) != 0)
+    return false;
+  const pid_t pid = fork();
+  if (pid == 0) {
+    close(fds[0]);
+    double values[N] = {};
+    const bool ok = f(values);
+    QDir(Utils::tempPath()).removeRecursively();
+    if (ok && write(fds[1], values, sizeof values) != ssize_t(sizeof values))
+      _exit(2);
+    _exit(ok ? 0 : 1);
+  }
+  close(fds[1]);
+  const ssize_t got = read(fds[0], out, sizeof out);
+  close(fds[0]);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return got == ssize_t(sizeof out) && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+QTemporaryDir& root() {
+  static QTemporaryDir dir;
+  return dir;
+}
+
+enum App { Kik, Line };
+
+// values: load CPU s, load wall s, bare CPU s, bare wall s, peak RSS MiB, chats, messages.
+bool measure(App app, const QString& db, double (&values)[7]) {
+  return inChild<7>(
+      [app, db](double* v) {
+        const std::vector<const char*>& selects = app == Kik ? kKikSelects : kLineSelects;
+        bareScan(db, selects); // warm the page cache for both runs alike
+        double cpu = cpuNow();
+        double wall = wallNow();
+        benchmark::DoNotOptimize(bareScan(db, selects));
+        v[2] = cpuNow() - cpu;
+        v[3] = wallNow() - wall;
+
+        OxBackup registry;
+        cpu = cpuNow();
+        wall = wallNow();
+        if (app == Kik) {
+          CKikCollection kik;
+          kik.readDatabase(&registry, nullptr, db);
+        } else {
+          CLineCollection line;
+          line.readDatabase(&registry, nullptr, db);
+        }
+        v[0] = cpuNow() - cpu;
+        v[1] = wallNow() - wall;
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        v[4] = double(usage.ru_maxrss) / 1024.0;
+        OxData* list = app == Kik ? registry.getKikMsg() : registry.getLineMsg();
+        v[5] = list->count(OxData::CountRaw);
+        double messages = 0;
+        for (int i = 0; i < list->count(OxData::CountRaw); ++i)
+          messages += static_cast<OxWhatsappItem*>(list->at(i, false))->detailContent()->messages().size();
+        v[6] = messages;
+        return true;
+      },
+      values);
+}
+
+void BM_Load(benchmark::State& state, App app) {
+  SherdLog::silence();
+  const QString db = root().filePath(app == Kik ? QStringLiteral("kik.sqlite") : QStringLiteral("Line.sqlite"));
+  QString error;
+  const bool written = app == Kik ? fixture::writeKikDatabase(db, kChats, kMessages, &error)
+                                  : fixture::writeLineDatabase(db, kChats, kMessages, &error);
+  if (!written) {
+    state.SkipWithError(qPrintable(error));
+    return;
+  }
+  double v[7] = {};
+  for (auto _ : state) {
+    if (!measure(app, db, v)) {
+      state.SkipWithError("the load failed");
+      return;
+    }
+    state.SetIterationTime(v[1]);
+  }
+  state.counters["load_cpu_s"] = v[0];
+  state.counters["bare_scan_cpu_s"] = v[2];
+  state.counters["bare_scan_wall_s"] = v[3];
+  state.counters["load_over_scan"] = v[2] > 0 ? v[0] / v[2] : 0;
+  state.counters["peak_MiB"] = v[4];
+  state.counters["chats"] = v[5];
+  state.counters["messages"] = v[6];
+}
+} // namespace
+
+BENCHMARK_CAPTURE(BM_Load, kik, Kik)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK_CAPTURE(BM_Load, line, Line)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+
+BENCHMARK_MAIN();
