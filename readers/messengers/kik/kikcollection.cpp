@@ -81,10 +81,7 @@ void CKikCollection::buildChats(CIProgressCallback* sub, OxData* list, const CKi
 
     QStringList labels;
     QSet<QString> seen;
-    for (qint64 key : messages.inMessageOrder(*linked)) {
-      const KikMessage* record = messages.messages().value(key);
-      if (!record)
-        continue;
+    for (const KikMessage* record : messages.inMessageOrder(*linked)) {
       if (!sub->progress(step))
         break;
       OxWhatsappMsg* msg = createMsg(*record, users, media);

@@ -3,7 +3,6 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <utility>
 #include <vector>
 
 // ---- users ----
@@ -99,19 +98,20 @@ bool CKikMessageQuery::onRow(sqlite3_stmt* stmt) {
   return true;
 }
 
-QList<qint64> CKikMessageQuery::inMessageOrder(const QList<qint64>& keys) const {
-  std::vector<std::pair<int, qint64>> placed;
-  placed.reserve(size_t(keys.size()));
+QList<const KikMessage*> CKikMessageQuery::inMessageOrder(const QList<qint64>& keys) const {
+  std::vector<int> positions;
+  positions.reserve(size_t(keys.size()));
   for (qint64 key : keys) {
     const int pos = position(key);
     if (pos >= 0)
-      placed.emplace_back(pos, key);
+      positions.push_back(pos);
   }
-  std::stable_sort(placed.begin(), placed.end(),
-                   [](const std::pair<int, qint64>& a, const std::pair<int, qint64>& b) { return a.first < b.first; });
-  QList<qint64> ordered;
-  ordered.reserve(int(placed.size()));
-  for (const auto& p : placed)
-    ordered.append(p.second);
+  std::sort(positions.begin(), positions.end());
+  QList<const KikMessage*> ordered;
+  ordered.reserve(int(positions.size()));
+  // Row i of the message list is record i; a key's position is its last row,
+  // whose record is the one the key map holds.
+  for (int pos : positions)
+    ordered.append(m_owned.at(pos));
   return ordered;
 }

@@ -116,9 +116,10 @@ public:
   // The position of a key in keys() (its last one if it repeats), -1 when absent.
   int position(qint64 key) const { return m_position.value(key, -1); }
 
-  // Orders message keys by their position in keys(), dropping those the
-  // message table lacks.
-  QList<qint64> inMessageOrder(const QList<qint64>& keys) const;
+  // The records of message keys, ordered by their position in keys(), without
+  // the keys the message table lacks. Uses the position index: no search and
+  // no lookup by key.
+  QList<const KikMessage*> inMessageOrder(const QList<qint64>& keys) const;
 
 protected:
   bool onRow(sqlite3_stmt* stmt) override;

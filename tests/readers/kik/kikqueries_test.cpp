@@ -191,7 +191,10 @@ TEST_F(KikQueries, ChatKeysFollowTheMessageListAndDropUnknownOnes) {
   EXPECT_EQ(q.keys(), (QList<qint64>{27, 30, 29}));
   EXPECT_EQ(q.position(30), 1);
   EXPECT_EQ(q.position(28), -1);
-  EXPECT_EQ(q.inMessageOrder({29, 28, 30, 27}), (QList<qint64>{27, 30, 29}));
+  QList<qint64> ordered;
+  for (const KikMessage* m : q.inMessageOrder({29, 28, 30, 27}))
+    ordered << m->key;
+  EXPECT_EQ(ordered, (QList<qint64>{27, 30, 29}));
 }
 
 // The sample device's database, read as the sqlite3 shell reads it.
