@@ -57,9 +57,13 @@ const Data& data() {
       const QString key = i % 2 ? QStringLiteral("%1-%2-%3").arg(national.left(3), national.mid(3, 3), national.mid(6))
                                 : QStringLiteral("+1 ") + national;
       d->contacts.insert(key, QStringLiteral("Contact %1").arg(i));
-      book << fixture::Contact{i + 1, QStringLiteral("First%1").arg(i), QStringLiteral("Last"), QString(),
-                               {QStringLiteral("(%1) %2-%3").arg(national.left(3), national.mid(3, 3), national.mid(6))},
-                               {}};
+      book << fixture::Contact{
+          i + 1,
+          QStringLiteral("First%1").arg(i),
+          QStringLiteral("Last"),
+          QString(),
+          {QStringLiteral("(%1) %2-%3").arg(national.left(3), national.mid(3, 3), national.mid(6))},
+          {}};
     }
     QList<fixture::StoredCall> calls;
     for (int i = 0; i < kCalls; ++i) {
@@ -70,7 +74,8 @@ const Data& data() {
       c.answered = int(rng() % 2);
       c.duration = double(rng() % 600);
       // Two calls in three from a contact, the rest from unknown numbers.
-      c.address = rng() % 3 ? QStringLiteral("+1") + known.at(int(rng() % kContacts)) : QStringLiteral("+1") + digits(rng, 10);
+      c.address =
+          rng() % 3 ? QStringLiteral("+1") + known.at(int(rng() % kContacts)) : QStringLiteral("+1") + digits(rng, 10);
       c.location = QStringLiteral("Raleigh, NC");
       d->numbers << c.address;
       calls << c;

@@ -93,7 +93,7 @@ private:
     QString name;
   };
   QHash<qint64, QString> m_personNames;
-  QVector<Phone> m_phones;                 // book order
-  QHash<QString, QVector<int>> m_byKey;    // CPhoneNumber::matchKey -> positions in m_phones
-  QHash<QString, QString> m_emails;        // lower-case address -> first name
+  QVector<Phone> m_phones;              // book order
+  QHash<QString, QVector<int>> m_byKey; // CPhoneNumber::matchKey -> positions in m_phones
+  QHash<QString, QString> m_emails;     // lower-case address -> first name
 };

@@ -15,19 +15,19 @@
 struct CallRecord {
   qint64 pk = 0;
   bool answered = false;
-  bool originated = false; // placed by the phone's owner
-  int callType = 0;        // 1 telephone, 8 FaceTime video, 16 FaceTime audio, 0 app call
-  bool faceTimeData = false;    // the FaceTime column is not NULL
+  bool originated = false;         // placed by the phone's owner
+  int callType = 0;                // 1 telephone, 8 FaceTime video, 16 FaceTime audio, 0 app call
+  bool faceTimeData = false;       // the FaceTime column is not NULL
   bool hasServiceProvider = false; // the store records the provider of each call
-  QString serviceProvider;      // com.apple.Telephony, com.apple.FaceTime, an app's bundle id
-  QDateTime date;               // UTC, whole seconds
-  double duration = 0;          // seconds
-  QString address;              // number or e-mail address, as stored
-  QString countryCode;          // two-letter country of the number (newer store)
-  QString name;                 // name stored with the call
-  bool hasLocation = false;     // the store has a location row for the call
+  QString serviceProvider;         // com.apple.Telephony, com.apple.FaceTime, an app's bundle id
+  QDateTime date;                  // UTC, whole seconds
+  double duration = 0;             // seconds
+  QString address;                 // number or e-mail address, as stored
+  QString countryCode;             // two-letter country of the number (newer store)
+  QString name;                    // name stored with the call
+  bool hasLocation = false;        // the store has a location row for the call
   QString location;
-  qint64 personId = -1;         // address-book row id (older store), -1 when none
+  qint64 personId = -1; // address-book row id (older store), -1 when none
 
   // A FaceTime call: the store says so by a non-NULL FaceTime column, except
   // that stores of iOS 14 and later write 0 there for ordinary telephone calls,

@@ -43,7 +43,8 @@ void CCalllistCollection::load(MobileBackup* backup) {
     loadStore(store);
     return;
   }
-  m_oldCallDbPath = backup->generalSqlDbFile(dbFolder, QStringLiteral("WirelessDomain"), QString::fromLatin1(kOldStore));
+  m_oldCallDbPath =
+      backup->generalSqlDbFile(dbFolder, QStringLiteral("WirelessDomain"), QString::fromLatin1(kOldStore));
   if (m_oldCallDbPath.isEmpty() || !QFile::exists(m_oldCallDbPath))
     m_oldCallDbPath = backup->generalSqlDbFile(dbFolder, home(), QString::fromLatin1(kOldStore));
   if (m_oldCallDbPath.isEmpty() || !QFile::exists(m_oldCallDbPath)) {

@@ -31,8 +31,8 @@ public:
 private:
   enum { KeyChars = 6 };
   struct Bucketed {
-    QVector<QString> keys; // prepared keys, in key order
-    QVector<int> names;    // index into m_names of each key
+    QVector<QString> keys;                // prepared keys, in key order
+    QVector<int> names;                   // index into m_names of each key
     QHash<QString, QVector<int>> buckets; // last KeyChars characters -> positions in keys
     void add(const QString& key, int name);
     int first(const QString& prepared) const; // position of the first match, or -1

@@ -36,8 +36,8 @@ void CFileCollection::load(MobileBackup* backup) {
       continue;
     // One folder per record's folder, so that equal names in two subfolders
     // do not overwrite each other.
-    const QString folder = root + QLatin1Char('/') + record.domain + QLatin1Char('/') +
-                           QFileInfo(record.relativePath).path();
+    const QString folder =
+        root + QLatin1Char('/') + record.domain + QLatin1Char('/') + QFileInfo(record.relativePath).path();
     const QString copy = backup->extractFile(i, folder);
     if (copy.isEmpty() || !QFileInfo::exists(copy)) {
       Log(kModule, 0, "The file %s of %s is missing from the backup", record.relativePath.toUtf8().constData(),

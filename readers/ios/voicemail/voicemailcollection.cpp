@@ -54,7 +54,14 @@ void CVoiceMailCollection::load(MobileBackup* backup) {
                                               QStringLiteral("Library/Voicemail/voicemail.db"));
   if (!db.isEmpty() && QFile::exists(db))
     loadVoicemailDb(db);
+  m_seen.clear();
   CFileCollection::load(backup);
+  // Messages the database lists but whose recording the backup lacks (never
+  // downloaded from the carrier, or left out of the backup).
+  for (auto it = m_senders.constBegin(); it != m_senders.constEnd(); ++it)
+    if (!m_seen.contains(it.key()))
+      Log(kModule, 1, "Voicemail %lld from %s has no recording in the backup", it.key(),
+          it.value().toUtf8().constData());
 }
 
 void CVoiceMailCollection::loadVoicemailDb(const QString& path) {
@@ -72,6 +79,10 @@ QString CVoiceMailCollection::senderOf(const QString& recordingName) const {
 }
 
 void CVoiceMailCollection::fillItem(OxFileItem* item, const BackupFileRecord& record) {
+  bool ok = false;
+  const qint64 rowId = QFileInfo(record.fileName()).completeBaseName().toLongLong(&ok);
+  if (ok)
+    m_seen.insert(rowId);
   const QString sender = senderOf(record.fileName());
   if (!sender.isEmpty())
     item->setValue(sender, OxFileItem::ColPhone);

@@ -12,6 +12,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 
 class OxData;
@@ -56,5 +57,6 @@ protected:
   void fillItem(OxFileItem* item, const BackupFileRecord& record) override;
 
 private:
-  QHash<qint64, QString> m_senders;
+  QHash<qint64, QString> m_senders; // ROWID -> caller
+  QSet<qint64> m_seen;              // ROWIDs of the recordings listed
 };

@@ -98,9 +98,15 @@ QStringList addressBookStatements(const QList<Contact>& contacts) {
              .arg(orNull(c.first), orNull(c.last), orNull(c.organization))
              .arg(c.first.isEmpty() && c.last.isEmpty() ? 1 : 0);
     for (const QString& p : c.phones)
-      s << QStringLiteral("INSERT INTO ABMultiValue VALUES (%1, %2, 3, 0, 1, %3, 'g%1')").arg(++uid).arg(c.rowId).arg(quoted(p));
+      s << QStringLiteral("INSERT INTO ABMultiValue VALUES (%1, %2, 3, 0, 1, %3, 'g%1')")
+               .arg(++uid)
+               .arg(c.rowId)
+               .arg(quoted(p));
     for (const QString& e : c.emails)
-      s << QStringLiteral("INSERT INTO ABMultiValue VALUES (%1, %2, 4, 0, 2, %3, 'g%1')").arg(++uid).arg(c.rowId).arg(quoted(e));
+      s << QStringLiteral("INSERT INTO ABMultiValue VALUES (%1, %2, 4, 0, 2, %3, 'g%1')")
+               .arg(++uid)
+               .arg(c.rowId)
+               .arg(quoted(e));
   }
   return s;
 }
@@ -197,10 +203,14 @@ QList<FileSpec> sampleCallHistoryFiles() {
   call(8, day + 99000, QStringLiteral("+15105550177"), 1, 0, 130)->name = QStringLiteral("Pizza Roma");
 
   QList<Contact> contacts;
-  contacts << Contact{1, QStringLiteral("Anna"), QStringLiteral("Berg"), QString(), {QStringLiteral("(415) 555-0123")},
+  contacts << Contact{1,
+                      QStringLiteral("Anna"),
+                      QStringLiteral("Berg"),
+                      QString(),
+                      {QStringLiteral("(415) 555-0123")},
                       {QStringLiteral("Anna.Berg@example.com")}}
-           << Contact{2, QString::fromUtf8("小明"), QString::fromUtf8("王"), QString(), {QStringLiteral("138 0013 8000")},
-                      {}}
+           << Contact{2,         QString::fromUtf8("小明"),         QString::fromUtf8("王"),
+                      QString(), {QStringLiteral("138 0013 8000")}, {}}
            << Contact{3, QString(), QString(), QStringLiteral("Museum Shop"), {QStringLiteral("020 7183 8750")}, {}};
 
   QList<Voicemail> voicemail;

@@ -15,10 +15,10 @@ struct StoredCall {
   int originated = 0;
   double date = 0;
   double duration = 0;
-  QString address;   // stored as a blob, as the phone does
+  QString address; // stored as a blob, as the phone does
   QString countryCode = QStringLiteral("us");
-  QString name;      // empty: NULL
-  QString location;  // empty: NULL
+  QString name;     // empty: NULL
+  QString location; // empty: NULL
   QString serviceProvider = QStringLiteral("com.apple.Telephony");
 };
 
@@ -59,7 +59,8 @@ QByteArray amrRecording(int frames);
 
 // The store in WAL mode, as on the phone: the calls are in the -wal record.
 QList<FileSpec> callHistoryStoreFiles(const QList<StoredCall>& calls);
-QList<FileSpec> oldCallHistoryFiles(const QList<OldCall>& calls, const QString& domain = QStringLiteral("WirelessDomain"));
+QList<FileSpec> oldCallHistoryFiles(const QList<OldCall>& calls,
+                                    const QString& domain = QStringLiteral("WirelessDomain"));
 QList<FileSpec> addressBookFiles(const QList<Contact>& contacts);
 // voicemail.db (rollback journal) and one recording per message.
 QList<FileSpec> voicemailFiles(const QList<Voicemail>& messages);

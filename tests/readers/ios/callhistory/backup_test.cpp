@@ -64,8 +64,8 @@ protected:
 };
 
 TEST_F(CallBackup, WhichStoreAndWhichNames) {
-  const QList<Contact> book{{1, QStringLiteral("Anna"), QStringLiteral("Berg"), QString(),
-                             {QStringLiteral("(415) 555-0123")}, {}}};
+  const QList<Contact> book{
+      {1, QStringLiteral("Anna"), QStringLiteral("Berg"), QString(), {QStringLiteral("(415) 555-0123")}, {}}};
   const QList<StoredCall> newer{storedCall(1, QStringLiteral("+14155550123"))};
   const QList<OldCall> older{{1, QStringLiteral("4155550123"), 1300000000, 10, 4, -1, QString()},
                              {2, QStringLiteral("5550001111"), 1300000100, 10, 4, -1, QString()}};
@@ -78,16 +78,31 @@ TEST_F(CallBackup, WhichStoreAndWhichNames) {
     const char* logged;
   };
   const Case cases[] = {
-      {"newer store, names from the backup's book", callHistoryStoreFiles(newer) + addressBookFiles(book), {},
-       {QStringLiteral("Anna Berg")}, ""},
-      {"newer store, the host's map replaces the book", callHistoryStoreFiles(newer) + addressBookFiles(book), hostMap,
-       {QStringLiteral("+14155550123")}, ""},
-      {"both stores: only the newer one", callHistoryStoreFiles(newer) + oldCallHistoryFiles(older), {},
-       {QStringLiteral("+14155550123")}, "only Library/CallHistoryDB/CallHistory.storedata is read"},
-      {"older store with book and host map", oldCallHistoryFiles(older) + addressBookFiles(book), hostMap,
-       {QStringLiteral("From Host"), QStringLiteral("Anna Berg")}, ""},
-      {"older store in HomeDomain, no book", oldCallHistoryFiles(older, kHome), {},
-       {QStringLiteral("5550001111"), QStringLiteral("4155550123")}, "No address book"},
+      {"newer store, names from the backup's book",
+       callHistoryStoreFiles(newer) + addressBookFiles(book),
+       {},
+       {QStringLiteral("Anna Berg")},
+       ""},
+      {"newer store, the host's map replaces the book",
+       callHistoryStoreFiles(newer) + addressBookFiles(book),
+       hostMap,
+       {QStringLiteral("+14155550123")},
+       ""},
+      {"both stores: only the newer one",
+       callHistoryStoreFiles(newer) + oldCallHistoryFiles(older),
+       {},
+       {QStringLiteral("+14155550123")},
+       "only Library/CallHistoryDB/CallHistory.storedata is read"},
+      {"older store with book and host map",
+       oldCallHistoryFiles(older) + addressBookFiles(book),
+       hostMap,
+       {QStringLiteral("From Host"), QStringLiteral("Anna Berg")},
+       ""},
+      {"older store in HomeDomain, no book",
+       oldCallHistoryFiles(older, kHome),
+       {},
+       {QStringLiteral("5550001111"), QStringLiteral("4155550123")},
+       "No address book"},
       {"no call store", addressBookFiles(book), {}, {}, "No call history"},
   };
   for (const Case& c : cases) {
@@ -97,8 +112,8 @@ TEST_F(CallBackup, WhichStoreAndWhichNames) {
     collection.load(open(c.files));
     EXPECT_EQ(names(list), c.names) << c.what;
     if (*c.logged) {
-      EXPECT_FALSE(log.filter(QString::fromUtf8(c.logged)).isEmpty())
-          << c.what << "\n" << log.join(QLatin1Char('\n')).toStdString();
+      EXPECT_FALSE(log.filter(QString::fromUtf8(c.logged)).isEmpty()) << c.what << "\n"
+                                                                      << log.join(QLatin1Char('\n')).toStdString();
     }
   }
 }
@@ -153,6 +168,7 @@ TEST_F(CallBackup, VoicemailRecordings) {
   EXPECT_EQ(byName.value(QStringLiteral("8.amr"))->value(1), QString());
   EXPECT_FALSE(log.filter(QStringLiteral("Library/Voicemail/3.amr")).isEmpty()) << log.join('\n').toStdString();
   EXPECT_FALSE(log.filter(QStringLiteral("empty file Library/Voicemail/9.amr")).isEmpty());
+  EXPECT_FALSE(log.filter(QStringLiteral("Voicemail 3 from +15550001111 has no recording")).isEmpty());
 }
 
 TEST_F(CallBackup, RealVoicemailDbWithoutMessages) {

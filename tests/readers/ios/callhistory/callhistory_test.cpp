@@ -1,5 +1,5 @@
-#include "readers/ios/callhistory/calllistcollection.h"
 #include "readers/ios/callhistory/callhistoryqueries.h"
+#include "readers/ios/callhistory/calllistcollection.h"
 
 #include "model/oxcallhistoryitem.h"
 #include "model/oxdata.h"
@@ -56,8 +56,9 @@ QList<Row> rows(OxData& list) {
   QList<Row> out;
   for (int i = 0; i < list.count(0); ++i) {
     OxAbstractItem* item = list.at(i, false);
-    out << Row{item->value(0), item->value(1), item->value(2), item->value(3), item->value(4), item->value(5),
-               item->sortValue(5), item->sortValue(3).isValid() || !item->value(3).isEmpty()};
+    out << Row{
+        item->value(0), item->value(1), item->value(2),     item->value(3),
+        item->value(4), item->value(5), item->sortValue(5), item->sortValue(3).isValid() || !item->value(3).isEmpty()};
   }
   return out;
 }
@@ -190,16 +191,20 @@ TEST_F(CallHistory, DateLocationAndNames) {
 TEST_F(CallHistory, OlderStoreWithAddressBook) {
   const qint64 t = 1300000000; // 2011-03-13
   const QList<fixture::OldCall> calls{
-      {1, QStringLiteral("+14155550123"), t, 65, 5, -1, QString()},          // outgoing, address book by number
-      {2, QStringLiteral("4155550123"), t + 10, 0, 4, -1, QString()},        // missed
-      {3, QStringLiteral("+442071838750"), t + 20, 12, 4, 2, QString()},     // answered, by person id
-      {4, QStringLiteral("+33 1 23 45 67 89"), t + 30, 0, 5, -1, QString()}, // cancelled, nobody's
+      {1, QStringLiteral("+14155550123"), t, 65, 5, -1, QString()},           // outgoing, address book by number
+      {2, QStringLiteral("4155550123"), t + 10, 0, 4, -1, QString()},         // missed
+      {3, QStringLiteral("+442071838750"), t + 20, 12, 4, 2, QString()},      // answered, by person id
+      {4, QStringLiteral("+33 1 23 45 67 89"), t + 30, 0, 5, -1, QString()},  // cancelled, nobody's
       {5, QStringLiteral("anna@example.com"), t + 40, 80, 17, -1, QString()}, // FaceTime placed
       {6, QStringLiteral("+8613800138000"), t + 50, 5, 4, -1, QStringLiteral("Cached")},
       {7, QStringLiteral("+49 30 1234567"), t + 60, 5, 4, 99, QString()}, // unknown person: the host's id map
   };
   const QList<fixture::Contact> contacts{
-      {1, QStringLiteral("Anna"), QStringLiteral("Berg"), QString(), {QStringLiteral("(415) 555-0123")},
+      {1,
+       QStringLiteral("Anna"),
+       QStringLiteral("Berg"),
+       QString(),
+       {QStringLiteral("(415) 555-0123")},
        {QStringLiteral("Anna@Example.com")}},
       {2, QString(), QString(), QStringLiteral("Museum Shop"), {}, {}},
       {3, QString::fromUtf8("小明"), QString::fromUtf8("王"), QString(), {QStringLiteral("138 0013 8000")}, {}},
@@ -234,11 +239,11 @@ TEST_F(CallHistory, OlderStoreWithAddressBook) {
 
 TEST_F(CallHistory, OldestSchemasLackColumns) {
   // The first systems' table: no cached name, no person, no FaceTime column.
-  const QString db = writeDb(
-      dir, QStringLiteral("call_history.db"),
-      {QStringLiteral("CREATE TABLE call (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, address TEXT, date INTEGER,"
-                      " duration INTEGER, flags INTEGER)"),
-       QStringLiteral("INSERT INTO call VALUES (1, '5550100200', 1200000000, 30, 5)")});
+  const QString db =
+      writeDb(dir, QStringLiteral("call_history.db"),
+              {QStringLiteral("CREATE TABLE call (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, address TEXT, date INTEGER,"
+                              " duration INTEGER, flags INTEGER)"),
+               QStringLiteral("INSERT INTO call VALUES (1, '5550100200', 1200000000, 30, 5)")});
   CCalllistCollection collection(&list, {}, {});
   collection.loadOldStore(db);
   ASSERT_EQ(list.count(0), 1);
@@ -327,7 +332,7 @@ TEST_F(CallHistory, RealStoreIos13AllRowsInTheLog) {
   for (int i = 0; i < list.count(0); ++i) {
     const OxAbstractItem* item = list.at(i, false);
     EXPECT_EQ(item->value(0), item->value(1) == QLatin1String("joshua.hickman1@me.com") ? QStringLiteral("Josh Hickman")
-                                                                                         : item->value(1));
+                                                                                        : item->value(1));
   }
 }
 
@@ -359,7 +364,8 @@ TEST_F(CallHistory, RealStoreIos14ZeroInTheFaceTimeColumn) {
     faceTime += item->value(4).contains(QLatin1String("FaceTime"));
     // "(919) 888-7386" in the book names both spellings of the number.
     const bool known = item->value(1).endsWith(QLatin1String("9198887386"));
-    EXPECT_EQ(item->value(0), known ? QStringLiteral("This Is DFIR Two") : item->value(1)) << item->value(1).toStdString();
+    EXPECT_EQ(item->value(0), known ? QStringLiteral("This Is DFIR Two") : item->value(1))
+        << item->value(1).toStdString();
   }
   EXPECT_EQ(faceTime, 5);
 }
@@ -379,7 +385,7 @@ TEST_F(CallHistory, RealAddressBooks) {
       {"addressbook-ios15", 9, "+1 919 208 4530", "", "Liz"},
       {"addressbook-ios15", 9, "9192084530", "us", "Liz"},
       {"addressbook-ios15", 9, "ThisIsDFIRThree@gmail.com", "", "ThisIs DFIRThree"},
-      {"addressbook-ios15", 9, "+44 919 208 4530", "", ""}, // another country
+      {"addressbook-ios15", 9, "+44 919 208 4530", "", ""},                          // another country
       {"addressbook-ios16", 1, "BillTheMegaKill@iCloud.com", "", "William Phorger"}, // all in the -wal
       {"addressbook-ios16", 1, "+19195790479", "", ""},
   };
