@@ -217,7 +217,12 @@ QList<FileSpec> sampleCallHistoryFiles() {
   voicemail << Voicemail{1, 1650535200, QStringLiteral("+14155550123"), 3}
             << Voicemail{2, 1650621600, QStringLiteral("+442071838750"), 2};
 
-  return callHistoryStoreFiles(calls) + addressBookFiles(contacts) + voicemailFiles(voicemail);
+  // The phone kept the store of its first system beside the current one; only
+  // the current one is read.
+  const QList<OldCall> older{{1, QStringLiteral("+14155550123"), 1262340000, 60, 5, 1, QString()}};
+
+  return callHistoryStoreFiles(calls) + oldCallHistoryFiles(older) + addressBookFiles(contacts) +
+         voicemailFiles(voicemail);
 }
 
 } // namespace fixture
