@@ -188,6 +188,30 @@ TEST_F(KikChats, ChatsWithoutMessagesAndUnknownUsers) {
   EXPECT_EQ(nobody->detailContent()->messages().size(), 1);
 }
 
+// With chat building off, the attachments of every message are registered
+// and no chat is made.
+TEST_F(KikChats, MediaOnlyRegistersAttachments) {
+  KikStore s;
+  s.users = {{2, QStringLiteral("Ann"), QStringLiteral("ann_x@talk.kik.com")}};
+  s.chats = {{1, 2}};
+  s.messages = {{1, 1, 16, 4, 2, 10, QStringLiteral("c1")}, {2, 1, 16, 0, 2, 20, QStringLiteral("text")},
+                {3, 1, 16, 4, 2, 30, QStringLiteral("c3")}};
+  s.chatMessages = {{1, 1}, {1, 2}}; // message 3 is in no chat and still counts
+  s.attachments = {{1, 7, 1, QStringLiteral("c1")}, {2, 6, 3, QStringLiteral("c3")}};
+  FolderKik kik(dir.path());
+  kik.setSwitches(false, true);
+  OxBackup registry;
+  kik.readDatabase(&registry, nullptr, writeDb(s));
+  EXPECT_EQ(registry.getKikMsg()->count(OxData::CountRaw), 0);
+  EXPECT_EQ(kik.registered, (QStringList{QStringLiteral("attachments/c1|content_manager/data_cache/c1|2"),
+                                         QStringLiteral("attachments/c3|content_manager/data_cache/c3|1")}));
+  // Both switches off: nothing at all.
+  FolderKik none(dir.path());
+  none.setSwitches(false, false);
+  none.readDatabase(&registry, nullptr, writeDb(s));
+  EXPECT_TRUE(none.registered.isEmpty());
+}
+
 TEST_F(KikChats, MissingTablesLeaveTheListEmpty) {
   const QString path = dir.filePath(QStringLiteral("empty.sqlite"));
   QByteArray db;
@@ -238,6 +262,37 @@ TEST_F(KikChats, AStoppedLoadKeepsWhatWasAppended) {
   OxBackup registry;
   kik.readDatabase(&registry, &sink, db);
   EXPECT_EQ(registry.getKikMsg()->count(OxData::CountRaw), 1);
+}
+
+// A sink that adds up what it is told.
+class Summing : public CIProgressCallback {
+public:
+  void initRange(int range) override { m_range = range; }
+  int range() override { return m_range; }
+  bool progress(double amount) override {
+    total += amount;
+    return true;
+  }
+  bool finish() override { return true; }
+  void download(bool) override {}
+  double total = 0;
+
+private:
+  int m_range = 1200;
+};
+
+TEST_F(KikChats, ProgressSharesOfQueriesAndBuilding) {
+  KikStore s;
+  s.users = {{1, QStringLiteral("A"), QString()}};
+  s.chats = {{1, 1}};
+  s.messages = {{1, 1, 16, 0, 1, 1, QStringLiteral("a")}, {2, 1, 16, 0, 1, 2, QStringLiteral("b")}};
+  s.chatMessages = {{1, 1}, {1, 2}};
+  Summing sink;
+  FolderKik kik(dir.path());
+  OxBackup registry;
+  kik.readDatabase(&registry, &sink, writeDb(s));
+  // Six queries of a twelfth each (100 of 1,200), and half for the chats.
+  EXPECT_NEAR(sink.total, 6 * 100 + 600, 1e-6);
 }
 
 // ---- in a backup ----
