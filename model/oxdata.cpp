@@ -4,6 +4,7 @@
 #include "model/oxcalendaritem.h"
 #include "model/oxcallhistoryitem.h"
 #include "model/oxnoteitem.h"
+#include "model/oxsafaribookmarkitem.h"
 #include "model/oxwhatsappitem.h"
 #include "model/rankedtree.h"
 #include "platform/common/commonutils.h"
@@ -151,7 +152,18 @@ const OxAbstractItem* OxData::layoutItem() const {
     return m_lists->raw.at(0);
   if (m_dataType >= 0 && m_dataType <= 6)
     return &chatPrototype();
-  return nullptr;
+  // The built-in apps' lists show their headers while empty too.
+  static const OxNoteItem note;
+  static const OxCalendarItem event;
+  static const OxSafariBookmarkItem bookmark;
+  static const OxCallHistoryItem call;
+  switch (m_dataType) {
+  case 7: return &note;
+  case 8: return &event;
+  case 9: return &bookmark;
+  case 10: return &call;
+  default: return nullptr;
+  }
 }
 
 int OxData::column() const {

@@ -68,7 +68,8 @@ public:
   QString value(int row, int column);
   QVariant sortValue(int row, int column);
   // The column layout of the list's item kind: taken from the first item, or,
-  // for an empty messenger list, from a chat item; 0 and "" otherwise.
+  // for an empty list, from the kind its data type holds (chats for 0 to 6,
+  // notes, events, bookmarks and calls for 7 to 10); 0 and "" otherwise.
   int column() const;
   int dataColumn() const;
   QString columnName(int column);

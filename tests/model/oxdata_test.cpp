@@ -151,11 +151,18 @@ TEST(OxDataAccess, ColumnLayoutOfTheItemKind) {
   EXPECT_EQ(chats.dataColumn(), 2);
   EXPECT_EQ(chats.column(), 2);
   EXPECT_EQ(chats.columnName(1), QStringLiteral("Date"));
+  struct Row {
+    int type, dataColumn;
+    const char* first;
+  } rows[] = {{7, 5, "Title"}, {8, 11, "Title"}, {9, 3, "Title"}, {10, 6, "Name"}, {11, 0, ""}};
+  for (const auto& r : rows) {
+    OxData empty(r.type);
+    EXPECT_EQ(empty.dataColumn(), r.dataColumn) << r.type;
+    EXPECT_EQ(empty.columnName(0), QString::fromLatin1(r.first)) << r.type;
+  }
   OxData notes(7);
-  EXPECT_EQ(notes.dataColumn(), 0);
-  EXPECT_EQ(notes.columnName(0), QString());
   notes.append(new TreeItem(QStringLiteral("n"), QStringLiteral("Notes"), QString()));
-  EXPECT_EQ(notes.dataColumn(), 8);
+  EXPECT_EQ(notes.dataColumn(), 8); // the first item decides once there is one
 }
 
 struct Fixture {
