@@ -12,6 +12,10 @@
 #include <QString>
 
 #include <cmath>
+#include <cstdlib>
+#include <ctime>
+#include <mutex>
+#include <string>
 
 namespace {
 // 2001-01-01T00:00:00Z in seconds since the Unix epoch.
@@ -150,10 +154,35 @@ bool CCommonUtils::clearDir(const QString& path) {
 }
 
 namespace {
+// The date in the host's local time. QDateTime::toLocalTime() resets the C
+// library's zone (tzset) on every call, which re-reads the zone file when TZ
+// is unset and dominated loads of many dated rows; here the zone is reset only
+// when TZ changes, and the offset of the moment comes from localtime_r.
+QDateTime toLocal(const QDateTime& date) {
+  static std::mutex mutex;
+  static std::string lastTz;
+  static bool initialised = false;
+  {
+    const char* tz = std::getenv("TZ");
+    const std::string current = tz ? std::string(1, '=') + tz : std::string();
+    std::lock_guard<std::mutex> lock(mutex);
+    if (!initialised || current != lastTz) {
+      tzset();
+      lastTz = current;
+      initialised = true;
+    }
+  }
+  const time_t seconds = time_t(date.toSecsSinceEpoch());
+  struct tm parts;
+  if (!localtime_r(&seconds, &parts))
+    return date.toLocalTime();
+  return date.toOffsetFromUtc(int(parts.tm_gmtoff));
+}
+
 QString formatDate(const QDateTime& date, bool local, const QString& format) {
   if (!date.isValid())
     return QString();
-  return (local ? date.toLocalTime() : date.toUTC()).toString(format);
+  return (local ? toLocal(date) : date.toUTC()).toString(format);
 }
 } // namespace
 
@@ -172,7 +201,7 @@ QString CCommonUtils::datetimeToMinute(const QDateTime& date, bool local) {
 QString CCommonUtils::datetimeToMinuteCheckNoYear(const QDateTime& date, bool withTime) {
   if (!date.isValid())
     return QString();
-  const QDateTime shown = withTime ? date.toLocalTime() : date.toUTC();
+  const QDateTime shown = withTime ? toLocal(date) : date.toUTC();
   const bool noYear = shown.date().year() == 1604;
   if (withTime)
     return shown.toString(noYear ? QStringLiteral("MM-dd HH:mm") : QStringLiteral("yyyy-MM-dd HH:mm"));

@@ -128,3 +128,24 @@ TEST(CommonUtilsFiles, UniqFileNameCountsUpPastTakenNames) {
   EXPECT_EQ(CCommonUtils::uniqFileName(dir.path(), QStringLiteral("README")), dir.filePath(QStringLiteral("README (1)")));
 }
 } // namespace
+
+namespace {
+TEST_F(CommonUtilsText, LocalTextsFollowDaylightSavingAndZoneChanges) {
+  const QDateTime winter(QDate(2021, 1, 15), QTime(12, 0), Qt::UTC);
+  const QDateTime summer(QDate(2021, 7, 15), QTime(12, 0), Qt::UTC);
+  struct Row {
+    const char* tz;
+    const char* winter;
+    const char* summer;
+  } rows[] = {
+      {"Europe/Oslo", "2021-01-15 13:00", "2021-07-15 14:00"},
+      {"America/New_York", "2021-01-15 07:00", "2021-07-15 08:00"},
+      {"UTC-2", "2021-01-15 14:00", "2021-07-15 14:00"},
+  };
+  for (const auto& r : rows) {
+    qputenv("TZ", r.tz); // changed between calls: the zone must follow
+    EXPECT_EQ(CCommonUtils::datetimeToMinute(winter, true), QString::fromLatin1(r.winter)) << r.tz;
+    EXPECT_EQ(CCommonUtils::datetimeToMinute(summer, true), QString::fromLatin1(r.summer)) << r.tz;
+  }
+}
+} // namespace
