@@ -315,6 +315,7 @@ TEST(IosNote, DamagedRowsKeepTheRestOfTheNote) {
   EXPECT_EQ(store.getNote(2)->title, QStringLiteral("empty body"));
   const IosNote::Note* orphanNote = store.getNote(3);
   EXPECT_TRUE(orphanNote->folder.isEmpty());
+  EXPECT_EQ(orphanNote->account, QStringLiteral("iCloud")); // from the note's own account column
   ASSERT_EQ(orphanNote->pieces.size(), 2);
   EXPECT_EQ(orphanNote->pieces[1].typeId, QStringLiteral("public.jpeg"));
   EXPECT_TRUE(orphanNote->pieces[1].mediaId.isEmpty());
