@@ -5,6 +5,9 @@ BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
 CMAKE_GEN  := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
+# Tests that use Qt's GUI classes run without a display, also when the build
+# lists their test cases.
+export QT_QPA_PLATFORM ?= offscreen
 CTEST_ARGS ?= --output-on-failure -j $(JOBS) --timeout 600
 
 .PHONY: all setup build build-asan demo test test-plain test-asan bench format clean
