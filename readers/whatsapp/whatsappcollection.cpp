@@ -99,7 +99,16 @@ void CWhatsappCollection::buildChats(CIProgressCallback* sub, OxData* list, cons
 
   const QMap<qint64, WAGroupMember*>& memberMap = members.members();
   const QMap<qint64, WAMediaItem*>& mediaMap = media.mediaItems();
-  const QMap<qint64, WAMessage*>& messageMap = messages.messageMap();
+  // Parents by pk, gathered on the first message that has one.
+  QHash<qint64, const WAMessage*> byPk;
+  auto parentOf = [&](qint64 pk) -> const WAMessage* {
+    if (byPk.isEmpty()) {
+      byPk.reserve(all.size());
+      for (const WAMessage* m : all)
+        byPk.insert(m->pk, m); // a later row of the same pk wins
+    }
+    return byPk.value(pk, nullptr);
+  };
   const QMap<qint64, QList<WAGroupMember*>>& bySession = members.membersBySession();
   const QMap<QString, QString>& pictureMap = pictures.pictures();
 
@@ -132,7 +141,7 @@ void CWhatsappCollection::buildChats(CIProgressCallback* sub, OxData* list, cons
           break;
         }
         const WAMessage* record = all.at(i);
-        const WAMessage* parent = record->parentMessage != 0 ? messageMap.value(record->parentMessage) : nullptr;
+        const WAMessage* parent = record->parentMessage != 0 ? parentOf(record->parentMessage) : nullptr;
         if (OxWhatsappMsg* msg = createMsg(*record, parent, memberMap, mediaMap, &membersByJid))
           chat->addMessage(msg);
       }

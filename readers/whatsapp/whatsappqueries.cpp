@@ -105,8 +105,18 @@ bool CWAMessageQuery::onRow(sqlite3_stmt* stmt) {
   m->text = columnText(stmt, 10);
   m->toJid = columnText(stmt, 11);
   m_messages.append(m);
-  m_byPk.insert(m->pk, m);
+  m_byPkBuilt = false;
   return true;
+}
+
+const QMap<qint64, WAMessage*>& CWAMessageQuery::messageMap() const {
+  if (!m_byPkBuilt) {
+    m_byPk.clear();
+    for (WAMessage* m : m_messages)
+      m_byPk.insert(m->pk, m);
+    m_byPkBuilt = true;
+  }
+  return m_byPk;
 }
 
 bool CWAMessageQuery::isSentStatus(int status) { return status != 0 && (status & 3) != 3; }

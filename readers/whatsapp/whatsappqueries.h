@@ -120,7 +120,11 @@ public:
   CWAMessageQuery();
   ~CWAMessageQuery() override;
   const QList<WAMessage*>& messages() const { return m_messages; }
-  const QMap<qint64, WAMessage*>& messageMap() const { return m_byPk; }
+  // By pk; a later row of the same pk wins. Built on first use from the list:
+  // a million inserts into a tree cost as much as reading the rows, and the
+  // chat building looks messages up by key only for the few that have a
+  // parent.
+  const QMap<qint64, WAMessage*>& messageMap() const;
 
   // A status counts as sent when it is non-zero and its two low bits are not
   // both set.
@@ -141,7 +145,8 @@ protected:
 
 private:
   QList<WAMessage*> m_messages;
-  QMap<qint64, WAMessage*> m_byPk;
+  mutable QMap<qint64, WAMessage*> m_byPk;
+  mutable bool m_byPkBuilt = false;
 };
 
 // Profile picture paths by jid; a later row of the same jid wins.

@@ -236,8 +236,10 @@ WhatsappDb chatRows() {
             << WaMember{3, 2, QStringLiteral("333@s.whatsapp.net"), QStringLiteral("Cleo"), 7};
   // Anna: the notice shows nothing; after the newest-first sort the end of the
   // list is the oldest message.
+  WaMessage copy = message(5, 1, 5, 35, "forwarded");
+  copy.parent = 2;
   d.messages << message(1, 1, 1, 10, "", 10) << message(2, 1, 2, 20, "first") << message(3, 1, 3, 30, "second")
-             << message(4, 1, 4, 40, "", 1);
+             << message(4, 1, 4, 40, "", 1) << copy;
   // Group: the oldest message is a picture without name; a member the table
   // lacks; a message of a chat that does not exist.
   WaMessage cleo = message(11, 2, 2, 6, "hello group");
@@ -269,7 +271,7 @@ TEST_F(WhatsappCollection, ChatItemsFromSessionsMembersAndMessages) {
     const char* picture;
     int messages;
   } rows[] = {
-      {"Anna", "Anna(+111)", "+111", 20, "first", "/local/Media/Profile/111-1.jpg", 3},
+      {"Anna", "Anna(+111)", "+111", 20, "first", "/local/Media/Profile/111-1.jpg", 4},
       {"Group", "Anna(+111),Cleo(+333)", "+111,+222,+333", 5, "hello group", "", 3},
       {"Empty", "Empty", "+444", -1, "", "", 0},
   };
@@ -289,6 +291,10 @@ TEST_F(WhatsappCollection, ChatItemsFromSessionsMembersAndMessages) {
     for (int i = 1; i < msgs.size(); ++i)
       EXPECT_FALSE(msgs[i - 1]->msgDate() < msgs[i]->msgDate()) << row.name << ": newest first";
   }
+  const QList<OxWhatsappMsg*>& anna = itemNamed(list, QStringLiteral("Anna"))->detailContent()->messages();
+  EXPECT_EQ(anna[1]->content(), QStringLiteral("forwarded"));
+  EXPECT_TRUE(anna[1]->isBroadcast());
+  EXPECT_FALSE(anna[2]->isBroadcast());
   OxWhatsappItem* group = itemNamed(list, QStringLiteral("Group"));
   const QList<OxWhatsappMsg*>& msgs = group->detailContent()->messages();
   EXPECT_EQ(msgs[0]->content(), QStringLiteral("later"));
@@ -315,8 +321,8 @@ TEST_F(WhatsappCollection, ProgressSharesAndStops) {
                                      [](const WaMessage& m) { return m.session > 3; }),
                       rows.messages.end());
   const QString db = writeDb(dir, rows);
-  const int messageCount = rows.messages.size(); // 7
-  const int annaMessages = 4;                    // reported, the notice included
+  const int messageCount = rows.messages.size(); // 8
+  const int annaMessages = 5;                    // reported, the notice included
 
   struct Row {
     const char* name;
