@@ -1,0 +1,229 @@
+// Cost of a WhatsApp load: a generated ChatStorage.sqlite of 1,000,000 and
+// 2,000,000 messages in 2,000 chats (every tenth message a picture whose
+// thumbnail is in the backup), loaded through WhatsappService::loadWhatsappOnly(0),
+// beside a bare SQLite scan of the reader's five SELECTs on the same file.
+//
+// Each backup is written, and each load measured, in a child process of its
+// own, so that the peak memory (getrusage) is the load's alone and the second
+// size does not inherit the first one's heap.
+#include "model/oxdata.h"
+#include "platform/common/log.h"
+#include "platform/common/utils.h"
+#include "service/whatsappservice.h"
+#include "tests/support/apps/whatsapp.h"
+#include "tests/support/backupfixture.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <map>
+
+namespace {
+constexpr int kChats = 2000;
+
+const char* const kSelects[] = {
+    "select z_pk, zcontactabid, zsessiontype, zpartnername, zcontactjid, zremoved from zwachatsession "
+    "where zhidden = 0 order by zlastmessagedate desc",
+    "select z_pk, zcontactabid, zchatsession, zcontactname, zmemberjid from zwagroupmember",
+    "select z_pk, zfilesize, zmovieduration, zmessage, zmedialocalpath, zmediaurl, zvcardname, zvcardstring, "
+    "zxmppthumbpath, ztitle, zauthorname from zwamediaitem",
+    "select z_pk, zgroupeventtype, zisfromme, zmessagestatus, zmessagetype, zchatsession, zgroupmember, zmediaitem, "
+    "zparentmessage, zmessagedate, ztext, ztojid from zwamessage order by zchatsession, zsort",
+    "select zjid, zpath from zwaprofilepictureitem",
+};
+
+double cpuNow() {
+  timespec ts{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return double(ts.tv_sec) + double(ts.tv_nsec) / 1e9;
+}
+double wallNow() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// Every row of the five statements, every column read as SQLite hands it out.
+qint64 bareScan(const QString& db) {
+  sqlite3* h = nullptr;
+  qint64 sum = 0;
+  if (sqlite3_open_v2(db.toUtf8().constData(), &h, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
+    return -1;
+  for (const char* sql : kSelects) {
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(h, sql, -1, &st, nullptr) != SQLITE_OK)
+      continue;
+    const int columns = sqlite3_column_count(st);
+    while (sqlite3_step(st) == SQLITE_ROW) {
+      for (int c = 0; c < columns; ++c) {
+        switch (sqlite3_column_type(st, c)) {
+        case SQLITE_TEXT:
+          sum += sqlite3_column_bytes(st, c) + (sqlite3_column_text(st, c) ? 1 : 0);
+          break;
+        case SQLITE_FLOAT:
+          sum += qint64(sqlite3_column_double(st, c));
+          break;
+        default:
+          sum += sqlite3_column_int64(st, c);
+        }
+      }
+    }
+    sqlite3_finalize(st);
+  }
+  sqlite3_close(h);
+  return sum;
+}
+
+// Runs f in a child process and returns the doubles it writes back; empty
+// when the child fails.
+template <int N, typename F> bool inChild(F f, double (&out)[N]) {
+  int fds[2];
+  if (pipe(fds) != 0)
+    return false;
+  const pid_t pid = fork();
+  if (pid == 0) {
+    close(fds[0]);
+    double values[N] = {};
+    const bool ok = f(values);
+    // The child's scratch folder: _exit skips the clean-up at process end.
+    QDir(Utils::tempPath()).removeRecursively();
+    if (ok && write(fds[1], values, sizeof values) != ssize_t(sizeof values))
+      _exit(2);
+    _exit(ok ? 0 : 1);
+  }
+  close(fds[1]);
+  const ssize_t got = read(fds[0], out, sizeof out);
+  close(fds[0]);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return got == ssize_t(sizeof out) && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// The generated backups, one per size, written once per run.
+QTemporaryDir& root() {
+  static QTemporaryDir dir;
+  return dir;
+}
+
+QString backupName(int messages) { return QStringLiteral("wa%1").arg(messages); }
+
+bool writeGeneratedBackup(int messages) {
+  double unused[1];
+  return inChild<1>(
+      [messages](double*) {
+        QList<fixture::FileSpec> files = fixture::whatsappDbFilesFrom(
+            fixture::whatsappSchema(false) + fixture::whatsappGeneratedInserts(messages, kChats, true));
+        if (files.isEmpty())
+          return false;
+        // The thumbnails of the pictures, as the generator names them.
+        for (int m = 1; m <= messages / 10; ++m) {
+          const qint64 partner = 49151000000LL + (qint64(m) * 10 - 1) % kChats + 1;
+          files << fixture::whatsappMediaFile(
+              QStringLiteral("Media/%1@s.whatsapp.net/%2/%3/%4.thumb").arg(partner).arg(m % 16).arg(m % 7).arg(m));
+        }
+        fixture::BackupSpec spec;
+        QString error;
+        if (!fixture::writeBackup(root().filePath(backupName(messages)), spec, files, &error)) {
+          std::fprintf(stderr, "cannot write the benchmark backup: %s\n", qPrintable(error));
+          return false;
+        }
+        return true;
+      },
+      unused);
+}
+
+// values: load CPU s, load wall s, bare scan CPU s, bare scan wall s, peak RSS MiB, chats, messages.
+bool measure(int messages, double (&values)[7]) {
+  return inChild<7>(
+      [messages](double* v) {
+        const QString folder = root().filePath(backupName(messages));
+        const QString db = fixture::storedPath(folder, fixture::BackupSpec(), fixture::whatsappGroupDomain(),
+                                               QStringLiteral("ChatStorage.sqlite"));
+        // Warm the page cache for both runs alike.
+        bareScan(db);
+        double cpu = cpuNow();
+        double wall = wallNow();
+        benchmark::DoNotOptimize(bareScan(db));
+        v[2] = cpuNow() - cpu;
+        v[3] = wallNow() - wall;
+
+        qputenv("SHERD_BACKUP_ROOT", root().path().toUtf8());
+        WhatsappService service(backupName(messages), false);
+        cpu = cpuNow();
+        wall = wallNow();
+        const bool opened = service.onBeginLoadWhatsappOnly();
+        if (opened)
+          service.loadWhatsappOnly(0);
+        service.onEndLoadWhatsappOnly();
+        if (!opened)
+          return false;
+        v[0] = cpuNow() - cpu;
+        v[1] = wallNow() - wall;
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        v[4] = double(usage.ru_maxrss) / 1024.0;
+        OxData* list = service.getOxData(0);
+        v[5] = list->count(OxData::CountRaw);
+        v[6] = double(list->size(OxData::CountRaw));
+        return true;
+      },
+      values);
+}
+
+std::map<int, double>& loadSeconds() {
+  static std::map<int, double> s;
+  return s;
+}
+
+void BM_WhatsappLoad(benchmark::State& state) {
+  SherdLog::silence();
+  // Made here, before any fork, so that every child writes into the same one.
+  if (!root().isValid()) {
+    state.SkipWithError("no temporary folder");
+    return;
+  }
+  const int messages = int(state.range(0));
+  if (!writeGeneratedBackup(messages)) {
+    state.SkipWithError("cannot write the backup");
+    return;
+  }
+  double v[7] = {};
+  for (auto _ : state) {
+    if (!measure(messages, v)) {
+      state.SkipWithError("the load failed");
+      return;
+    }
+    state.SetIterationTime(v[1]);
+  }
+  loadSeconds()[messages] = v[0];
+  state.counters["messages"] = messages;
+  state.counters["chats"] = v[5];
+  state.counters["load_cpu_s"] = v[0];
+  state.counters["load_wall_s"] = v[1];
+  state.counters["bare_scan_cpu_s"] = v[2];
+  state.counters["bare_scan_wall_s"] = v[3];
+  state.counters["ratio_to_scan"] = v[0] / v[2];
+  state.counters["peak_rss_MiB"] = v[4];
+  if (loadSeconds().count(1000000) && messages == 2000000)
+    state.counters["ratio_to_1M"] = v[0] / loadSeconds()[1000000];
+  QDir(root().filePath(backupName(messages))).removeRecursively();
+}
+} // namespace
+
+BENCHMARK(BM_WhatsappLoad)->Arg(1000000)->Arg(2000000)->Iterations(1)->UseManualTime()->Unit(benchmark::kSecond);
+
+int main(int argc, char** argv) {
+  QCoreApplication app(argc, argv);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}
