@@ -2,7 +2,6 @@
 
 #include "platform/backup/mobilebackup.h"
 #include "platform/common/log.h"
-#include "platform/common/utils.h"
 #include "service/progress.h"
 
 #include <QDateTime>
@@ -19,9 +18,7 @@ const QString kAttachments = QStringLiteral("/attachments/");
 // How much of a file is read to tell its type.
 const qint64 kHeaderProbe = 32;
 
-QString slashed(const QString& path) {
-  return path.startsWith(QLatin1Char('/')) ? path : QLatin1Char('/') + path;
-}
+QString slashed(const QString& path) { return MessengerFiles::slashed(path); }
 
 QByteArray headerOf(const QString& path, bool* opened) {
   QFile file(path);
@@ -77,31 +74,18 @@ bool CKikiTunesCollection::scanRecord(int index, const BackupFileRecord& record)
       key = path;
   }
   if (!key.isEmpty())
-    m_files.insert(key, KikFileEntry{index, record.domain, record.relativePath, record.modified, record.size});
+    m_files.insert(key, index, record);
   return true;
 }
 
-const KikFileEntry* CKikiTunesCollection::findFile(const QString& path) const {
-  const auto it = m_files.constFind(slashed(path));
-  return it == m_files.constEnd() ? nullptr : &it.value();
-}
-
 QString CKikiTunesCollection::dbFilePath(const QString& name) {
-  const auto it = m_files.constFind(baseFolder() + name);
-  if (it == m_files.constEnd() || !m_backup)
-    return QString();
-  return m_backup->generalSqlDbFile(Utils::tempPath() + QStringLiteral("Kiki"), it->domain, it->relativePath);
+  return m_files.copyDatabase(m_backup, baseFolder() + name, QStringLiteral("Kiki"));
 }
 
-QString CKikiTunesCollection::mediaFilePath(const QString& path) {
-  const KikFileEntry* entry = findFile(path);
-  if (!entry || !m_backup)
-    return QString();
-  return m_backup->filePath(entry->index);
-}
+QString CKikiTunesCollection::mediaFilePath(const QString& path) { return m_files.localPath(m_backup, path); }
 
 QString CKikiTunesCollection::mediaFileName(const QString& key, int type) {
-  const KikFileEntry* entry = findFile(key);
+  const KikFileEntry* entry = m_files.find(key);
   return entry ? fileNameOf(entry->modified, type) : QString();
 }
 
@@ -133,7 +117,7 @@ void CKikiTunesCollection::attachmentPass(CIProgressCallback* progress) {
   const double step = total > 0 ? double(progress->range()) / double(total) : 0.0;
   Log(kModule, 2, "makeAttachmentData data_cache Thumb size : %d", int(m_attachmentThumbs.size()));
 
-  for (auto it = m_files.constBegin(); it != m_files.constEnd(); ++it) {
+  for (auto it = m_files.map().constBegin(); it != m_files.map().constEnd(); ++it) {
     if (!progress->progress(step))
       return;
     const QString& key = it.key();
@@ -171,7 +155,7 @@ void CKikiTunesCollection::attachmentPass(CIProgressCallback* progress) {
   for (auto it = m_attachmentThumbs.constBegin(); it != m_attachmentThumbs.constEnd(); ++it) {
     if (!progress->progress(step))
       return;
-    const KikFileEntry* entry = findFile(it.key());
+    const KikFileEntry* entry = m_files.find(it.key());
     if (entry) {
       const QString thumb = mediaFilePath(it.key());
       addMediaFile(m_registry, mediaFileName(it.key(), 1), QString(), entry->size, thumb);

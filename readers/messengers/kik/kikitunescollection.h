@@ -22,6 +22,7 @@
 // it finds goes to addMediaFile, which lists nothing: Kik attachments show as
 // the media of their messages only.
 #include "backup/cidatacollection.h"
+#include "readers/messengers/common/messengerfiles.h"
 #include "readers/messengers/kik/kikcollection.h"
 
 #include <QMap>
@@ -32,13 +33,7 @@ class OxBackup;
 struct BackupFileRecord;
 
 // What the scan keeps of a backup file record.
-struct KikFileEntry {
-  int index = -1; // the record's index in the backup
-  QString domain;
-  QString relativePath;
-  quint32 modified = 0; // Unix seconds
-  qint64 size = 0;
-};
+using KikFileEntry = MessengerFileEntry;
 
 class CKikiTunesCollection : public CIDataCollection, public CKikCollection {
 public:
@@ -63,7 +58,7 @@ public:
   void scanFiles();
   bool scanRecord(int index, const BackupFileRecord& record);
   void attachmentPass(CIProgressCallback* progress);
-  const QMap<QString, KikFileEntry>& fileMap() const { return m_files; }
+  const QMap<QString, KikFileEntry>& fileMap() const { return m_files.map(); }
   const QMap<QString, int>& attachmentTypes() const { return m_attachmentTypes; }
   const QMap<QString, QString>& attachmentThumbs() const { return m_attachmentThumbs; }
 
@@ -82,10 +77,8 @@ protected:
                     const QString& thumbnail);
 
 private:
-  const KikFileEntry* findFile(const QString& path) const;
-
   MobileBackup* m_backup = nullptr;          // not owned
-  QMap<QString, KikFileEntry> m_files;       // path -> backup record
+  MessengerFiles m_files;                    // path -> backup record
   QMap<QString, int> m_attachmentTypes;      // "/" + data-cache path -> message type
   QMap<QString, QString> m_attachmentThumbs; // "/" + data-cache path -> "/" + descriptor path
   OxBackup* m_registry;                      // not owned

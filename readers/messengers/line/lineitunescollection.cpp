@@ -1,7 +1,6 @@
 #include "readers/messengers/line/lineitunescollection.h"
 
 #include "platform/backup/mobilebackup.h"
-#include "platform/common/utils.h"
 #include "readers/messengers/kik/kikitunescollection.h"
 
 namespace {
@@ -9,9 +8,7 @@ const QString kGroupDomain = QStringLiteral("AppDomainGroup-group.com.linecorp.l
 const QString kAppDomain = QStringLiteral("AppDomain-jp.naver.line");
 const QString kDatabase = QStringLiteral("Line.sqlite");
 
-QString slashed(const QString& path) {
-  return path.startsWith(QLatin1Char('/')) ? path : QLatin1Char('/') + path;
-}
+QString slashed(const QString& path) { return MessengerFiles::slashed(path); }
 } // namespace
 
 CLineiTunesCollection::CLineiTunesCollection(OxBackup* registry) : m_registry(registry) {}
@@ -54,29 +51,16 @@ void CLineiTunesCollection::scanRecord(int index, const BackupFileRecord& record
       key = p;
   }
   if (!key.isEmpty())
-    m_files.insert(key, LineFileEntry{index, record.domain, record.relativePath, record.modified, record.size});
-}
-
-const LineFileEntry* CLineiTunesCollection::findFile(const QString& path) const {
-  const auto it = m_files.constFind(slashed(path));
-  return it == m_files.constEnd() ? nullptr : &it.value();
+    m_files.insert(key, index, record);
 }
 
 QString CLineiTunesCollection::dbFilePath(const QString& name) {
-  const auto it = m_files.constFind(baseFolder() + QStringLiteral("Messages/%1").arg(name));
-  if (it == m_files.constEnd() || !m_backup)
-    return QString();
-  return m_backup->generalSqlDbFile(Utils::tempPath() + QStringLiteral("Line"), it->domain, it->relativePath);
+  return m_files.copyDatabase(m_backup, baseFolder() + QStringLiteral("Messages/%1").arg(name), QStringLiteral("Line"));
 }
 
-QString CLineiTunesCollection::mediaFilePath(const QString& path) {
-  const LineFileEntry* entry = findFile(path);
-  if (!entry || !m_backup)
-    return QString();
-  return m_backup->filePath(entry->index);
-}
+QString CLineiTunesCollection::mediaFilePath(const QString& path) { return m_files.localPath(m_backup, path); }
 
 QString CLineiTunesCollection::mediaFileName(const QString& key, int type) {
-  const LineFileEntry* entry = findFile(key);
+  const LineFileEntry* entry = m_files.find(key);
   return entry ? CKikiTunesCollection::fileNameOf(entry->modified, type) : QString();
 }

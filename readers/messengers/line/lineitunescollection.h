@@ -17,6 +17,7 @@
 // A path is looked up with a leading "/" added; a later record of the same
 // path wins.
 #include "backup/cidatacollection.h"
+#include "readers/messengers/common/messengerfiles.h"
 #include "readers/messengers/line/linecollection.h"
 
 #include <QMap>
@@ -27,13 +28,7 @@ class OxBackup;
 struct BackupFileRecord;
 
 // What the scan keeps of a backup file record.
-struct LineFileEntry {
-  int index = -1; // the record's index in the backup
-  QString domain;
-  QString relativePath;
-  quint32 modified = 0; // Unix seconds
-  qint64 size = 0;
-};
+using LineFileEntry = MessengerFileEntry;
 
 class CLineiTunesCollection : public CIDataCollection, public CLineCollection {
 public:
@@ -52,12 +47,10 @@ public:
   void setBackup(MobileBackup* backup) { m_backup = backup; }
   void scanFiles();
   void scanRecord(int index, const BackupFileRecord& record);
-  const QMap<QString, LineFileEntry>& fileMap() const { return m_files; }
+  const QMap<QString, LineFileEntry>& fileMap() const { return m_files.map(); }
 
 private:
-  const LineFileEntry* findFile(const QString& path) const;
-
-  MobileBackup* m_backup = nullptr;     // not owned
-  QMap<QString, LineFileEntry> m_files; // path -> backup record
+  MobileBackup* m_backup = nullptr; // not owned
+  MessengerFiles m_files;           // path -> backup record
   OxBackup* m_registry;                 // not owned
 };

@@ -1,0 +1,35 @@
+#include "readers/messengers/common/messengerfiles.h"
+
+#include "platform/backup/mobilebackup.h"
+#include "platform/common/utils.h"
+
+void MessengerFiles::insert(const QString& key, int index, const BackupFileRecord& record) {
+  m_files.insert(key, MessengerFileEntry{index, record.domain, record.relativePath, record.modified, record.size});
+}
+
+const MessengerFileEntry* MessengerFiles::find(const QString& path) const {
+  return findKey(slashed(path));
+}
+
+const MessengerFileEntry* MessengerFiles::findKey(const QString& key) const {
+  const auto it = m_files.constFind(key);
+  return it == m_files.constEnd() ? nullptr : &it.value();
+}
+
+QString MessengerFiles::localPath(MobileBackup* backup, const QString& path) const {
+  const MessengerFileEntry* entry = find(path);
+  if (!entry || !backup)
+    return QString();
+  return backup->filePath(entry->index);
+}
+
+QString MessengerFiles::copyDatabase(MobileBackup* backup, const QString& key, const QString& tempFolder) const {
+  const MessengerFileEntry* entry = findKey(key);
+  if (!entry || !backup)
+    return QString();
+  return backup->generalSqlDbFile(Utils::tempPath() + tempFolder, entry->domain, entry->relativePath);
+}
+
+QString MessengerFiles::slashed(const QString& path) {
+  return path.startsWith(QLatin1Char('/')) ? path : QLatin1Char('/') + path;
+}
