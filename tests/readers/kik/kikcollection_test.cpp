@@ -10,6 +10,7 @@
 #include "platform/common/log.h"
 #include "service/progress.h"
 #include "tests/support/apps/kik.h"
+#include "tests/support/testdata.h"
 
 #include <QDir>
 #include <QFile>
@@ -51,10 +52,7 @@ class KikChats : public ::testing::Test {
 protected:
   void SetUp() override {
     ASSERT_TRUE(dir.isValid());
-    SherdLog::setSink([this](const char*, int level, const QString& text) {
-      if (level == 0)
-        errors << text;
-    });
+    testdata::collectErrors(&errors);
   }
   void TearDown() override { SherdLog::toStderr(); }
 
@@ -62,18 +60,10 @@ protected:
     QByteArray db;
     QString error;
     EXPECT_TRUE(fixture::makeSqliteDb(fixture::kikStatements(store), false, &db, nullptr, &error)) << qPrintable(error);
-    const QString path = dir.filePath(QStringLiteral("kik%1.sqlite").arg(++m_dbs));
-    QFile f(path);
-    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write(db);
-    return path;
+    return testdata::writeFile(dir.filePath(QStringLiteral("kik%1.sqlite").arg(++m_dbs)), db);
   }
   void writeFile(const QString& relative, const QByteArray& data) {
-    const QString path = dir.filePath(relative);
-    QDir().mkpath(QFileInfo(path).path());
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write(data);
+    testdata::writeFile(dir.filePath(relative), data);
   }
 
   QTemporaryDir dir;
@@ -416,9 +406,8 @@ TEST_F(KikChats, RealDatabase) {
   const QString source = QStringLiteral(SHERD_REALDATA_DIR "/kik/kik.sqlite");
   if (!QFile::exists(source))
     GTEST_SKIP() << "no real Kik database";
-  const QString db = dir.filePath(QStringLiteral("kik.sqlite"));
-  ASSERT_TRUE(QFile::copy(source, db));
-  QFile::setPermissions(db, QFile::ReadOwner | QFile::WriteOwner);
+  const QString db = testdata::copyReal(source, dir.filePath(QStringLiteral("kik.sqlite")));
+  ASSERT_FALSE(db.isEmpty());
   FolderKik kik(dir.path());
   OxBackup registry;
   kik.readDatabase(&registry, nullptr, db);

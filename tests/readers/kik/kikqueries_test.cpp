@@ -1,6 +1,7 @@
 #include "readers/messengers/kik/kikqueries.h"
 
 #include "platform/common/log.h"
+#include "tests/support/testdata.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -22,22 +23,14 @@ const char* const kSchema =
     " primary key(Z_9MEMBERSINVERSE, Z_9MEMBERS));";
 
 QString makeDb(const QTemporaryDir& dir, const QString& name, const char* statements) {
-  const QString path = dir.filePath(name);
-  sqlite3* db = nullptr;
-  EXPECT_EQ(sqlite3_open(path.toUtf8().constData(), &db), SQLITE_OK);
-  EXPECT_EQ(sqlite3_exec(db, statements, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
-  sqlite3_close(db);
-  return path;
+  return testdata::execSqlite(dir.filePath(name), {QString::fromUtf8(statements)});
 }
 
 class KikQueries : public ::testing::Test {
 protected:
   void SetUp() override {
     ASSERT_TRUE(dir.isValid());
-    SherdLog::setSink([this](const char*, int level, const QString& text) {
-      if (level == 0)
-        errors << text;
-    });
+    testdata::collectErrors(&errors);
   }
   void TearDown() override { SherdLog::toStderr(); }
   QTemporaryDir dir;
@@ -202,9 +195,8 @@ TEST_F(KikQueries, RealDatabase) {
   const QString source = QStringLiteral(SHERD_REALDATA_DIR "/kik/kik.sqlite");
   if (!QFile::exists(source))
     GTEST_SKIP() << "no real Kik database";
-  const QString db = dir.filePath(QStringLiteral("kik.sqlite"));
-  ASSERT_TRUE(QFile::copy(source, db));
-  QFile::setPermissions(db, QFile::ReadOwner | QFile::WriteOwner);
+  const QString db = testdata::copyReal(source, dir.filePath(QStringLiteral("kik.sqlite")));
+  ASSERT_FALSE(db.isEmpty());
 
   CKikUserQuery users;
   CKikChatSessionQuery chats;

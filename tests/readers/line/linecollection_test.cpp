@@ -8,6 +8,7 @@
 #include "platform/backup/mobilebackup.h"
 #include "platform/common/log.h"
 #include "tests/support/apps/line.h"
+#include "tests/support/testdata.h"
 
 #include <QDir>
 #include <QFile>
@@ -45,10 +46,7 @@ class LineChats : public ::testing::Test {
 protected:
   void SetUp() override {
     ASSERT_TRUE(dir.isValid());
-    SherdLog::setSink([this](const char*, int level, const QString& text) {
-      if (level == 0)
-        errors << text;
-    });
+    testdata::collectErrors(&errors);
   }
   void TearDown() override { SherdLog::toStderr(); }
 
@@ -57,19 +55,9 @@ protected:
     QString error;
     EXPECT_TRUE(fixture::makeSqliteDb(fixture::lineStatements(store), false, &db, nullptr, &error))
         << qPrintable(error);
-    const QString path = dir.filePath(QStringLiteral("Line%1.sqlite").arg(++m_dbs));
-    QFile f(path);
-    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write(db);
-    return path;
+    return testdata::writeFile(dir.filePath(QStringLiteral("Line%1.sqlite").arg(++m_dbs)), db);
   }
-  void writeFile(const QString& relative) {
-    const QString path = dir.filePath(relative);
-    QDir().mkpath(QFileInfo(path).path());
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("x");
-  }
+  void writeFile(const QString& relative) { testdata::writeFile(dir.filePath(relative), "x"); }
 
   QTemporaryDir dir;
   QStringList errors;

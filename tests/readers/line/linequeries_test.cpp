@@ -1,6 +1,7 @@
 #include "readers/messengers/line/linequeries.h"
 
 #include "platform/common/log.h"
+#include "tests/support/testdata.h"
 
 #include <QTemporaryDir>
 
@@ -16,22 +17,14 @@ const char* const kSchema =
     " ZCONTENTTYPE integer, ZCHAT integer, ZTIMESTAMP integer, ZTEXT varchar, ZLONGITUDE float);";
 
 QString makeDb(const QTemporaryDir& dir, const QString& name, const QByteArray& statements) {
-  const QString path = dir.filePath(name);
-  sqlite3* db = nullptr;
-  EXPECT_EQ(sqlite3_open(path.toUtf8().constData(), &db), SQLITE_OK);
-  EXPECT_EQ(sqlite3_exec(db, statements.constData(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
-  sqlite3_close(db);
-  return path;
+  return testdata::execSqlite(dir.filePath(name), {QString::fromUtf8(statements)});
 }
 
 class LineQueries : public ::testing::Test {
 protected:
   void SetUp() override {
     ASSERT_TRUE(dir.isValid());
-    SherdLog::setSink([this](const char*, int level, const QString& text) {
-      if (level == 0)
-        errors << text;
-    });
+    testdata::collectErrors(&errors);
   }
   void TearDown() override { SherdLog::toStderr(); }
   QTemporaryDir dir;

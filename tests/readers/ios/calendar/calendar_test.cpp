@@ -7,6 +7,7 @@
 #include "platform/common/log.h"
 #include "service/whatsappservice.h"
 #include "tests/support/apps/calendar.h"
+#include "tests/support/testdata.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -18,20 +19,7 @@ using fixture::CalendarDef;
 using fixture::CalendarEvent;
 using fixture::CalendarStore;
 
-// Collects log lines while alive.
-struct LogCapture {
-  QStringList lines;
-  LogCapture() {
-    SherdLog::setSink([this](const char*, int, const QString& text) { lines << text; });
-  }
-  ~LogCapture() { SherdLog::setSink(nullptr); }
-  bool contains(const QString& part) const {
-    for (const QString& l : lines)
-      if (l.contains(part))
-        return true;
-    return false;
-  }
-};
+using testdata::LogCapture;
 
 // Writes the database made by the statements (or raw bytes) and reads it.
 class CalendarRead : public ::testing::Test {
@@ -43,11 +31,7 @@ protected:
     return writeBytes(bytes);
   }
   QString writeBytes(const QByteArray& bytes) {
-    const QString path = dir.filePath(QStringLiteral("Calendar%1.sqlitedb").arg(++n));
-    QFile f(path);
-    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write(bytes);
-    return path;
+    return testdata::writeFile(dir.filePath(QStringLiteral("Calendar%1.sqlitedb").arg(++n)), bytes);
   }
   void read(const QString& path) {
     CCalendarQuery query(&list);

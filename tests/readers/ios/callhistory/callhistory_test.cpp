@@ -6,6 +6,7 @@
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
 #include "tests/support/apps/callhistory.h"
+#include "tests/support/testdata.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,31 +19,13 @@ namespace {
 using fixture::StoredCall;
 
 QString writeDb(const QTemporaryDir& dir, const QString& name, const QStringList& statements) {
-  const QString path = dir.filePath(name);
-  sqlite3* db = nullptr;
-  EXPECT_EQ(sqlite3_open(path.toUtf8().constData(), &db), SQLITE_OK);
-  for (const QString& s : statements)
-    EXPECT_EQ(sqlite3_exec(db, s.toUtf8().constData(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
-  sqlite3_close(db);
-  return path;
+  return testdata::execSqlite(dir.filePath(name), statements);
 }
 
 // A real store copied with its companions (never opened in place).
 QString copyRealStore(const QTemporaryDir& dir, const char* folder, const char* name) {
-  const QDir source(QStringLiteral(SHERD_REALDATA_DIR "/") + QLatin1String(folder));
-  const QString base = QString::fromLatin1(name);
-  if (!source.exists(base))
-    return QString();
-  const QString target = dir.filePath(QLatin1String(folder));
-  QDir().mkpath(target);
-  for (const QString& suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")}) {
-    const QString to = target + QLatin1Char('/') + base + suffix;
-    if (source.exists(base + suffix)) {
-      EXPECT_TRUE(QFile::copy(source.filePath(base + suffix), to));
-      QFile::setPermissions(to, QFile::ReadOwner | QFile::WriteOwner);
-    }
-  }
-  return target + QLatin1Char('/') + base;
+  const QString relative = QLatin1String(folder) + QLatin1Char('/') + QLatin1String(name);
+  return testdata::copyReal(QStringLiteral(SHERD_REALDATA_DIR "/") + relative, dir.filePath(relative));
 }
 
 // Column texts of every item, newest first.

@@ -7,6 +7,7 @@
 #include "platform/common/log.h"
 #include "service/whatsappservice.h"
 #include "tests/support/apps/safari.h"
+#include "tests/support/testdata.h"
 
 #include <QDir>
 #include <QFile>
@@ -20,28 +21,12 @@ using fixture::SafariBookmark;
 using fixture::SafariPlistEntry;
 using fixture::SafariVisit;
 
-struct LogCapture {
-  QStringList lines;
-  LogCapture() {
-    SherdLog::setSink([this](const char*, int, const QString& text) { lines << text; });
-  }
-  ~LogCapture() { SherdLog::setSink(nullptr); }
-  bool contains(const QString& part) const {
-    for (const QString& l : lines)
-      if (l.contains(part))
-        return true;
-    return false;
-  }
-};
+using testdata::LogCapture;
 
 class SafariRead : public ::testing::Test {
 protected:
   QString writeBytes(const QByteArray& bytes, const QString& name = QString()) {
-    const QString path = dir.filePath(name.isEmpty() ? QStringLiteral("f%1").arg(++n) : name);
-    QFile f(path);
-    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write(bytes);
-    return path;
+    return testdata::writeFile(dir.filePath(name.isEmpty() ? QStringLiteral("f%1").arg(++n) : name), bytes);
   }
   QString writeDb(const QStringList& statements) {
     QByteArray bytes;
@@ -281,12 +266,10 @@ TEST_F(SafariRead, PropertyLists) {
 
 QString realSafari() { return QStringLiteral(SHERD_REALDATA_DIR) + QStringLiteral("/safari"); }
 
-// Copies a real file into the test's folder: SQLite must never open the
-// originals, even read-only.
+// Copies a real file into the test's folder (without companions: the
+// expectations are those of the main file alone).
 QString copyReal(const QTemporaryDir& dir, const QString& name) {
-  const QString to = dir.filePath(name);
-  QFile::remove(to);
-  return QFile::copy(realSafari() + QLatin1Char('/') + name, to) ? to : QString();
+  return testdata::copyReal(realSafari() + QLatin1Char('/') + name, dir.filePath(name), false);
 }
 
 TEST_F(SafariRead, RealHistoryDb) {
