@@ -1,8 +1,6 @@
 #include "tests/support/apps/kik.h"
 
-#include <QFile>
-
-#include <sqlite3.h>
+#include "tests/support/sqlitefile.h"
 
 namespace fixture {
 namespace {
@@ -153,46 +151,26 @@ QList<FileSpec> sampleKikFiles() {
 }
 
 bool writeKikDatabase(const QString& path, int chats, int messages, QString* error) {
-  QFile::remove(path);
-  sqlite3* db = nullptr;
-  if (sqlite3_open(path.toUtf8().constData(), &db) != SQLITE_OK) {
-    sqlite3_close(db);
-    if (error)
-      *error = QStringLiteral("cannot create %1").arg(path);
-    return false;
-  }
-  auto exec = [&](const QString& sql) {
-    char* msg = nullptr;
-    const bool ok = sqlite3_exec(db, sql.toUtf8().constData(), nullptr, nullptr, &msg) == SQLITE_OK;
-    if (!ok && error)
-      *error = QString::fromUtf8(msg);
-    sqlite3_free(msg);
-    return ok;
-  };
-  bool ok = exec(QStringLiteral("PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; BEGIN"));
-  for (const QString& s : schema())
-    ok = ok && exec(s);
+  QStringList statements = schema();
   // Users 1..chats are the partners, user 0 the owner.
-  ok = ok && exec(QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1)"
-                                 " INSERT INTO ZKIKUSER(Z_PK, ZDISPLAYNAME, ZJID, ZFLAGS) SELECT i, 'User ' || i,"
-                                 " 'user' || i || '_abc@talk.kik.com', 257 FROM n;"
-                                 "INSERT INTO ZKIKCHAT(Z_PK, ZUSER, ZFLAGS) SELECT Z_PK, Z_PK, 18 FROM ZKIKUSER;")
-                      .arg(chats));
+  statements << (QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1)"
+                                " INSERT INTO ZKIKUSER(Z_PK, ZDISPLAYNAME, ZJID, ZFLAGS) SELECT i, 'User ' || i,"
+                                " 'user' || i || '_abc@talk.kik.com', 257 FROM n;"
+                                "INSERT INTO ZKIKCHAT(Z_PK, ZUSER, ZFLAGS) SELECT Z_PK, Z_PK, 18 FROM ZKIKUSER;")
+                     .arg(chats));
   // Message i belongs to chat (i % chats) + 1; every tenth is sent, every
   // fiftieth an attachment; the time stamps rise with the key.
-  ok = ok && exec(QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1)"
-                                 " INSERT INTO ZKIKMESSAGE(Z_PK, ZTYPE, ZSTATE, ZFLAGS, ZUSER, ZTIMESTAMP, ZBODY)"
-                                 " SELECT i, CASE WHEN i % 10 = 0 THEN 2 ELSE 1 END, 16,"
-                                 " CASE WHEN i % 50 = 0 THEN 4 ELSE 0 END, (i % %2) + 1, 600000000 + i * 7.5,"
-                                 " 'Message number ' || i || ' of a long conversation' FROM n;"
-                                 "INSERT INTO Z_3MESSAGES SELECT ZUSER, Z_PK FROM ZKIKMESSAGE;"
-                                 "INSERT INTO ZKIKATTACHMENT(Z_PK, ZTYPE, ZMESSAGE, ZCONTENT) SELECT Z_PK, 6, Z_PK,"
-                                 " 'content-' || Z_PK FROM ZKIKMESSAGE WHERE ZFLAGS = 4;")
-                      .arg(messages)
-                      .arg(chats));
-  ok = ok && exec(QStringLiteral("COMMIT"));
-  sqlite3_close(db);
-  return ok;
+  statements << (QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1)"
+                                " INSERT INTO ZKIKMESSAGE(Z_PK, ZTYPE, ZSTATE, ZFLAGS, ZUSER, ZTIMESTAMP, ZBODY)"
+                                " SELECT i, CASE WHEN i % 10 = 0 THEN 2 ELSE 1 END, 16,"
+                                " CASE WHEN i % 50 = 0 THEN 4 ELSE 0 END, (i % %2) + 1, 600000000 + i * 7.5,"
+                                " 'Message number ' || i || ' of a long conversation' FROM n;"
+                                "INSERT INTO Z_3MESSAGES SELECT ZUSER, Z_PK FROM ZKIKMESSAGE;"
+                                "INSERT INTO ZKIKATTACHMENT(Z_PK, ZTYPE, ZMESSAGE, ZCONTENT) SELECT Z_PK, 6, Z_PK,"
+                                " 'content-' || Z_PK FROM ZKIKMESSAGE WHERE ZFLAGS = 4;")
+                     .arg(messages)
+                     .arg(chats));
+  return writeSqliteFile(path, statements, error);
 }
 
 } // namespace fixture

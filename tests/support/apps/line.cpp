@@ -1,8 +1,6 @@
 #include "tests/support/apps/line.h"
 
-#include <QFile>
-
-#include <sqlite3.h>
+#include "tests/support/sqlitefile.h"
 
 namespace fixture {
 namespace {
@@ -119,47 +117,27 @@ QList<FileSpec> sampleLineFiles() {
 }
 
 bool writeLineDatabase(const QString& path, int chats, int messages, QString* error) {
-  QFile::remove(path);
-  sqlite3* db = nullptr;
-  if (sqlite3_open(path.toUtf8().constData(), &db) != SQLITE_OK) {
-    sqlite3_close(db);
-    if (error)
-      *error = QStringLiteral("cannot create %1").arg(path);
-    return false;
-  }
-  auto exec = [&](const QString& sql) {
-    char* msg = nullptr;
-    const bool ok = sqlite3_exec(db, sql.toUtf8().constData(), nullptr, nullptr, &msg) == SQLITE_OK;
-    if (!ok && error)
-      *error = QString::fromUtf8(msg);
-    sqlite3_free(msg);
-    return ok;
-  };
-  bool ok = exec(QStringLiteral("PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; BEGIN"));
-  for (const QString& s : schema())
-    ok = ok && exec(s);
+  QStringList statements = schema();
   // User i and chat i belong together; every chat also lists its user as a member.
-  ok = ok && exec(QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1)"
-                                 " INSERT INTO ZUSER(Z_PK, ZMID, ZNAME) SELECT i,"
-                                 " 'u' || substr('00000000000000000000000000000000' || i, -32),"
-                                 " 'User ' || i FROM n;"
-                                 "INSERT INTO ZCHAT(Z_PK, ZTYPE, ZMID) SELECT Z_PK, 0, ZMID FROM ZUSER;"
-                                 "INSERT INTO Z_1MEMBERS SELECT Z_PK, Z_PK FROM ZCHAT;")
-                      .arg(chats));
+  statements << (QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1)"
+                                " INSERT INTO ZUSER(Z_PK, ZMID, ZNAME) SELECT i,"
+                                " 'u' || substr('00000000000000000000000000000000' || i, -32),"
+                                " 'User ' || i FROM n;"
+                                "INSERT INTO ZCHAT(Z_PK, ZTYPE, ZMID) SELECT Z_PK, 0, ZMID FROM ZUSER;"
+                                "INSERT INTO Z_1MEMBERS SELECT Z_PK, Z_PK FROM ZCHAT;")
+                     .arg(chats));
   // Every other message is the owner's; every fiftieth a picture, every
   // hundredth a sticker.
-  ok = ok && exec(QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1)"
-                                 " INSERT INTO ZMESSAGE(Z_PK, ZID, ZCHAT, ZSENDER, ZTIMESTAMP, ZTEXT, ZCONTENTTYPE,"
-                                 " ZSENDSTATUS, ZLONGITUDE) SELECT i, CAST(1000000 + i AS TEXT), (i % %2) + 1,"
-                                 " CASE WHEN i % 2 = 0 THEN NULL ELSE (i % %2) + 1 END, 1600000000000 + i * 7500,"
-                                 " 'Message number ' || i || ' of a long conversation',"
-                                 " CASE WHEN i % 100 = 0 THEN 7 WHEN i % 50 = 0 THEN 1 ELSE 0 END, 1,"
-                                 " CASE WHEN i % 100 = 0 THEN 47980 ELSE 0 END FROM n;")
-                      .arg(messages)
-                      .arg(chats));
-  ok = ok && exec(QStringLiteral("COMMIT"));
-  sqlite3_close(db);
-  return ok;
+  statements << (QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1)"
+                                " INSERT INTO ZMESSAGE(Z_PK, ZID, ZCHAT, ZSENDER, ZTIMESTAMP, ZTEXT, ZCONTENTTYPE,"
+                                " ZSENDSTATUS, ZLONGITUDE) SELECT i, CAST(1000000 + i AS TEXT), (i % %2) + 1,"
+                                " CASE WHEN i % 2 = 0 THEN NULL ELSE (i % %2) + 1 END, 1600000000000 + i * 7500,"
+                                " 'Message number ' || i || ' of a long conversation',"
+                                " CASE WHEN i % 100 = 0 THEN 7 WHEN i % 50 = 0 THEN 1 ELSE 0 END, 1,"
+                                " CASE WHEN i % 100 = 0 THEN 47980 ELSE 0 END FROM n;")
+                     .arg(messages)
+                     .arg(chats));
+  return writeSqliteFile(path, statements, error);
 }
 
 } // namespace fixture
