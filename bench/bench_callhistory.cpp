@@ -3,15 +3,16 @@
 // SQLite scan of the same rows. The name of each call is found through the
 // index of number endings; the walk over the whole map that the index
 // replaces is timed on a slice of the calls for comparison.
+#include "bench/benchsupport.h"
 #include "model/oxdata.h"
 #include "readers/ios/callhistory/calllistcollection.h"
 #include "readers/ios/callhistory/contactnameindex.h"
 #include "tests/support/apps/callhistory.h"
+#include "tests/support/sqlitefile.h"
 
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
-#include <sqlite3.h>
 
 #include <random>
 
@@ -32,16 +33,6 @@ QString digits(std::mt19937& rng, int n) {
   for (int i = 0; i < n; ++i)
     s += QChar(ushort('0' + rng() % 10));
   return s;
-}
-
-void writeDb(const QString& path, const QStringList& statements) {
-  sqlite3* db = nullptr;
-  sqlite3_open(path.toUtf8().constData(), &db);
-  sqlite3_exec(db, "begin", nullptr, nullptr, nullptr);
-  for (const QString& s : statements)
-    sqlite3_exec(db, s.toUtf8().constData(), nullptr, nullptr, nullptr);
-  sqlite3_exec(db, "commit", nullptr, nullptr, nullptr);
-  sqlite3_close(db);
 }
 
 const Data& data() {
@@ -81,9 +72,9 @@ const Data& data() {
       calls << c;
     }
     d->store = d->dir.filePath(QStringLiteral("CallHistory.storedata"));
-    writeDb(d->store, fixture::callHistoryStatements(calls));
+    fixture::writeSqliteFile(d->store, fixture::callHistoryStatements(calls), nullptr);
     d->book = d->dir.filePath(QStringLiteral("AddressBook.sqlitedb"));
-    writeDb(d->book, fixture::addressBookStatements(book));
+    fixture::writeSqliteFile(d->book, fixture::addressBookStatements(book), nullptr);
     return d;
   }();
   return *d;
@@ -93,21 +84,9 @@ const Data& data() {
 void BM_BareSqliteScan(benchmark::State& state) {
   const Data& d = data();
   for (auto _ : state) {
-    sqlite3* db = nullptr;
-    sqlite3_open_v2(d.store.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
-    sqlite3_stmt* stmt = nullptr;
-    sqlite3_prepare_v2(db,
-                       "select zanswered, zcalltype, zface_time_data, zoriginated, zdate, zduration, zaddress, "
-                       "ziso_country_code, zname, z_pk, zservice_provider from zcallrecord order by zdate desc",
-                       -1, &stmt, nullptr);
-    qint64 sum = 0;
-    while (sqlite3_step(stmt) == SQLITE_ROW) {
-      for (int c = 0; c < 11; ++c)
-        sum += sqlite3_column_bytes(stmt, c);
-    }
-    sqlite3_finalize(stmt);
-    sqlite3_close(db);
-    benchmark::DoNotOptimize(sum);
+    benchmark::DoNotOptimize(bench::bareScanBytes(
+        d.store, "select zanswered, zcalltype, zface_time_data, zoriginated, zdate, zduration, zaddress, "
+                 "ziso_country_code, zname, z_pk, zservice_provider from zcallrecord order by zdate desc"));
   }
   state.SetItemsProcessed(state.iterations() * kCalls);
 }

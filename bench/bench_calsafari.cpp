@@ -3,6 +3,7 @@
 // bare SQLite scan of the same statement, with the heap a load holds.
 // Appending 200,000 history items into the Safari list is timed at two sizes
 // and in two arrival orders: the list keeps its order in O(n log n).
+#include "bench/benchsupport.h"
 #include "model/oxdata.h"
 #include "model/oxsafaribookmarkitem.h"
 #include "platform/common/log.h"
@@ -14,7 +15,6 @@
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
-#include <sqlite3.h>
 
 #include <algorithm>
 #include <malloc.h>
@@ -37,6 +37,13 @@ const char* const kHistorySelect =
     "select title, url, visit_time from history_items as items inner join history_visits as visits on items.id = "
     "visits.history_item order by title desc";
 
+struct Data {
+  QTemporaryDir dir;
+  QString calendar;
+  QString history;
+};
+
+// The statements carry their own transactions.
 void writeDb(const QString& path, const QStringList& statements) {
   sqlite3* db = nullptr;
   sqlite3_open(path.toUtf8().constData(), &db);
@@ -44,12 +51,6 @@ void writeDb(const QString& path, const QStringList& statements) {
     sqlite3_exec(db, s.toUtf8().constData(), nullptr, nullptr, nullptr);
   sqlite3_close(db);
 }
-
-struct Data {
-  QTemporaryDir dir;
-  QString calendar;
-  QString history;
-};
 
 const Data& data() {
   static Data* d = [] {
@@ -96,21 +97,6 @@ const Data& data() {
   return *d;
 }
 
-qint64 bareScan(const QString& path, const char* sql) {
-  sqlite3* db = nullptr;
-  sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
-  sqlite3_stmt* stmt = nullptr;
-  sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
-  qint64 sum = 0;
-  const int columns = sqlite3_column_count(stmt);
-  while (sqlite3_step(stmt) == SQLITE_ROW)
-    for (int c = 0; c < columns; ++c)
-      sum += sqlite3_column_bytes(stmt, c);
-  sqlite3_finalize(stmt);
-  sqlite3_close(db);
-  return sum;
-}
-
 // Heap bytes in use, in MiB. Resident-set figures would hide a load's memory
 // here: the heap freed after building the databases is reused.
 double heapMiB() {
@@ -121,7 +107,7 @@ double heapMiB() {
 void BM_CalendarBareScan(benchmark::State& state) {
   const Data& d = data();
   for (auto _ : state)
-    benchmark::DoNotOptimize(bareScan(d.calendar, kCalendarSelect));
+    benchmark::DoNotOptimize(bench::bareScanBytes(d.calendar, kCalendarSelect));
   state.SetItemsProcessed(state.iterations() * kEvents);
 }
 
@@ -146,7 +132,7 @@ void BM_CalendarLoad(benchmark::State& state) {
 void BM_HistoryBareScan(benchmark::State& state) {
   const Data& d = data();
   for (auto _ : state)
-    benchmark::DoNotOptimize(bareScan(d.history, kHistorySelect));
+    benchmark::DoNotOptimize(bench::bareScanBytes(d.history, kHistorySelect));
   state.SetItemsProcessed(state.iterations() * kVisits);
 }
 
