@@ -31,4 +31,12 @@ bool writeSqliteFile(const QString& path, const QStringList& statements, QString
   return ok;
 }
 
+QString sqlQuoted(const QString& text) {
+  return QLatin1Char('\'') + QString(text).replace(QLatin1Char('\''), QStringLiteral("''")) + QLatin1Char('\'');
+}
+
+QString sqlNullable(const QString& text) { return text.isNull() ? QStringLiteral("NULL") : sqlQuoted(text); }
+
+QString sqlQuotedOrNull(const QString& text) { return text.isEmpty() ? QStringLiteral("NULL") : sqlQuoted(text); }
+
 } // namespace fixture

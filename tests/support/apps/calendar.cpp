@@ -1,14 +1,9 @@
 #include "tests/support/apps/calendar.h"
 
+#include "tests/support/sqlitefile.h"
+
 namespace fixture {
 namespace {
-QString lit(const QString& text) {
-  QString t = text;
-  return QLatin1Char('\'') + t.replace(QLatin1Char('\''), QLatin1String("''")) + QLatin1Char('\'');
-}
-
-QString orNull(const QString& text) { return text.isEmpty() ? QStringLiteral("NULL") : lit(text); }
-
 const char* const kSchema[] = {
     "CREATE TABLE Store (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT, default_alarm_offset INTEGER, "
     "type INTEGER, constraint_path TEXT, disabled INTEGER, external_id TEXT, persistent_id TEXT, flags INTEGER, "
@@ -59,13 +54,13 @@ QStringList calendarStatements(const QList<CalendarStore>& stores, const QList<C
   for (const CalendarStore& st : stores)
     s << QStringLiteral("INSERT INTO Store (ROWID, name, type, disabled) VALUES (%1, %2, 0, 0)")
              .arg(st.rowId)
-             .arg(orNull(st.name));
+             .arg(sqlQuotedOrNull(st.name));
   for (const CalendarDef& c : calendars)
     s << QStringLiteral("INSERT INTO Calendar (ROWID, store_id, title, color, supported_entity_types, flags) "
                         "VALUES (%1, %2, %3, %4, %5, 0)")
              .arg(c.rowId)
              .arg(c.storeId)
-             .arg(orNull(c.title), orNull(c.colour))
+             .arg(sqlQuotedOrNull(c.title), sqlQuotedOrNull(c.colour))
              .arg(c.supportedEntityTypes);
   int row = 0;
   int locationId = 0;
@@ -76,7 +71,7 @@ QStringList calendarStatements(const QList<CalendarStore>& stores, const QList<C
       ++locationId;
       s << QStringLiteral("INSERT INTO Location (ROWID, title, item_owner_id) VALUES (%1, %2, %3)")
                .arg(locationId)
-               .arg(lit(e.location))
+               .arg(sqlQuoted(e.location))
                .arg(id);
       location = QString::number(locationId);
     }
@@ -84,11 +79,11 @@ QStringList calendarStatements(const QList<CalendarStore>& stores, const QList<C
                         "end_date, all_day, calendar_id, url, entity_type, hidden, has_recurrences) VALUES (%1, %2, "
                         "%3, %4, %5, %6, %7, %8, %9, %10, 2, 0, %11)")
              .arg(id)
-             .arg(orNull(e.summary), location, orNull(e.description), e.start,
+             .arg(sqlQuotedOrNull(e.summary), location, sqlQuotedOrNull(e.description), e.start,
                   e.allDay ? QStringLiteral("'_float'") : QStringLiteral("'Europe/Berlin'"), e.end)
              .arg(e.allDay)
              .arg(e.calendarId)
-             .arg(orNull(e.url))
+             .arg(sqlQuotedOrNull(e.url))
              .arg(e.frequency ? 1 : 0);
     if (e.frequency)
       s << QStringLiteral("INSERT INTO Recurrence (frequency, interval, week_start, count, end_date, specifier, "
@@ -96,7 +91,7 @@ QStringList calendarStatements(const QList<CalendarStore>& stores, const QList<C
                .arg(e.frequency)
                .arg(e.interval)
                .arg(e.recurrenceEnd, 0, 'f', 3)
-               .arg(orNull(e.specifier))
+               .arg(sqlQuotedOrNull(e.specifier))
                .arg(id);
     for (const QString& trigger : e.alarms)
       s << QStringLiteral("INSERT INTO Alarm (trigger_interval, type, calendaritem_owner_id, calendar_owner_id) "
@@ -127,9 +122,10 @@ QStringList oldCalendarStatements(const QList<CalendarEvent>& events) {
     s << QStringLiteral("INSERT INTO Event (summary, location, description, start_date, start_tz, end_date, all_day, "
                         "calendar_id, url, hidden, has_recurrences) VALUES (%1, %2, %3, %4, 'Europe/Berlin', %5, %6, "
                         "1, %7, 0, 0)")
-             .arg(orNull(e.summary), orNull(e.location), orNull(e.description), e.start, e.end)
+             .arg(sqlQuotedOrNull(e.summary), sqlQuotedOrNull(e.location), sqlQuotedOrNull(e.description), e.start,
+                  e.end)
              .arg(e.allDay)
-             .arg(orNull(e.url));
+             .arg(sqlQuotedOrNull(e.url));
   s << QStringLiteral("COMMIT");
   return s;
 }

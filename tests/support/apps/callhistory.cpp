@@ -1,15 +1,9 @@
 #include "tests/support/apps/callhistory.h"
 
+#include "tests/support/sqlitefile.h"
+
 namespace fixture {
 namespace {
-QString quoted(const QString& text) {
-  if (text.isNull())
-    return QStringLiteral("NULL");
-  QString t = text;
-  t.replace(QLatin1Char('\''), QStringLiteral("''"));
-  return QLatin1Char('\'') + t + QLatin1Char('\'');
-}
-QString orNull(const QString& text) { return text.isEmpty() ? QStringLiteral("NULL") : quoted(text); }
 QString blob(const QString& text) { return QStringLiteral("X'%1'").arg(QString::fromLatin1(text.toUtf8().toHex())); }
 
 QByteArray build(const QStringList& statements, bool wal, QByteArray* walBytes) {
@@ -46,8 +40,8 @@ QStringList callHistoryStatements(const QList<StoredCall>& calls, bool withServi
                 .arg(c.originated)
                 .arg(c.date, 0, 'f', 6)
                 .arg(c.duration, 0, 'f', 6)
-                .arg(orNull(c.countryCode), orNull(c.location), orNull(c.name))
-                .arg(withServiceProvider ? orNull(c.serviceProvider) + QLatin1Char(',') : QString())
+                .arg(sqlQuotedOrNull(c.countryCode), sqlQuotedOrNull(c.location), sqlQuotedOrNull(c.name))
+                .arg(withServiceProvider ? sqlQuotedOrNull(c.serviceProvider) + QLatin1Char(',') : QString())
                 .arg(QStringLiteral("UID-%1").arg(c.pk), blob(c.address));
   }
   // Several statements per transaction, as the phone commits them.
@@ -71,12 +65,12 @@ QStringList oldCallHistoryStatements(const QList<OldCall>& calls) {
   for (const OldCall& c : calls)
     s << QStringLiteral("INSERT INTO call VALUES (%1, %2, %3, %4, %5, %6, %7, '310', '410', 1, 0, NULL, %2)")
              .arg(c.rowId)
-             .arg(quoted(c.address))
+             .arg(sqlNullable(c.address))
              .arg(c.date)
              .arg(c.duration)
              .arg(c.flags)
              .arg(c.personId)
-             .arg(orNull(c.name));
+             .arg(sqlQuotedOrNull(c.name));
   return s;
 }
 
@@ -95,18 +89,18 @@ QStringList addressBookStatements(const QList<Contact>& contacts) {
   for (const Contact& c : contacts) {
     s << QStringLiteral("INSERT INTO ABPerson (ROWID, First, Last, Organization, Kind) VALUES (%1, %2, %3, %4, %5)")
              .arg(c.rowId)
-             .arg(orNull(c.first), orNull(c.last), orNull(c.organization))
+             .arg(sqlQuotedOrNull(c.first), sqlQuotedOrNull(c.last), sqlQuotedOrNull(c.organization))
              .arg(c.first.isEmpty() && c.last.isEmpty() ? 1 : 0);
     for (const QString& p : c.phones)
       s << QStringLiteral("INSERT INTO ABMultiValue VALUES (%1, %2, 3, 0, 1, %3, 'g%1')")
                .arg(++uid)
                .arg(c.rowId)
-               .arg(quoted(p));
+               .arg(sqlNullable(p));
     for (const QString& e : c.emails)
       s << QStringLiteral("INSERT INTO ABMultiValue VALUES (%1, %2, 4, 0, 2, %3, 'g%1')")
                .arg(++uid)
                .arg(c.rowId)
-               .arg(quoted(e));
+               .arg(sqlNullable(e));
   }
   return s;
 }
@@ -127,7 +121,7 @@ QStringList voicemailStatements(const QList<Voicemail>& messages) {
              .arg(v.rowId)
              .arg(100 + v.rowId)
              .arg(v.date)
-             .arg(orNull(v.sender))
+             .arg(sqlQuotedOrNull(v.sender))
              .arg(v.duration)
              .arg(v.date + 30 * 86400);
   return s;

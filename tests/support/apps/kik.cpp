@@ -41,11 +41,6 @@ const char* const kSchema[] = {
     "CREATE INDEX ZKIKATTACHMENT_ZMESSAGE_INDEX ON ZKIKATTACHMENT (ZMESSAGE)",
 };
 
-QString text(const QString& s) {
-  if (s.isNull())
-    return QStringLiteral("NULL");
-  return QLatin1Char('\'') + QString(s).replace(QLatin1Char('\''), QStringLiteral("''")) + QLatin1Char('\'');
-}
 
 QStringList schema() {
   QStringList statements;
@@ -61,10 +56,11 @@ QStringList schema() {
 QStringList kikStatements(const KikStore& store) {
   QStringList s = schema();
   for (const KikUserRow& u : store.users)
-    s << QStringLiteral("INSERT INTO ZKIKUSER(Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZDISPLAYNAME, ZJID) VALUES(%1, 6, 1, %2, %3, %4)")
+    s << QStringLiteral(
+             "INSERT INTO ZKIKUSER(Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZDISPLAYNAME, ZJID) VALUES(%1, 6, 1, %2, %3, %4)")
              .arg(u.pk)
              .arg(u.flags)
-             .arg(text(u.displayName), text(u.jid));
+             .arg(sqlNullable(u.displayName), sqlNullable(u.jid));
   for (const auto& c : store.chats)
     s << QStringLiteral("INSERT INTO ZKIKCHAT(Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZUSER) VALUES(%1, 3, 1, 18, %2)")
              .arg(c.first)
@@ -79,7 +75,7 @@ QStringList kikStatements(const KikStore& store) {
              .arg(a.pk)
              .arg(a.type)
              .arg(a.message)
-             .arg(text(a.content));
+             .arg(sqlNullable(a.content));
   for (const KikMessageRow& m : store.messages)
     s << QStringLiteral("INSERT INTO ZKIKMESSAGE(Z_PK, Z_ENT, Z_OPT, ZTYPE, ZSTATE, ZFLAGS, ZUSER, ZTIMESTAMP, ZBODY)"
                         " VALUES(%1, 5, 1, %2, %3, %4, %5, %6, %7)")
@@ -88,7 +84,7 @@ QStringList kikStatements(const KikStore& store) {
              .arg(m.state)
              .arg(m.flags)
              .arg(m.user)
-             .arg(QString::number(m.timestamp, 'f', 6), text(m.body.isEmpty() ? QString() : m.body));
+             .arg(QString::number(m.timestamp, 'f', 6), sqlNullable(m.body.isEmpty() ? QString() : m.body));
   return s;
 }
 

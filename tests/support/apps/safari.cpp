@@ -1,5 +1,7 @@
 #include "tests/support/apps/safari.h"
 
+#include "tests/support/sqlitefile.h"
+
 #include <QHash>
 
 #include <plist/plist.h>
@@ -8,13 +10,6 @@
 
 namespace fixture {
 namespace {
-QString lit(const QString& text) {
-  QString t = text;
-  return QLatin1Char('\'') + t.replace(QLatin1Char('\''), QLatin1String("''")) + QLatin1Char('\'');
-}
-
-QString orNull(const QString& text) { return text.isEmpty() ? QStringLiteral("NULL") : lit(text); }
-
 QByteArray serialize(plist_t root, bool binary) {
   char* out = nullptr;
   uint32_t length = 0;
@@ -84,7 +79,7 @@ QStringList bookmarksStatements(const QList<SafariBookmark>& rows, bool withSpec
              .arg(b.specialId)
              .arg(b.parent)
              .arg(b.url.isEmpty() ? 1 : 0)
-             .arg(orNull(b.title), b.url.isEmpty() ? QStringLiteral("NULL") : lit(b.url))
+             .arg(sqlQuotedOrNull(b.title), b.url.isEmpty() ? QStringLiteral("NULL") : sqlQuoted(b.url))
              .arg(order++);
   s << QStringLiteral("COMMIT");
   return s;
@@ -118,12 +113,12 @@ QStringList historyStatements(const QList<SafariVisit>& visits) {
       s << QStringLiteral("INSERT INTO history_items (id, url, visit_count, daily_visit_counts, "
                           "should_recompute_derived_visit_counts, visit_count_score) VALUES (%1, %2, 0, x'', 0, 0)")
                .arg(itemIds.size())
-               .arg(lit(v.url));
+               .arg(sqlQuoted(v.url));
     }
     s << QStringLiteral("INSERT INTO history_visits (history_item, visit_time, title) VALUES (%1, %2, %3)")
              .arg(itemIds.value(v.url))
              .arg(v.visitTime, 0, 'f', 6)
-             .arg(v.title.isNull() ? QStringLiteral("NULL") : lit(v.title));
+             .arg(v.title.isNull() ? QStringLiteral("NULL") : sqlQuoted(v.title));
   }
   s << QStringLiteral("UPDATE history_items SET visit_count = (SELECT count(*) FROM history_visits WHERE "
                       "history_item = history_items.id)")
