@@ -6,6 +6,7 @@
 // and -shm files beside a database even when it only reads, so tests copy
 // them (with their companions) into their own temporary folder first.
 #include "platform/common/log.h"
+#include "tests/support/backupfixture.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -13,6 +14,7 @@
 #include <QFileInfo>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -45,6 +47,20 @@ inline void collectErrors(QStringList* errors) {
   });
 }
 
+// A test with a temporary folder of its own whose error log lines (level 0)
+// land in errors; the log goes back to stderr afterwards.
+class ErrorLogTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    collectErrors(&errors);
+  }
+  void TearDown() override { SherdLog::toStderr(); }
+
+  QTemporaryDir dir;
+  QStringList errors;
+};
+
 // Writes the bytes to the path (replacing what is there, making its folder)
 // and answers the path.
 inline QString writeFile(const QString& path, const QByteArray& bytes) {
@@ -53,6 +69,15 @@ inline QString writeFile(const QString& path, const QByteArray& bytes) {
   EXPECT_TRUE(f.open(QIODevice::WriteOnly)) << path.toStdString();
   f.write(bytes);
   return path;
+}
+
+// Writes the database the statements make (no WAL) to the path and answers
+// the path.
+inline QString writeSqliteDb(const QString& path, const QStringList& statements) {
+  QByteArray bytes;
+  QString error;
+  EXPECT_TRUE(fixture::makeSqliteDb(statements, false, &bytes, nullptr, &error)) << error.toStdString();
+  return writeFile(path, bytes);
 }
 
 // Creates (or opens) the SQLite database at the path, runs each statement

@@ -48,26 +48,16 @@ private:
   QString m_folder;
 };
 
-class KikChats : public ::testing::Test {
+class KikChats : public testdata::ErrorLogTest {
 protected:
-  void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
-    testdata::collectErrors(&errors);
-  }
-  void TearDown() override { SherdLog::toStderr(); }
-
   QString writeDb(const KikStore& store) {
-    QByteArray db;
-    QString error;
-    EXPECT_TRUE(fixture::makeSqliteDb(fixture::kikStatements(store), false, &db, nullptr, &error)) << qPrintable(error);
-    return testdata::writeFile(dir.filePath(QStringLiteral("kik%1.sqlite").arg(++m_dbs)), db);
+    return testdata::writeSqliteDb(dir.filePath(QStringLiteral("kik%1.sqlite").arg(++m_dbs)),
+                                   fixture::kikStatements(store));
   }
   void writeFile(const QString& relative, const QByteArray& data) {
     testdata::writeFile(dir.filePath(relative), data);
   }
 
-  QTemporaryDir dir;
-  QStringList errors;
   int m_dbs = 0;
 };
 

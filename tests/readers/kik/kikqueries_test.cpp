@@ -26,16 +26,7 @@ QString makeDb(const QTemporaryDir& dir, const QString& name, const char* statem
   return testdata::execSqlite(dir.filePath(name), {QString::fromUtf8(statements)});
 }
 
-class KikQueries : public ::testing::Test {
-protected:
-  void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
-    testdata::collectErrors(&errors);
-  }
-  void TearDown() override { SherdLog::toStderr(); }
-  QTemporaryDir dir;
-  QStringList errors;
-};
+class KikQueries : public testdata::ErrorLogTest {};
 
 TEST_F(KikQueries, EachColumnLandsInItsField) {
   const QString db = makeDb(dir, QStringLiteral("kik.sqlite"),

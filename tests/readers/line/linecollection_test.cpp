@@ -42,25 +42,14 @@ private:
   QString m_folder;
 };
 
-class LineChats : public ::testing::Test {
+class LineChats : public testdata::ErrorLogTest {
 protected:
-  void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
-    testdata::collectErrors(&errors);
-  }
-  void TearDown() override { SherdLog::toStderr(); }
-
   QString writeDb(const LineStore& store) {
-    QByteArray db;
-    QString error;
-    EXPECT_TRUE(fixture::makeSqliteDb(fixture::lineStatements(store), false, &db, nullptr, &error))
-        << qPrintable(error);
-    return testdata::writeFile(dir.filePath(QStringLiteral("Line%1.sqlite").arg(++m_dbs)), db);
+    return testdata::writeSqliteDb(dir.filePath(QStringLiteral("Line%1.sqlite").arg(++m_dbs)),
+                                   fixture::lineStatements(store));
   }
   void writeFile(const QString& relative) { testdata::writeFile(dir.filePath(relative), "x"); }
 
-  QTemporaryDir dir;
-  QStringList errors;
   int m_dbs = 0;
 };
 

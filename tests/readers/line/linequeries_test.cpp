@@ -20,16 +20,7 @@ QString makeDb(const QTemporaryDir& dir, const QString& name, const QByteArray& 
   return testdata::execSqlite(dir.filePath(name), {QString::fromUtf8(statements)});
 }
 
-class LineQueries : public ::testing::Test {
-protected:
-  void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
-    testdata::collectErrors(&errors);
-  }
-  void TearDown() override { SherdLog::toStderr(); }
-  QTemporaryDir dir;
-  QStringList errors;
-};
+class LineQueries : public testdata::ErrorLogTest {};
 
 TEST_F(LineQueries, EachColumnLandsInItsField) {
   const QString db = makeDb(

@@ -25,10 +25,7 @@ using testdata::LogCapture;
 class CalendarRead : public ::testing::Test {
 protected:
   QString writeDb(const QStringList& statements) {
-    QByteArray bytes;
-    QString error;
-    EXPECT_TRUE(fixture::makeSqliteDb(statements, false, &bytes, nullptr, &error)) << error.toStdString();
-    return writeBytes(bytes);
+    return testdata::writeSqliteDb(dir.filePath(QStringLiteral("Calendar%1.sqlitedb").arg(++n)), statements);
   }
   QString writeBytes(const QByteArray& bytes) {
     return testdata::writeFile(dir.filePath(QStringLiteral("Calendar%1.sqlitedb").arg(++n)), bytes);

@@ -29,10 +29,7 @@ protected:
     return testdata::writeFile(dir.filePath(name.isEmpty() ? QStringLiteral("f%1").arg(++n) : name), bytes);
   }
   QString writeDb(const QStringList& statements) {
-    QByteArray bytes;
-    QString error;
-    EXPECT_TRUE(fixture::makeSqliteDb(statements, false, &bytes, nullptr, &error)) << error.toStdString();
-    return writeBytes(bytes);
+    return testdata::writeSqliteDb(dir.filePath(QStringLiteral("f%1").arg(++n)), statements);
   }
   OxSafariBookmarkItem* titled(const QString& title) {
     for (int row = 0; row < list.count(0); ++row)
