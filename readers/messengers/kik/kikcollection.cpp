@@ -22,15 +22,7 @@ const qint64 kDescriptorProbe = 500;
 CKikCollection::CKikCollection() = default;
 CKikCollection::~CKikCollection() = default;
 
-QString CKikCollection::dbFilePath(const QString&) { return QString(); }
-QString CKikCollection::mediaFilePath(const QString&) { return QString(); }
-QString CKikCollection::mediaFileName(const QString&, int) { return QString(); }
 void CKikCollection::registerAttachment(const QString&, const QString&, int) {}
-
-void CKikCollection::setSwitches(bool buildChats, bool mediaOnly) {
-  m_buildChats = buildChats;
-  m_mediaOnly = mediaOnly;
-}
 
 void CKikCollection::readDatabase(OxBackup* registry, CIProgressCallback* progress, const QString& dbPath) {
   const QStringList files{dbPath.trimmed().isEmpty() ? dbFilePath(QStringLiteral("kik.sqlite")) : dbPath};
@@ -43,7 +35,7 @@ void CKikCollection::readDatabase(OxBackup* registry, CIProgressCallback* progre
   CKikChatMessagesQuery chatMessages;
   CKikChatSessionQuery chats;
   CKikChatMemberQuery members; // read for completeness; titles come from the senders
-  CKikMediaQuery media(m_baseFolder);
+  CKikMediaQuery media(baseFolder());
   CKikMessageQuery messages;
   for (CISQLiteQuery* q :
        std::initializer_list<CISQLiteQuery*>{&users, &chatMessages, &chats, &members, &media, &messages}) {
@@ -53,10 +45,10 @@ void CKikCollection::readDatabase(OxBackup* registry, CIProgressCallback* progre
       return;
   }
 
-  if (m_buildChats) {
+  if (isBuildingChats()) {
     if (registry)
       buildChats(&buildStage, registry->getKikMsg(), users, chats, chatMessages, media, messages);
-  } else if (m_mediaOnly) {
+  } else if (isMediaOnly()) {
     for (qint64 key : messages.keys()) {
       const KikMessage* record = messages.messages().value(key);
       if (record && record->kind != 0 && record->kind != KikMessage::SystemKind)
@@ -103,10 +95,10 @@ void CKikCollection::buildChats(CIProgressCallback* sub, OxData* list, const CKi
     columns.title = labels.isEmpty() ? chatName : labels.join(QStringLiteral(", "));
     const QString jid = users.jids().value(pair->user);
     if (!jid.isEmpty())
-      columns.avatar = mediaFilePath(m_baseFolder + QStringLiteral("profpix/thumb_") + jid);
+      columns.avatar = mediaFilePath(baseFolder() + QStringLiteral("profpix/thumb_") + jid);
     columns.showLastMessage = true;
     OxWhatsappItem* item = CChatItemBuilder::createChatItem(chat, columns);
-    if (item && m_buildChats)
+    if (item && isBuildingChats())
       list->append(item);
     else
       delete item;

@@ -33,6 +33,8 @@
 //  - Progress: the six queries report a twelfth of the sink's range each, the
 //    chat building half of it. A sink that answers false stops the load; the
 //    chats appended so far stay.
+#include "readers/messengers/common/messengercollection.h"
+
 #include <QMap>
 #include <QString>
 
@@ -48,34 +50,19 @@ class OxWhatsappMsg;
 struct KikAttachment;
 struct KikMessage;
 
-class CKikCollection {
+class CKikCollection : public CMessengerCollection {
 public:
   CKikCollection();
-  virtual ~CKikCollection();
+  ~CKikCollection() override;
 
-  // Local path of a readable copy of the named database file, or empty.
-  virtual QString dbFilePath(const QString& name);
-  // Local path of a Kik file given by its path relative to the app's
-  // container, or empty.
-  virtual QString mediaFilePath(const QString& path);
-  // Display name of an attachment file: its time and an extension for the
-  // message type ("jpg" for 1, "MOV" for 2); empty when the file is unknown.
-  virtual QString mediaFileName(const QString& key, int type);
+  // The base's file hooks name Kik's files (mediaFileName: an attachment
+  // file's display name). The base folder is the folder of kik.sqlite, and
+  // with the chat switch off, mediaOnly registers the attachments of every
+  // message instead.
+
   // Remembers a message's attachment (descriptor path, full file path, message
   // type) for the pass over the attachment files.
   virtual void registerAttachment(const QString& attachmentPath, const QString& dataCachePath, int type);
-
-  // The two switches every messenger collection has, both on after
-  // construction: buildChats makes readDatabase build the chat items; with it
-  // off, mediaOnly registers the attachments of every message instead.
-  void setSwitches(bool buildChats, bool mediaOnly);
-  bool isBuildingChats() const { return m_buildChats; }
-  bool isMediaOnly() const { return m_mediaOnly; }
-
-  // The folder of kik.sqlite relative to the container, ending in "/"; Kik's
-  // other files are named relative to it.
-  const QString& baseFolder() const { return m_baseFolder; }
-  void setBaseFolder(const QString& folder) { m_baseFolder = folder; }
 
   // Runs the six queries over the database (dbFilePath("kik.sqlite") when
   // dbPath is blank) and, when all of them finished, builds the chats into
@@ -98,11 +85,4 @@ protected:
   // path (set on msg when given) and the registration of the attachment.
   int attachMedia(const KikMessage& record, const KikAttachment* attachment, OxWhatsappMsg* msg);
 
-private:
-  CKikCollection(const CKikCollection&) = delete;
-  CKikCollection& operator=(const CKikCollection&) = delete;
-
-  bool m_buildChats = true;
-  bool m_mediaOnly = true;
-  QString m_baseFolder;
 };

@@ -28,15 +28,6 @@ const QMap<qint64, QString>& stickerPackages() {
 CLineCollection::CLineCollection() = default;
 CLineCollection::~CLineCollection() = default;
 
-QString CLineCollection::dbFilePath(const QString&) { return QString(); }
-QString CLineCollection::mediaFilePath(const QString&) { return QString(); }
-QString CLineCollection::mediaFileName(const QString&, int) { return QString(); }
-
-void CLineCollection::setSwitches(bool buildChats, bool mediaOnly) {
-  m_buildChats = buildChats;
-  m_mediaOnly = mediaOnly;
-}
-
 void CLineCollection::readDatabase(OxBackup* registry, CIProgressCallback* progress, const QString& dbPath) {
   const QStringList files{dbPath.trimmed().isEmpty() ? dbFilePath(QStringLiteral("Line.sqlite")) : dbPath};
   const int queryShare = progress ? int(progress->range() * 0.5 / 5.0) : 100;
@@ -55,7 +46,7 @@ void CLineCollection::readDatabase(OxBackup* registry, CIProgressCallback* progr
     if (!queryStage.finish())
       return;
   }
-  if (m_buildChats && registry)
+  if (isBuildingChats() && registry)
     buildChats(&buildStage, registry->getLineMsg(), users, groups, chats, messages, members);
 }
 
@@ -137,9 +128,9 @@ OxWhatsappMsg* CLineCollection::createMsg(const LineMessage& record, const QStri
   case 2:
   case 3: {
     QString media =
-        mediaFilePath(m_baseFolder + QStringLiteral("Message Thumbnails/%1/%2.thumb").arg(chatMid, record.id));
+        mediaFilePath(baseFolder() + QStringLiteral("Message Thumbnails/%1/%2.thumb").arg(chatMid, record.id));
     if (!sentDone && !QFile::exists(media))
-      media = mediaFilePath(m_baseFolder + QStringLiteral("Message Attachments/%1/S_%2.jpg").arg(chatMid, record.id));
+      media = mediaFilePath(baseFolder() + QStringLiteral("Message Attachments/%1/S_%2.jpg").arg(chatMid, record.id));
     msg->setMedia(media);
     break;
   }
@@ -147,7 +138,7 @@ OxWhatsappMsg* CLineCollection::createMsg(const LineMessage& record, const QStri
     type = OxWhatsappMsg::MsgImage;
     const QString sticker = stickerPath(record.sticker);
     if (!sticker.isEmpty())
-      msg->setMedia(mediaFilePath(m_baseFolder + sticker));
+      msg->setMedia(mediaFilePath(baseFolder() + sticker));
     break;
   }
   default:

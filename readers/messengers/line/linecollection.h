@@ -28,6 +28,8 @@
 // Progress: the five queries report a tenth of the sink's range each, the
 // chat building half of it. A sink that answers false stops the load; the
 // chats appended so far stay.
+#include "readers/messengers/common/messengercollection.h"
+
 #include <QDateTime>
 #include <QString>
 
@@ -42,31 +44,14 @@ class OxData;
 class OxWhatsappMsg;
 struct LineMessage;
 
-class CLineCollection {
+class CLineCollection : public CMessengerCollection {
 public:
   CLineCollection();
-  virtual ~CLineCollection();
+  ~CLineCollection() override;
 
-  // Local path of a readable copy of the named database file, or empty.
-  virtual QString dbFilePath(const QString& name);
-  // Local path of a Line file given by its path relative to the app's
-  // container, or empty.
-  virtual QString mediaFilePath(const QString& path);
-  // Display name of a file: its time and an extension for the message type
-  // ("jpg" for 1, "MOV" for 2); empty when the file is unknown.
-  virtual QString mediaFileName(const QString& key, int type);
-
-  // The two switches every messenger collection has, both on after
-  // construction: buildChats makes readDatabase build the chat items; Line
-  // has no media-only run.
-  void setSwitches(bool buildChats, bool mediaOnly);
-  bool isBuildingChats() const { return m_buildChats; }
-  bool isMediaOnly() const { return m_mediaOnly; }
-
-  // The account folder relative to the container, ending in "/" (the
-  // database's path without "Messages/Line.sqlite").
-  const QString& baseFolder() const { return m_baseFolder; }
-  void setBaseFolder(const QString& folder) { m_baseFolder = folder; }
+  // The base's file hooks name Line's files. The base folder is the account
+  // folder (the database's path without "Messages/Line.sqlite"); Line has no
+  // media-only run.
 
   // Runs the five queries over the database (dbFilePath("Line.sqlite") when
   // dbPath is blank) and, when all of them finished and the switch is on,
@@ -87,11 +72,4 @@ public:
   // when the number is below the first known package.
   static QString stickerPath(qint64 sticker);
 
-private:
-  CLineCollection(const CLineCollection&) = delete;
-  CLineCollection& operator=(const CLineCollection&) = delete;
-
-  bool m_buildChats = true;
-  bool m_mediaOnly = true;
-  QString m_baseFolder;
 };
