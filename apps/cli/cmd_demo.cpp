@@ -9,6 +9,8 @@
 #include "model/oxdata.h"
 #include "model/oxnoteitem.h"
 #include "model/oxsafaribookmarkitem.h"
+#include "model/oxwhatsappitem.h"
+#include "platform/common/commonutils.h"
 #include "platform/common/utils.h"
 #include "service/whatsappservice.h"
 #include "tests/support/apps/notes.h"
@@ -117,6 +119,29 @@ void showSafari(const QString& folder) {
     }
   }
 }
+
+// The sample's WhatsApp chats, newest first, each with its messages (newest
+// first, as the chat holds them).
+void showWhatsapp(const QString& folder) {
+  WhatsappService service(folder, false);
+  OxData* chats = loadOne(service, folder, 0);
+  if (!chats)
+    return;
+  std::printf("\nWhatsApp:\n");
+  for (int row = 0; row < chats->count(0); ++row) {
+    const auto* chat = static_cast<const OxWhatsappItem*>(chats->at(row, false));
+    std::printf("  %-18s %-28s %-19s %s\n", qPrintable(chat->value(0)), qPrintable(chat->value(1)),
+                qPrintable(chat->value(3)), qPrintable(chat->value(4)));
+    if (!chat->detailContent())
+      continue;
+    for (const OxWhatsappMsg* m : chat->detailContent()->messages()) {
+      const QString who = m->member().isEmpty() ? (m->isFromMe() ? QStringLiteral("me") : QString()) : m->member();
+      std::printf("      %-16s %-10s %s%s\n", qPrintable(CCommonUtils::datetimeToMinute(m->msgDate(), true)),
+                  qPrintable(who), qPrintable(m->content().simplified()),
+                  m->media().isEmpty() ? "" : "  [thumbnail]");
+    }
+  }
+}
 } // namespace
 
 int runDemo(const QStringList& args) {
@@ -159,6 +184,7 @@ int runDemo(const QStringList& args) {
   const int rc =
       runScan({args.value(0, QStringLiteral("sherd")), QStringLiteral("--note-password"), notePassword, folder});
   if (rc == ExitOk) {
+    showWhatsapp(folder);
     showNotes(folder, notePassword);
     showCalls(folder);
     showCalendar(folder);
