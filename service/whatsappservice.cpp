@@ -102,14 +102,6 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     whatsapp.load(m_mobileBackup);
     break;
   }
-  case 7: {
-    const QString scratch = makeNoteTempPath();
-    CNoteCollection notes(m_backup->getNote(), scratch, m_backup->backupProperty(4));
-    notes.setNotePasswords(m_notePasswords);
-    notes.setProgress(nullptr);
-    notes.load(m_mobileBackup);
-    break;
-  }
   case 1: {
     CKikiTunesCollection kik(m_backup);
     kik.setSwitches(true, false);
@@ -122,6 +114,14 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     line.setSwitches(true, false);
     line.setProgress(nullptr);
     line.load(m_mobileBackup);
+    break;
+  }
+  case 7: {
+    const QString scratch = makeNoteTempPath();
+    CNoteCollection notes(m_backup->getNote(), scratch, m_backup->backupProperty(4));
+    notes.setNotePasswords(m_notePasswords);
+    notes.setProgress(nullptr);
+    notes.load(m_mobileBackup);
     break;
   }
   case 8: {
