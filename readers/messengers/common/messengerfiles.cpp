@@ -3,6 +3,9 @@
 #include "platform/backup/mobilebackup.h"
 #include "platform/common/utils.h"
 
+#include <QDateTime>
+#include <QLocale>
+
 void MessengerFiles::insert(const QString& key, int index, const BackupFileRecord& record) {
   m_files.insert(key, MessengerFileEntry{index, record.domain, record.relativePath, record.modified, record.size});
 }
@@ -32,4 +35,11 @@ QString MessengerFiles::copyDatabase(MobileBackup* backup, const QString& key, c
 
 QString MessengerFiles::slashed(const QString& path) {
   return path.startsWith(QLatin1Char('/')) ? path : QLatin1Char('/') + path;
+}
+
+QString MessengerFiles::mediaFileName(quint32 modified, int type) {
+  const QDateTime date = QDateTime::fromSecsSinceEpoch(qint64(modified), Qt::UTC);
+  // Types without an extension keep the bare point.
+  const QString ext = type == 1 ? QStringLiteral("jpg") : type == 2 ? QStringLiteral("MOV") : QString();
+  return QStringLiteral("%1.%2").arg(QLocale::system().toString(date, QLocale::ShortFormat), ext);
 }

@@ -27,6 +27,11 @@ struct MessengerFileEntry {
 
 class MessengerFiles {
 public:
+  // The display name of a media file of that modification time (Unix
+  // seconds) holding a message of that type: the time in the system locale's
+  // short form, a point, and "jpg" for type 1, "MOV" for type 2, nothing else.
+  static QString mediaFileName(quint32 modified, int type);
+
   void clear() { m_files.clear(); }
   // Files the record found at that index under the key; a later record of the
   // same key wins.

@@ -86,14 +86,7 @@ QString CKikiTunesCollection::mediaFilePath(const QString& path) { return m_file
 
 QString CKikiTunesCollection::mediaFileName(const QString& key, int type) {
   const KikFileEntry* entry = m_files.find(key);
-  return entry ? fileNameOf(entry->modified, type) : QString();
-}
-
-QString CKikiTunesCollection::fileNameOf(quint32 modified, int type) {
-  const QDateTime date = QDateTime::fromSecsSinceEpoch(qint64(modified), Qt::UTC);
-  // Types without an extension keep the bare point.
-  const QString ext = type == 1 ? QStringLiteral("jpg") : type == 2 ? QStringLiteral("MOV") : QString();
-  return QStringLiteral("%1.%2").arg(QLocale::system().toString(date, QLocale::ShortFormat), ext);
+  return entry ? MessengerFiles::mediaFileName(entry->modified, type) : QString();
 }
 
 void CKikiTunesCollection::registerAttachment(const QString& attachmentPath, const QString& dataCachePath,

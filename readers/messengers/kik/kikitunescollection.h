@@ -65,10 +65,6 @@ public:
   // The message type of a file by its first bytes: 1 for a picture (PNG,
   // JFIF, EXIF, HEIC), 2 for an MP4 video, else 8.
   static int typeOfHeader(const QByteArray& header);
-  // The display name of a file of that modification time (Unix seconds)
-  // holding a message of that type: the time in the system locale's short
-  // form, a point, and "jpg" for type 1, "MOV" for type 2, nothing else.
-  static QString fileNameOf(quint32 modified, int type);
 
 protected:
   // A Kik file found by the attachment pass. Kik attachments are shown only as

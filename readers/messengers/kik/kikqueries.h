@@ -14,7 +14,7 @@
 // included, against a database that numbers the tables otherwise
 // (CCoreDataJoinQuery).
 #include "backup/cisqlitequery.h"
-#include "readers/messengers/kik/coredatajoin.h"
+#include "readers/messengers/common/coredatajoin.h"
 
 #include <QHash>
 #include <QList>

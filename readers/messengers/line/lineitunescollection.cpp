@@ -1,7 +1,6 @@
 #include "readers/messengers/line/lineitunescollection.h"
 
 #include "platform/backup/mobilebackup.h"
-#include "readers/messengers/kik/kikitunescollection.h"
 
 namespace {
 const QString kGroupDomain = QStringLiteral("AppDomainGroup-group.com.linecorp.line");
@@ -62,5 +61,5 @@ QString CLineiTunesCollection::mediaFilePath(const QString& path) { return m_fil
 
 QString CLineiTunesCollection::mediaFileName(const QString& key, int type) {
   const LineFileEntry* entry = m_files.find(key);
-  return entry ? CKikiTunesCollection::fileNameOf(entry->modified, type) : QString();
+  return entry ? MessengerFiles::mediaFileName(entry->modified, type) : QString();
 }

@@ -8,7 +8,7 @@
 // leaves the query's containers empty (the failure is logged). A NULL text
 // column reads as an empty string, a NULL number as 0.
 #include "backup/cisqlitequery.h"
-#include "readers/messengers/kik/coredatajoin.h"
+#include "readers/messengers/common/coredatajoin.h"
 
 #include <QList>
 #include <QMap>

@@ -1,4 +1,4 @@
-#include "readers/messengers/kik/coredatajoin.h"
+#include "readers/messengers/common/coredatajoin.h"
 
 #include "platform/common/log.h"
 #include "platform/common/sqlutils.h"
