@@ -30,22 +30,22 @@ struct LargeBackup {
   LargeBackup() {
     SherdLog::silence();
     folder = dir.filePath(QStringLiteral("large"));
-    QList<fixture::FileSpec> files;
+    QList<fixture::StoredFile> files;
     files.reserve(kRecords);
     const QStringList domains = {QStringLiteral("HomeDomain"), QStringLiteral("MediaDomain"),
                                  QStringLiteral("AppDomain-net.whatsapp.WhatsApp"),
                                  QStringLiteral("AppDomainGroup-group.com.apple.notes")};
     for (int i = 0; i < kRecords; ++i) {
-      fixture::FileSpec f;
+      fixture::StoredFile f;
       f.domain = domains.at(i % domains.size());
       f.relativePath = QStringLiteral("Library/Folder%1/Sub%2/file-%3.dat").arg(i % 97).arg(i % 13).arg(i);
       f.recordedSize = (i % 50 == 0) ? 0 : 1000 + i;
       files.append(f);
     }
-    fixture::BackupSpec spec;
-    spec.writeContents = false;
+    fixture::BackupPlan plan;
+    plan.writeContents = false;
     QString err;
-    if (!fixture::writeBackup(folder, spec, files, &err))
+    if (!fixture::writeBackup(folder, plan, files, &err))
       std::fprintf(stderr, "cannot write the benchmark backup: %s\n", qPrintable(err));
   }
 };
@@ -173,11 +173,11 @@ void BM_EncryptedOpenAndDecryptAll(benchmark::State& state) {
   SherdLog::silence();
   QTemporaryDir dir;
   const QString folder = dir.filePath(QStringLiteral("enc"));
-  fixture::BackupSpec spec;
-  spec.password = QStringLiteral("pw");
-  spec.sha256Iterations = 1000;
-  spec.sha1Iterations = 10000;
-  QList<fixture::FileSpec> files;
+  fixture::BackupPlan plan;
+  plan.password = QStringLiteral("pw");
+  plan.sha256Iterations = 1000;
+  plan.sha1Iterations = 10000;
+  QList<fixture::StoredFile> files;
   const int n = 64;
   QByteArray data(1 << 20, '\0');
   for (int i = 0; i < data.size(); ++i)
@@ -185,9 +185,9 @@ void BM_EncryptedOpenAndDecryptAll(benchmark::State& state) {
   for (int i = 0; i < n; ++i)
     files << fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("f%1").arg(i), data);
   QString err;
-  fixture::writeBackup(folder, spec, files, &err);
+  fixture::writeBackup(folder, plan, files, &err);
   for (auto _ : state) {
-    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(folder, spec.password));
+    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(folder, plan.password));
     for (int i = 0; b && i < b->fileCount(); ++i)
       benchmark::DoNotOptimize(b->filePath(i));
   }

@@ -75,7 +75,7 @@ const Data& data() {
     }
     QString error;
     const QString folder = d->dir.filePath(QStringLiteral("backup"));
-    if (!writeBackup(folder, BackupSpec(), modernFiles(modern, ModernLayout::Ios17) + legacyFiles(legacy, {}), &error))
+    if (!writeBackup(folder, BackupPlan(), modernFiles(modern, ModernLayout::Ios17) + legacyFiles(legacy, {}), &error))
       qFatal("cannot write the benchmark backup: %s", qPrintable(error));
     d->backup.reset(MobileBackup::loadFromPath(folder));
     if (!d->backup)

@@ -119,7 +119,7 @@ bool writeGeneratedBackup(int messages) {
   double unused[1];
   return inChild<1>(
       [messages](double*) {
-        QList<fixture::FileSpec> files = fixture::whatsappDbFilesFrom(
+        QList<fixture::StoredFile> files = fixture::whatsappDbFilesFrom(
             fixture::whatsappSchema(false) + fixture::whatsappGeneratedInserts(messages, kChats, true));
         if (files.isEmpty())
           return false;
@@ -129,9 +129,9 @@ bool writeGeneratedBackup(int messages) {
           files << fixture::whatsappMediaFile(
               QStringLiteral("Media/%1@s.whatsapp.net/%2/%3/%4.thumb").arg(partner).arg(m % 16).arg(m % 7).arg(m));
         }
-        fixture::BackupSpec spec;
+        fixture::BackupPlan plan;
         QString error;
-        if (!fixture::writeBackup(root().filePath(backupName(messages)), spec, files, &error)) {
+        if (!fixture::writeBackup(root().filePath(backupName(messages)), plan, files, &error)) {
           std::fprintf(stderr, "cannot write the benchmark backup: %s\n", qPrintable(error));
           return false;
         }
@@ -145,7 +145,7 @@ bool measure(int messages, double (&values)[7]) {
   return inChild<7>(
       [messages](double* v) {
         const QString folder = root().filePath(backupName(messages));
-        const QString db = fixture::storedPath(folder, fixture::BackupSpec(), fixture::whatsappGroupDomain(),
+        const QString db = fixture::storedPath(folder, fixture::BackupPlan(), fixture::whatsappGroupDomain(),
                                                QStringLiteral("ChatStorage.sqlite"));
         // Warm the page cache for both runs alike.
         bareScan(db);

@@ -31,10 +31,10 @@ protected:
     SherdLog::toStderr();
   }
   void makeBackup(const QString& name, const QString& password = QString()) {
-    fixture::BackupSpec spec;
-    spec.password = password;
+    fixture::BackupPlan plan;
+    plan.password = password;
     QString error;
-    ASSERT_TRUE(fixture::writeBackup(root.filePath(name), spec,
+    ASSERT_TRUE(fixture::writeBackup(root.filePath(name), plan,
                                      {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/x.txt"),
                                                     QByteArray("x"))},
                                      &error))

@@ -72,11 +72,11 @@ bool writeFile(const QString& path, const QByteArray& data, QString* error) {
   return true;
 }
 
-quint32 modeOf(const FileSpec& f) {
+quint32 modeOf(const StoredFile& f) {
   switch (f.kind) {
-  case FileSpec::Directory:
+  case StoredFile::Directory:
     return 0x4000 | 0755;
-  case FileSpec::Link:
+  case StoredFile::Link:
     return 0xA000 | 0755;
   default:
     return 0x8000 | 0644;
@@ -84,7 +84,7 @@ quint32 modeOf(const FileSpec& f) {
 }
 
 // The MBFile keyed archive stored in Manifest.db's file column.
-QByteArray mbFileArchive(const FileSpec& f, qint64 size, const QByteArray& encKey, quint64 inode) {
+QByteArray mbFileArchive(const StoredFile& f, qint64 size, const QByteArray& encKey, quint64 inode) {
   Plist root(plist_new_dict());
   plist_dict_set_item(root.get(), "$version", plist_new_uint(100000));
   plist_dict_set_item(root.get(), "$archiver", plist_new_string("NSKeyedArchiver"));
@@ -114,7 +114,7 @@ QByteArray mbFileArchive(const FileSpec& f, qint64 size, const QByteArray& encKe
     plist_dict_set_item(mb, "EncryptionKey", plist_new_uid(next));
     next += 2;
   }
-  if (f.kind == FileSpec::Link) {
+  if (f.kind == StoredFile::Link) {
     plist_array_append_item(objects, plist_new_string(f.linkTarget.toUtf8().constData()));
     plist_dict_set_item(mb, "Target", plist_new_uid(next));
     ++next;
@@ -135,7 +135,7 @@ QByteArray mbFileArchive(const FileSpec& f, qint64 size, const QByteArray& encKe
   plist_dict_set_item(mb, "InodeNumber", plist_new_uint(inode));
   plist_dict_set_item(mb, "UserID", plist_new_uint(501));
   plist_dict_set_item(mb, "GroupID", plist_new_uint(501));
-  plist_dict_set_item(mb, "ProtectionClass", plist_new_uint(f.kind == FileSpec::File ? f.protectionClass : 0));
+  plist_dict_set_item(mb, "ProtectionClass", plist_new_uint(f.kind == StoredFile::File ? f.protectionClass : 0));
   plist_dict_set_item(mb, "Flags", plist_new_uint(0));
   plist_dict_set_item(root.get(), "$objects", objects);
   return toBinary(root.get());
@@ -160,34 +160,34 @@ struct Keys {
   QByteArray keybag;
 };
 
-bool makeKeybag(const BackupSpec& spec, Keys* keys, QString* error) {
+bool makeKeybag(const BackupPlan& plan, Keys* keys, QString* error) {
   const QByteArray salt = randomBytes(20);
   const QByteArray dpsl = randomBytes(20);
-  QByteArray material = spec.password.toUtf8();
-  if (spec.sha256Iterations > 0 &&
-      !BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, material, dpsl, spec.sha256Iterations, 32, &material)) {
+  QByteArray material = plan.password.toUtf8();
+  if (plan.sha256Iterations > 0 &&
+      !BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, material, dpsl, plan.sha256Iterations, 32, &material)) {
     *error = QStringLiteral("key derivation failed");
     return false;
   }
   QByteArray passcodeKey;
-  if (!BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha1, material, salt, spec.sha1Iterations, 32, &passcodeKey)) {
+  if (!BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha1, material, salt, plan.sha1Iterations, 32, &passcodeKey)) {
     *error = QStringLiteral("key derivation failed");
     return false;
   }
   QByteArray kb;
-  kb += keybagInt("VERS", spec.sha256Iterations > 0 ? 4 : 3);
+  kb += keybagInt("VERS", plan.sha256Iterations > 0 ? 4 : 3);
   kb += keybagInt("TYPE", 1);
   kb += keybagItem("UUID", randomBytes(16));
   kb += keybagItem("HMCK", randomBytes(40));
   kb += keybagInt("WRAP", 0);
   kb += keybagItem("SALT", salt);
-  kb += keybagInt("ITER", quint32(spec.sha1Iterations));
-  if (spec.sha256Iterations > 0) {
+  kb += keybagInt("ITER", quint32(plan.sha1Iterations));
+  if (plan.sha256Iterations > 0) {
     kb += keybagInt("DPWT", 1);
-    kb += keybagInt("DPIC", quint32(spec.sha256Iterations));
+    kb += keybagInt("DPIC", quint32(plan.sha256Iterations));
     kb += keybagItem("DPSL", dpsl);
   }
-  for (const QByteArray& extra : spec.extraKeybagItems)
+  for (const QByteArray& extra : plan.extraKeybagItems)
     kb += extra;
   for (quint32 cls : {1u, 2u, 3u, 4u, 6u, 7u, 8u, 9u, 10u, 11u}) {
     const QByteArray key = randomBytes(32);
@@ -233,7 +233,7 @@ bool exec(sqlite3* db, const char* sql, QString* error) {
   return true;
 }
 
-bool writeManifestDb(const QString& path, const BackupSpec& spec, const QList<FileSpec>& files,
+bool writeManifestDb(const QString& path, const BackupPlan& plan, const QList<StoredFile>& files,
                      const QList<QByteArray>& keyRecords, QString* error) {
   QFile::remove(path);
   sqlite3* db = nullptr;
@@ -258,13 +258,13 @@ bool writeManifestDb(const QString& path, const BackupSpec& spec, const QList<Fi
     ok = false;
   }
   for (int i = 0; ok && i < files.size(); ++i) {
-    const FileSpec& f = files.at(i);
+    const StoredFile& f = files.at(i);
     const QByteArray id = fileIdOf(f.domain, f.relativePath).toLatin1();
     const QByteArray dom = f.domain.toUtf8();
     const QByteArray rel = f.relativePath.toUtf8();
-    const qint64 size = f.kind != FileSpec::File ? 0 : f.recordedSize >= 0 ? f.recordedSize : f.data.size();
+    const qint64 size = f.kind != StoredFile::File ? 0 : f.recordedSize >= 0 ? f.recordedSize : f.data.size();
     const QByteArray blob = mbFileArchive(f, size, keyRecords.value(i), quint64(1000 + i));
-    const int flags = f.kind == FileSpec::File ? 1 : f.kind == FileSpec::Directory ? 2 : 4;
+    const int flags = f.kind == StoredFile::File ? 1 : f.kind == StoredFile::Directory ? 2 : 4;
     sqlite3_bind_text(st, 1, id.constData(), id.size(), SQLITE_TRANSIENT);
     sqlite3_bind_text(st, 2, dom.constData(), dom.size(), SQLITE_TRANSIENT);
     sqlite3_bind_text(st, 3, rel.constData(), rel.size(), SQLITE_TRANSIENT);
@@ -279,18 +279,18 @@ bool writeManifestDb(const QString& path, const BackupSpec& spec, const QList<Fi
   sqlite3_finalize(st);
   ok = ok && exec(db, "commit;", error);
   sqlite3_close(db);
-  Q_UNUSED(spec);
+  Q_UNUSED(plan);
   return ok;
 }
 
-QByteArray mbdbBytes(const QList<FileSpec>& files, const QList<QByteArray>& keyRecords) {
+QByteArray mbdbBytes(const QList<StoredFile>& files, const QList<QByteArray>& keyRecords) {
   QByteArray out("mbdb\x05\x00", 6);
   for (int i = 0; i < files.size(); ++i) {
-    const FileSpec& f = files.at(i);
-    const qint64 size = f.kind != FileSpec::File ? 0 : f.recordedSize >= 0 ? f.recordedSize : f.data.size();
+    const StoredFile& f = files.at(i);
+    const qint64 size = f.kind != StoredFile::File ? 0 : f.recordedSize >= 0 ? f.recordedSize : f.data.size();
     mbdbString(&out, f.domain.toUtf8());
     mbdbString(&out, f.relativePath.toUtf8());
-    mbdbString(&out, f.linkTarget.toUtf8(), f.kind != FileSpec::Link);
+    mbdbString(&out, f.linkTarget.toUtf8(), f.kind != StoredFile::Link);
     mbdbString(&out, QByteArray(), true);
     const QByteArray key = keyRecords.value(i);
     mbdbString(&out, key, key.isEmpty());
@@ -302,7 +302,7 @@ QByteArray mbdbBytes(const QList<FileSpec>& files, const QList<QByteArray>& keyR
     mbdbInt<quint32>(&out, f.modified);
     mbdbInt<quint32>(&out, f.modified);
     mbdbInt<quint64>(&out, quint64(size));
-    out.append(char(f.kind == FileSpec::File ? f.protectionClass : 0));
+    out.append(char(f.kind == StoredFile::File ? f.protectionClass : 0));
     out.append(char(1)); // one extended attribute, to exercise the property list
     mbdbString(&out, "com.apple.test");
     mbdbString(&out, QByteArray("\x00\x01\x02", 3));
@@ -311,23 +311,23 @@ QByteArray mbdbBytes(const QList<FileSpec>& files, const QList<QByteArray>& keyR
 }
 } // namespace
 
-FileSpec file(const QString& domain, const QString& relativePath, const QByteArray& data) {
-  FileSpec f;
+StoredFile file(const QString& domain, const QString& relativePath, const QByteArray& data) {
+  StoredFile f;
   f.domain = domain;
   f.relativePath = relativePath;
   f.data = data;
   return f;
 }
 
-FileSpec directory(const QString& domain, const QString& relativePath) {
-  FileSpec f = file(domain, relativePath, QByteArray());
-  f.kind = FileSpec::Directory;
+StoredFile directory(const QString& domain, const QString& relativePath) {
+  StoredFile f = file(domain, relativePath, QByteArray());
+  f.kind = StoredFile::Directory;
   return f;
 }
 
-FileSpec link(const QString& domain, const QString& relativePath, const QString& target) {
-  FileSpec f = file(domain, relativePath, QByteArray());
-  f.kind = FileSpec::Link;
+StoredFile link(const QString& domain, const QString& relativePath, const QString& target) {
+  StoredFile f = file(domain, relativePath, QByteArray());
+  f.kind = StoredFile::Link;
   f.linkTarget = target;
   return f;
 }
@@ -352,14 +352,14 @@ QString fileIdOf(const QString& domain, const QString& relativePath) {
       QCryptographicHash::hash((domain + QLatin1Char('-') + relativePath).toUtf8(), QCryptographicHash::Sha1).toHex());
 }
 
-QString storedPath(const QString& folder, const BackupSpec& spec, const QString& domain, const QString& relativePath) {
+QString storedPath(const QString& folder, const BackupPlan& plan, const QString& domain, const QString& relativePath) {
   const QString id = fileIdOf(domain, relativePath);
-  if (spec.generation == BackupSpec::ManifestDb)
+  if (plan.generation == BackupPlan::ManifestDb)
     return QDir(folder).filePath(id.left(2) + QLatin1Char('/') + id);
   return QDir(folder).filePath(id);
 }
 
-bool writeBackup(const QString& folder, const BackupSpec& spec, const QList<FileSpec>& files, QString* error) {
+bool writeBackup(const QString& folder, const BackupPlan& plan, const QList<StoredFile>& files, QString* error) {
   QString dummy;
   if (!error)
     error = &dummy;
@@ -367,26 +367,26 @@ bool writeBackup(const QString& folder, const BackupSpec& spec, const QList<File
     *error = QStringLiteral("cannot create %1").arg(folder);
     return false;
   }
-  const bool encrypted = !spec.password.isEmpty();
-  const bool modern = spec.generation == BackupSpec::ManifestDb;
-  BackupSpec s = spec;
+  const bool encrypted = !plan.password.isEmpty();
+  const bool modern = plan.generation == BackupPlan::ManifestDb;
+  BackupPlan s = plan;
   if (s.productVersion.isEmpty())
     s.productVersion = modern ? QStringLiteral("15.4.1") : QStringLiteral("9.3.5");
 
   Keys keys;
   {
-    BackupSpec kbSpec = s;
+    BackupPlan kbPlan = s;
     if (!encrypted)
-      kbSpec.password = QStringLiteral("unused"); // plain backups carry a keybag too
-    if (!makeKeybag(kbSpec, &keys, error))
+      kbPlan.password = QStringLiteral("unused"); // plain backups carry a keybag too
+    if (!makeKeybag(kbPlan, &keys, error))
       return false;
   }
 
   // Stored files (and, when encrypted, their key records).
   QList<QByteArray> keyRecords;
-  for (const FileSpec& f : files) {
+  for (const StoredFile& f : files) {
     QByteArray record;
-    if (f.kind == FileSpec::File) {
+    if (f.kind == StoredFile::File) {
       QByteArray content = f.data;
       if (encrypted && !encryptContent(keys, f.protectionClass, f.data, &content, &record, error))
         return false;

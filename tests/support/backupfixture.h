@@ -2,7 +2,7 @@
 // Writes complete synthetic device backups for tests, benchmarks and the demo:
 // Info.plist, Manifest.plist, Status.plist, the manifest of either generation
 // (Manifest.db or Manifest.mbdb) and the stored files, plain or encrypted with
-// a password. App writers (tests/support/apps/) produce the FileSpec lists
+// a password. App writers (tests/support/apps/) produce the StoredFile lists
 // that go into a backup.
 #include <QByteArray>
 #include <QDateTime>
@@ -12,7 +12,7 @@
 
 namespace fixture {
 
-struct FileSpec {
+struct StoredFile {
   enum Kind { File, Directory, Link };
   QString domain;
   QString relativePath;
@@ -25,11 +25,11 @@ struct FileSpec {
   bool omitContent = false; // named in the manifest, no stored file on disk
 };
 
-FileSpec file(const QString& domain, const QString& relativePath, const QByteArray& data);
-FileSpec directory(const QString& domain, const QString& relativePath);
-FileSpec link(const QString& domain, const QString& relativePath, const QString& target);
+StoredFile file(const QString& domain, const QString& relativePath, const QByteArray& data);
+StoredFile directory(const QString& domain, const QString& relativePath);
+StoredFile link(const QString& domain, const QString& relativePath, const QString& target);
 
-struct BackupSpec {
+struct BackupPlan {
   enum Generation { ManifestDb, Mbdb };
   Generation generation = ManifestDb;
   QString password; // non-empty: an encrypted backup
@@ -59,12 +59,12 @@ QByteArray keybagItem(const QByteArray& tag, const QByteArray& value);
 QByteArray keybagInt(const QByteArray& tag, quint32 value);
 
 // Writes the backup into folder (created; must not hold a backup already).
-bool writeBackup(const QString& folder, const BackupSpec& spec, const QList<FileSpec>& files, QString* error);
+bool writeBackup(const QString& folder, const BackupPlan& plan, const QList<StoredFile>& files, QString* error);
 
 // The stored file's name: SHA-1 of "domain-relativePath" in hex.
 QString fileIdOf(const QString& domain, const QString& relativePath);
 // Where writeBackup put the stored file of a record.
-QString storedPath(const QString& folder, const BackupSpec& spec, const QString& domain, const QString& relativePath);
+QString storedPath(const QString& folder, const BackupPlan& plan, const QString& domain, const QString& relativePath);
 
 // SHA-256 over every file's relative path, size and content under the folder,
 // in name order: equal before and after means nothing changed.

@@ -12,8 +12,8 @@
 #include "tests/support/apps/line.h"
 
 namespace fixture {
-QList<FileSpec> sampleFiles() {
-  QList<FileSpec> files;
+QList<StoredFile> sampleFiles() {
+  QList<StoredFile> files;
   // Every backup holds some of the phone's own files and empty ones.
   files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Preferences/com.apple.springboard.plist"),
                 QByteArray("bplist00"))
@@ -28,9 +28,9 @@ QList<FileSpec> sampleFiles() {
 }
 
 bool writeSampleBackup(const QString& folder, const QString& password, QString* error) {
-  BackupSpec spec;
-  spec.password = password;
-  spec.deviceName = QStringLiteral("Sample iPhone");
-  return writeBackup(folder, spec, sampleFiles(), error);
+  BackupPlan plan;
+  plan.password = password;
+  plan.deviceName = QStringLiteral("Sample iPhone");
+  return writeBackup(folder, plan, sampleFiles(), error);
 }
 } // namespace fixture

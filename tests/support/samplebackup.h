@@ -5,7 +5,7 @@
 
 namespace fixture {
 // The files of the sample: every app writer's files, in a fixed order.
-QList<FileSpec> sampleFiles();
+QList<StoredFile> sampleFiles();
 // Writes the sample into folder; with a password, encrypted.
 bool writeSampleBackup(const QString& folder, const QString& password, QString* error);
 } // namespace fixture

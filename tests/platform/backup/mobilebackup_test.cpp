@@ -16,8 +16,8 @@
 #include <ostream>
 #include <memory>
 
-using fixture::BackupSpec;
-using fixture::FileSpec;
+using fixture::BackupPlan;
+using fixture::StoredFile;
 
 namespace {
 const QString kHome = QStringLiteral("HomeDomain");
@@ -38,13 +38,13 @@ QByteArray readFile(const QString& path) {
 // Files every round trip writes: an empty file first in manifest order, sizes
 // around the AES block (a multiple of 16 gets a whole padding block), one file
 // larger than the decryption chunk, a folder and a link.
-QList<FileSpec> sampleFiles() {
-  QList<FileSpec> files;
+QList<StoredFile> sampleFiles() {
+  QList<StoredFile> files;
   files << fixture::directory(kHome, QStringLiteral("Library"));
-  FileSpec empty = fixture::file(kHome, QStringLiteral("Library/empty.txt"), QByteArray());
+  StoredFile empty = fixture::file(kHome, QStringLiteral("Library/empty.txt"), QByteArray());
   files << empty;
   files << fixture::file(kHome, QStringLiteral("Library/SMS/sms.db"), pattern(32, 'a'));
-  FileSpec one = fixture::file(kApp, QStringLiteral("Documents/one.bin"), pattern(1, 'x'));
+  StoredFile one = fixture::file(kApp, QStringLiteral("Documents/one.bin"), pattern(1, 'x'));
   one.modified = 1234567890;
   one.protectionClass = 4;
   files << one;
@@ -66,9 +66,9 @@ protected:
   }
   void TearDown() override { SherdLog::toStderr(); }
 
-  void write(const BackupSpec& spec, const QList<FileSpec>& files) {
+  void write(const BackupPlan& plan, const QList<StoredFile>& files) {
     QString err;
-    ASSERT_TRUE(fixture::writeBackup(m_folder, spec, files, &err)) << qPrintable(err);
+    ASSERT_TRUE(fixture::writeBackup(m_folder, plan, files, &err)) << qPrintable(err);
   }
 
   QTemporaryDir m_dir;
@@ -78,7 +78,7 @@ protected:
 
 struct RoundTrip {
   const char* name;
-  BackupSpec::Generation generation;
+  BackupPlan::Generation generation;
   const char* password;
   int sha256Iterations;
   bool encryptManifestDb;
@@ -90,29 +90,29 @@ class RoundTripTest : public BackupTest, public ::testing::WithParamInterface<Ro
 
 TEST_P(RoundTripTest, RecordsContentAndInfo) {
   const RoundTrip& p = GetParam();
-  BackupSpec spec;
-  spec.generation = p.generation;
-  spec.password = QString::fromUtf8(p.password);
-  spec.sha256Iterations = p.sha256Iterations;
-  spec.encryptManifestDb = p.encryptManifestDb;
-  const QList<FileSpec> files = sampleFiles();
-  write(spec, files);
+  BackupPlan plan;
+  plan.generation = p.generation;
+  plan.password = QString::fromUtf8(p.password);
+  plan.sha256Iterations = p.sha256Iterations;
+  plan.encryptManifestDb = p.encryptManifestDb;
+  const QList<StoredFile> files = sampleFiles();
+  write(plan, files);
   const QByteArray before = fixture::folderChecksum(m_folder);
 
-  std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, spec.password));
+  std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, plan.password));
   ASSERT_TRUE(b) << qPrintable(MobileBackup::lastError());
-  EXPECT_EQ(b->isEncrypted(), !spec.password.isEmpty());
-  EXPECT_EQ(b->generation() == MobileBackup::Generation::Mbdb, p.generation == BackupSpec::Mbdb);
+  EXPECT_EQ(b->isEncrypted(), !plan.password.isEmpty());
+  EXPECT_EQ(b->generation() == MobileBackup::Generation::Mbdb, p.generation == BackupPlan::Mbdb);
 
   const BackupInfo& info = b->backupInfo();
-  EXPECT_EQ(info.deviceName, spec.deviceName);
-  EXPECT_EQ(info.productType, spec.productType);
-  EXPECT_EQ(info.productVersion, p.generation == BackupSpec::Mbdb ? "9.3.5" : "15.4.1");
-  EXPECT_EQ(info.serialNumber, spec.serialNumber);
-  EXPECT_EQ(info.imei, spec.imei);
-  EXPECT_EQ(info.phoneNumber, spec.phoneNumber);
-  EXPECT_EQ(info.lastBackupDate, spec.date);
-  EXPECT_EQ(info.encrypted, !spec.password.isEmpty());
+  EXPECT_EQ(info.deviceName, plan.deviceName);
+  EXPECT_EQ(info.productType, plan.productType);
+  EXPECT_EQ(info.productVersion, p.generation == BackupPlan::Mbdb ? "9.3.5" : "15.4.1");
+  EXPECT_EQ(info.serialNumber, plan.serialNumber);
+  EXPECT_EQ(info.imei, plan.imei);
+  EXPECT_EQ(info.phoneNumber, plan.phoneNumber);
+  EXPECT_EQ(info.lastBackupDate, plan.date);
+  EXPECT_EQ(info.encrypted, !plan.password.isEmpty());
   EXPECT_TRUE(info.isComplete());
 
   // Regular files only, manifest order, the empty file moved last.
@@ -126,8 +126,8 @@ TEST_P(RoundTripTest, RecordsContentAndInfo) {
   for (int i = 0; i < b->fileCount(); ++i) {
     const BackupFileRecord r = b->fileAt(i);
     ASSERT_EQ(r.relativePath, expected.at(i));
-    const FileSpec* src = nullptr;
-    for (const FileSpec& f : files)
+    const StoredFile* src = nullptr;
+    for (const StoredFile& f : files)
       if (f.relativePath == r.relativePath)
         src = &f;
     ASSERT_TRUE(src);
@@ -155,21 +155,21 @@ TEST_P(RoundTripTest, RecordsContentAndInfo) {
 
 INSTANTIATE_TEST_SUITE_P(
     Generations, RoundTripTest,
-    ::testing::Values(RoundTrip{"ManifestDbPlain", BackupSpec::ManifestDb, "", 0, true},
-                      RoundTrip{"ManifestDbEncrypted", BackupSpec::ManifestDb, "s3cret \u00fc", 50, true},
+    ::testing::Values(RoundTrip{"ManifestDbPlain", BackupPlan::ManifestDb, "", 0, true},
+                      RoundTrip{"ManifestDbEncrypted", BackupPlan::ManifestDb, "s3cret \u00fc", 50, true},
                       // iOS 10.0 to 10.1: SHA-1 derivation only, Manifest.db not encrypted
-                      RoundTrip{"ManifestDbEncryptedPlainIndex", BackupSpec::ManifestDb, "pw", 0, false},
-                      RoundTrip{"MbdbPlain", BackupSpec::Mbdb, "", 0, true},
-                      RoundTrip{"MbdbEncrypted", BackupSpec::Mbdb, "pw", 0, true}),
+                      RoundTrip{"ManifestDbEncryptedPlainIndex", BackupPlan::ManifestDb, "pw", 0, false},
+                      RoundTrip{"MbdbPlain", BackupPlan::Mbdb, "", 0, true},
+                      RoundTrip{"MbdbEncrypted", BackupPlan::Mbdb, "pw", 0, true}),
     [](const ::testing::TestParamInfo<RoundTrip>& i) { return std::string(i.param.name); });
 
 // Bad input: each row builds a backup, damages it, opens it and checks the
 // outcome. The backup folder never changes.
 struct BadInput {
   const char* name;
-  BackupSpec::Generation generation;
+  BackupPlan::Generation generation;
   bool encrypted;
-  std::function<void(QList<FileSpec>*, BackupSpec*)> prepare; // before writing
+  std::function<void(QList<StoredFile>*, BackupPlan*)> prepare; // before writing
   std::function<void(const QString& folder)> damage;          // after writing
   const char* password;                                       // nullptr: the backup's own
   bool opens;
@@ -220,21 +220,21 @@ class BadInputTest : public BackupTest, public ::testing::WithParamInterface<Bad
 
 TEST_P(BadInputTest, LogsAndNeverCrashes) {
   const BadInput& p = GetParam();
-  BackupSpec spec;
-  spec.generation = p.generation;
+  BackupPlan plan;
+  plan.generation = p.generation;
   if (p.encrypted)
-    spec.password = QStringLiteral("pw");
-  QList<FileSpec> files = {fixture::file(kHome, QStringLiteral("Library/a.db"), pattern(100, 'a')),
+    plan.password = QStringLiteral("pw");
+  QList<StoredFile> files = {fixture::file(kHome, QStringLiteral("Library/a.db"), pattern(100, 'a')),
                            fixture::file(kHome, QStringLiteral("Library/b.db"), pattern(200, 'b')),
                            fixture::file(kHome, QStringLiteral("Library/c.db"), pattern(300, 'c'))};
   if (p.prepare)
-    p.prepare(&files, &spec);
-  write(spec, files);
+    p.prepare(&files, &plan);
+  write(plan, files);
   if (p.damage)
     p.damage(m_folder);
   const QByteArray before = fixture::folderChecksum(m_folder);
 
-  const QString password = p.password ? QString::fromUtf8(p.password) : spec.password;
+  const QString password = p.password ? QString::fromUtf8(p.password) : plan.password;
   std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, password));
   if (p.opens) {
     ASSERT_TRUE(b) << qPrintable(MobileBackup::lastError());
@@ -251,8 +251,8 @@ TEST_P(BadInputTest, LogsAndNeverCrashes) {
   EXPECT_EQ(fixture::folderChecksum(m_folder), before);
 }
 
-const auto kPlainDb = BackupSpec::ManifestDb;
-const auto kMbdb = BackupSpec::Mbdb;
+const auto kPlainDb = BackupPlan::ManifestDb;
+const auto kMbdb = BackupPlan::Mbdb;
 using E = MobileBackup::Error;
 
 INSTANTIATE_TEST_SUITE_P(
@@ -297,7 +297,7 @@ INSTANTIATE_TEST_SUITE_P(
                  },
                  nullptr, true, E::None, [](MobileBackup* b) { EXPECT_EQ(b->fileCount(), 2); }},
         BadInput{"KeybagUnknownTags", kPlainDb, true,
-                 [](QList<FileSpec>*, BackupSpec* s) {
+                 [](QList<StoredFile>*, BackupPlan* s) {
                    s->extraKeybagItems = {fixture::keybagItem("ZZZZ", QByteArray(7, 'x')),
                                           fixture::keybagInt("QQQQ", 5)};
                  },
@@ -307,7 +307,7 @@ INSTANTIATE_TEST_SUITE_P(
                    EXPECT_EQ(readFile(b->filePath(0)), pattern(100, 'a'));
                  }},
         BadInput{"KeybagTruncated", kPlainDb, true,
-                 [](QList<FileSpec>*, BackupSpec* s) {
+                 [](QList<StoredFile>*, BackupPlan* s) {
                    // an item that claims more bytes than the keybag holds
                    QByteArray item = fixture::keybagItem("ABCD", QByteArray(4, 'x'));
                    item[7] = char(0x7f);
@@ -315,7 +315,7 @@ INSTANTIATE_TEST_SUITE_P(
                  },
                  nullptr, nullptr, false, E::Damaged, nullptr},
         BadInput{"RelativePathWithDotDot", kPlainDb, false,
-                 [](QList<FileSpec>* f, BackupSpec*) {
+                 [](QList<StoredFile>* f, BackupPlan*) {
                    f->append(fixture::file(kHome, QStringLiteral("../../../escape.db"), "x"));
                    f->append(fixture::file(kHome, QStringLiteral("a/../../up.db"), "y"));
                  },
@@ -328,7 +328,7 @@ INSTANTIATE_TEST_SUITE_P(
                                    .isEmpty());
                  }},
         BadInput{"AbsoluteRelativePath", kMbdb, false,
-                 [](QList<FileSpec>* f, BackupSpec*) { f->append(fixture::file(kHome, QStringLiteral("/etc/x"), "x")); },
+                 [](QList<StoredFile>* f, BackupPlan*) { f->append(fixture::file(kHome, QStringLiteral("/etc/x"), "x")); },
                  nullptr, nullptr, true, E::None,
                  [](MobileBackup* b) {
                    ASSERT_EQ(b->fileCount(), 4);
@@ -336,7 +336,7 @@ INSTANTIATE_TEST_SUITE_P(
                    EXPECT_TRUE(b->extractFile(3, Utils::tempPath() + QStringLiteral("x")).isEmpty());
                  }},
         BadInput{"FileAbsentOnDisk", kPlainDb, true,
-                 [](QList<FileSpec>* f, BackupSpec*) { (*f)[1].omitContent = true; }, nullptr, nullptr, true, E::None,
+                 [](QList<StoredFile>* f, BackupPlan*) { (*f)[1].omitContent = true; }, nullptr, nullptr, true, E::None,
                  [](MobileBackup* b) {
                    EXPECT_EQ(b->fileCount(), 3);
                    EXPECT_TRUE(b->filePath(1).isEmpty());
@@ -346,9 +346,9 @@ INSTANTIATE_TEST_SUITE_P(
                    EXPECT_FALSE(b->filePath(2).isEmpty());
                  }},
         BadInput{"ZeroLengthFiles", kMbdb, true,
-                 [](QList<FileSpec>* f, BackupSpec*) {
+                 [](QList<StoredFile>* f, BackupPlan*) {
                    f->prepend(fixture::file(kHome, QStringLiteral("Library/zero-stored"), QByteArray()));
-                   FileSpec none = fixture::file(kHome, QStringLiteral("Library/zero-absent"), QByteArray());
+                   StoredFile none = fixture::file(kHome, QStringLiteral("Library/zero-absent"), QByteArray());
                    none.omitContent = true;
                    f->prepend(none);
                  },
@@ -365,7 +365,7 @@ INSTANTIATE_TEST_SUITE_P(
         // Stored content that is not a whole number of blocks cannot be decrypted.
         BadInput{"EncryptedContentDamaged", kPlainDb, true, nullptr,
                  [](const QString& f) {
-                   truncateFile(fixture::storedPath(f, BackupSpec(), kHome, QStringLiteral("Library/a.db")), 50);
+                   truncateFile(fixture::storedPath(f, BackupPlan(), kHome, QStringLiteral("Library/a.db")), 50);
                  },
                  nullptr, true, E::None, [](MobileBackup* b) { EXPECT_TRUE(b->filePath(0).isEmpty()); }},
         BadInput{"WrongPasswordModern", kPlainDb, true, nullptr, nullptr, "wrong", false, E::WrongPassword, nullptr},
@@ -392,12 +392,12 @@ TEST_F(BackupTest, NotAFolder) {
 
 // The manifest's size of a database is not trusted: the decrypted length wins.
 TEST_F(BackupTest, DecryptedLengthReplacesRecordedSize) {
-  BackupSpec spec;
-  spec.password = QStringLiteral("pw");
-  FileSpec f = fixture::file(kHome, QStringLiteral("Library/x.sqlite"), pattern(5000, 's'));
+  BackupPlan plan;
+  plan.password = QStringLiteral("pw");
+  StoredFile f = fixture::file(kHome, QStringLiteral("Library/x.sqlite"), pattern(5000, 's'));
   f.recordedSize = 4096;
-  write(spec, {f, fixture::file(kHome, QStringLiteral("Library/y"), "y")});
-  std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, spec.password));
+  write(plan, {f, fixture::file(kHome, QStringLiteral("Library/y"), "y")});
+  std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, plan.password));
   ASSERT_TRUE(b);
   EXPECT_EQ(b->fileAt(0).size, 4096);
   EXPECT_EQ(readFile(b->filePath(0)), f.data);
@@ -406,13 +406,13 @@ TEST_F(BackupTest, DecryptedLengthReplacesRecordedSize) {
 
 // Only what readers ask for is decrypted, and the copies go with the backup.
 TEST_F(BackupTest, DecryptsOnlyWhatIsAsked) {
-  BackupSpec spec;
-  spec.password = QStringLiteral("pw");
-  QList<FileSpec> files;
+  BackupPlan plan;
+  plan.password = QStringLiteral("pw");
+  QList<StoredFile> files;
   for (int i = 0; i < 20; ++i)
     files << fixture::file(kHome, QStringLiteral("f%1").arg(i), pattern(100 + i, char('a' + i)));
-  write(spec, files);
-  std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, spec.password));
+  write(plan, files);
+  std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, plan.password));
   ASSERT_TRUE(b);
   const QString one = b->filePath(7);
   ASSERT_FALSE(one.isEmpty());
@@ -436,14 +436,14 @@ TEST_F(BackupTest, DatabaseCopyReplaysWriteAheadLog) {
   for (const char* password : {"", "pw"}) {
     SCOPED_TRACE(password);
     QDir(m_folder).removeRecursively();
-    BackupSpec spec;
-    spec.password = QString::fromUtf8(password);
-    write(spec, {fixture::file(kApp, QStringLiteral("Documents/Chat.sqlite"), db),
+    BackupPlan plan;
+    plan.password = QString::fromUtf8(password);
+    write(plan, {fixture::file(kApp, QStringLiteral("Documents/Chat.sqlite"), db),
                  fixture::file(kApp, QStringLiteral("Documents/Chat.sqlite-wal"), wal),
                  fixture::file(kApp, QStringLiteral("Documents/Old.db"), journalDb),
                  fixture::file(kApp, QStringLiteral("Documents/Old.db-journal"), QByteArray())});
     const QByteArray before = fixture::folderChecksum(m_folder);
-    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, spec.password));
+    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, plan.password));
     ASSERT_TRUE(b);
     const QString prefix = Utils::tempPath() + QStringLiteral("Chat");
     // A stale companion from an earlier copy must not be replayed.
@@ -479,8 +479,8 @@ TEST_F(BackupTest, DatabaseCopyReplaysWriteAheadLog) {
 }
 
 TEST_F(BackupTest, ManifestDbWriteAheadLogIsRead) {
-  BackupSpec spec;
-  write(spec, {fixture::file(kHome, QStringLiteral("a"), "1")});
+  BackupPlan plan;
+  write(plan, {fixture::file(kHome, QStringLiteral("a"), "1")});
   // Add a record through a log that is left beside the manifest.
   sqlite3* h = nullptr;
   ASSERT_EQ(sqlite3_open(manifestDbOf(m_folder).toUtf8().constData(), &h), SQLITE_OK);

@@ -59,15 +59,15 @@ TEST_F(NzBackupTest, DeviceBackupPath) {
 }
 
 TEST_F(NzBackupTest, ListsBackupsNewestFirst) {
-  fixture::BackupSpec older;
+  fixture::BackupPlan older;
   older.deviceName = QStringLiteral("Old Phone");
   older.date = QDateTime(QDate(2019, 1, 2), QTime(3, 4, 5), Qt::UTC);
-  older.generation = fixture::BackupSpec::Mbdb;
-  fixture::BackupSpec newer;
+  older.generation = fixture::BackupPlan::Mbdb;
+  fixture::BackupPlan newer;
   newer.deviceName = QStringLiteral("New Phone");
   newer.password = QStringLiteral("pw");
   QString err;
-  const QList<fixture::FileSpec> files = {fixture::file("HomeDomain", "a", "1")};
+  const QList<fixture::StoredFile> files = {fixture::file("HomeDomain", "a", "1")};
   ASSERT_TRUE(fixture::writeBackup(m_root.filePath("aaaa"), older, files, &err)) << qPrintable(err);
   ASSERT_TRUE(fixture::writeBackup(m_root.filePath("bbbb"), newer, files, &err)) << qPrintable(err);
   QDir().mkpath(m_root.filePath("not-a-backup"));

@@ -339,9 +339,9 @@ TEST(IosNote, AttachmentFilesOfALockedNoteDecryptWithItsPassword) {
   IosNote store;
   ASSERT_TRUE(loadSynthetic(&store, {n}, ModernLayout::Ios17, dir));
   // The encrypted file as the backup holds it.
-  QList<fixture::FileSpec> files = fixture::notes::modernFiles({n}, ModernLayout::Ios17);
+  QList<fixture::StoredFile> files = fixture::notes::modernFiles({n}, ModernLayout::Ios17);
   QByteArray encrypted;
-  for (const fixture::FileSpec& f : files)
+  for (const fixture::StoredFile& f : files)
     if (f.relativePath.contains(photo.mediaId))
       encrypted = f.data;
   ASSERT_FALSE(encrypted.isEmpty());

@@ -341,7 +341,7 @@ TEST_F(KikChats, TypeOfHeader) {
 TEST_F(KikChats, SampleBackup) {
   const QString folder = dir.filePath(QStringLiteral("backup"));
   QString error;
-  ASSERT_TRUE(fixture::writeBackup(folder, fixture::BackupSpec(), fixture::sampleKikFiles(), &error))
+  ASSERT_TRUE(fixture::writeBackup(folder, fixture::BackupPlan(), fixture::sampleKikFiles(), &error))
       << qPrintable(error);
   const QByteArray before = fixture::folderChecksum(folder);
   std::unique_ptr<MobileBackup> backup(MobileBackup::loadFromPath(folder));
@@ -379,7 +379,7 @@ TEST_F(KikChats, SampleBackup) {
 TEST_F(KikChats, NoKikInTheBackup) {
   const QString folder = dir.filePath(QStringLiteral("backup"));
   ASSERT_TRUE(fixture::writeBackup(
-      folder, fixture::BackupSpec(),
+      folder, fixture::BackupPlan(),
       {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/x.plist"), QByteArray("bplist00"))},
       nullptr));
   std::unique_ptr<MobileBackup> backup(MobileBackup::loadFromPath(folder));

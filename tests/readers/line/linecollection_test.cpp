@@ -221,7 +221,7 @@ TEST_F(LineChats, FileScan) {
 TEST_F(LineChats, SampleBackup) {
   const QString folder = dir.filePath(QStringLiteral("backup"));
   QString error;
-  ASSERT_TRUE(fixture::writeBackup(folder, fixture::BackupSpec(), fixture::sampleLineFiles(), &error))
+  ASSERT_TRUE(fixture::writeBackup(folder, fixture::BackupPlan(), fixture::sampleLineFiles(), &error))
       << qPrintable(error);
   const QByteArray before = fixture::folderChecksum(folder);
   std::unique_ptr<MobileBackup> backup(MobileBackup::loadFromPath(folder));

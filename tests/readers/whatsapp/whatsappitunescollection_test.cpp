@@ -24,7 +24,7 @@
 #include <memory>
 
 namespace {
-using fixture::FileSpec;
+using fixture::StoredFile;
 using fixture::WaMessage;
 using fixture::WaSession;
 using fixture::WhatsappDb;
@@ -44,12 +44,12 @@ protected:
   void TearDown() override { SherdLog::toStderr(); }
 
   // Writes a backup of the files and opens it.
-  std::unique_ptr<MobileBackup> backupOf(const QList<FileSpec>& files, const QString& password = QString()) {
+  std::unique_ptr<MobileBackup> backupOf(const QList<StoredFile>& files, const QString& password = QString()) {
     const QString folder = root.filePath(QStringLiteral("b%1").arg(++m_backups));
-    fixture::BackupSpec spec;
-    spec.password = password;
+    fixture::BackupPlan plan;
+    plan.password = password;
     QString error;
-    EXPECT_TRUE(fixture::writeBackup(folder, spec, files, &error)) << qPrintable(error);
+    EXPECT_TRUE(fixture::writeBackup(folder, plan, files, &error)) << qPrintable(error);
     std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(folder, password));
     EXPECT_TRUE(b);
     return b;
@@ -238,7 +238,7 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
 
   struct Row {
     const char* name;
-    QList<FileSpec> files;
+    QList<StoredFile> files;
     int chats;
     int messages;
     const char* error; // a logged error that must appear; null: none
@@ -300,7 +300,7 @@ TEST_F(WhatsappBackup, WalRowsAndMediaThroughTheBackup) {
   late.date = 50; // the oldest of Ben's chat: gives it its date and text
   late.text = QStringLiteral("written after the checkpoint");
   newer.messages << late;
-  QList<FileSpec> files = fixture::whatsappDbFiles(smallRows(), newer);
+  QList<StoredFile> files = fixture::whatsappDbFiles(smallRows(), newer);
   files << fixture::whatsappMediaFile(QStringLiteral("Media/111@s.whatsapp.net/0/1/p.jpg"))
         << fixture::whatsappMediaFile(QStringLiteral("Media/111@s.whatsapp.net/0/1/p.thumb"));
   for (const QString& password : {QString(), QStringLiteral("secret")}) {
@@ -356,7 +356,7 @@ TEST_F(WhatsappBackup, RealIos15Database) {
     GTEST_SKIP() << "no real WhatsApp database";
   // The real files go into a fixture backup (and into a scratch copy for
   // sqlite3 to answer from); the originals are never opened.
-  QList<FileSpec> files;
+  QList<StoredFile> files;
   QTemporaryDir scratch;
   for (const char* name : {"ChatStorage.sqlite", "ChatStorage.sqlite-wal", "ChatStorage.sqlite-shm"}) {
     QFile f(realDir() + QLatin1Char('/') + QLatin1String(name));

@@ -130,10 +130,10 @@ QStringList oldCalendarStatements(const QList<CalendarEvent>& events) {
   return s;
 }
 
-QList<FileSpec> calendarFiles(const QStringList& statements) {
+QList<StoredFile> calendarFiles(const QStringList& statements) {
   QByteArray db;
   QByteArray wal;
-  QList<FileSpec> files;
+  QList<StoredFile> files;
   if (!makeSqliteDb(statements, true, &db, &wal, nullptr))
     return files;
   const QString domain = QStringLiteral("HomeDomain");
@@ -142,7 +142,7 @@ QList<FileSpec> calendarFiles(const QStringList& statements) {
   return files;
 }
 
-QList<FileSpec> sampleCalendarFiles() {
+QList<StoredFile> sampleCalendarFiles() {
   const QList<CalendarStore> stores = {{1, QStringLiteral("Default")}, {2, QStringLiteral("iCloud")},
                                        {3, QStringLiteral("Birthdays")}};
   const QList<CalendarDef> calendars = {

@@ -45,10 +45,10 @@ QStringList oldCalendarStatements(const QList<CalendarEvent>& events);
 
 // HomeDomain/Library/Calendar/Calendar.sqlitedb in WAL mode, as on the phone:
 // the rows are in the -wal record.
-QList<FileSpec> calendarFiles(const QStringList& statements);
+QList<StoredFile> calendarFiles(const QStringList& statements);
 
 // What the sample backup holds: events of a local and an iCloud calendar,
 // repeating ones, alarms, an all-day event and a reminder list.
-QList<FileSpec> sampleCalendarFiles();
+QList<StoredFile> sampleCalendarFiles();
 
 } // namespace fixture

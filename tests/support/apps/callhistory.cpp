@@ -132,7 +132,7 @@ QByteArray amrRecording(int frames) {
   return QByteArray("#!AMR\n") + QByteArray(frames, char(0x7C));
 }
 
-QList<FileSpec> callHistoryStoreFiles(const QList<StoredCall>& calls) {
+QList<StoredFile> callHistoryStoreFiles(const QList<StoredCall>& calls) {
   QByteArray wal;
   const QByteArray db = build(callHistoryStatements(calls), true, &wal);
   const QString home = QStringLiteral("HomeDomain");
@@ -140,12 +140,12 @@ QList<FileSpec> callHistoryStoreFiles(const QList<StoredCall>& calls) {
   return {file(home, path, db), file(home, path + QStringLiteral("-wal"), wal)};
 }
 
-QList<FileSpec> oldCallHistoryFiles(const QList<OldCall>& calls, const QString& domain) {
+QList<StoredFile> oldCallHistoryFiles(const QList<OldCall>& calls, const QString& domain) {
   return {file(domain, QStringLiteral("Library/CallHistory/call_history.db"),
                build(oldCallHistoryStatements(calls), false, nullptr))};
 }
 
-QList<FileSpec> addressBookFiles(const QList<Contact>& contacts) {
+QList<StoredFile> addressBookFiles(const QList<Contact>& contacts) {
   QByteArray wal;
   const QByteArray db = build(addressBookStatements(contacts), true, &wal);
   const QString home = QStringLiteral("HomeDomain");
@@ -153,19 +153,19 @@ QList<FileSpec> addressBookFiles(const QList<Contact>& contacts) {
   return {file(home, path, db), file(home, path + QStringLiteral("-wal"), wal)};
 }
 
-QList<FileSpec> voicemailFiles(const QList<Voicemail>& messages) {
+QList<StoredFile> voicemailFiles(const QList<Voicemail>& messages) {
   const QString home = QStringLiteral("HomeDomain");
-  QList<FileSpec> files{file(home, QStringLiteral("Library/Voicemail/voicemail.db"),
+  QList<StoredFile> files{file(home, QStringLiteral("Library/Voicemail/voicemail.db"),
                              build(voicemailStatements(messages), false, nullptr))};
   for (const Voicemail& v : messages) {
-    FileSpec f = file(home, QStringLiteral("Library/Voicemail/%1.amr").arg(v.rowId), amrRecording(v.duration * 50));
+    StoredFile f = file(home, QStringLiteral("Library/Voicemail/%1.amr").arg(v.rowId), amrRecording(v.duration * 50));
     f.modified = quint32(v.date);
     files << f;
   }
   return files;
 }
 
-QList<FileSpec> sampleCallHistoryFiles() {
+QList<StoredFile> sampleCallHistoryFiles() {
   // 2022-04-20 09:00 UTC in seconds since 2001.
   const double day = 672138000;
   QList<StoredCall> calls;

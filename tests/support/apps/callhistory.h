@@ -58,15 +58,15 @@ QStringList voicemailStatements(const QList<Voicemail>& messages);
 QByteArray amrRecording(int frames);
 
 // The store in WAL mode, as on the phone: the calls are in the -wal record.
-QList<FileSpec> callHistoryStoreFiles(const QList<StoredCall>& calls);
-QList<FileSpec> oldCallHistoryFiles(const QList<OldCall>& calls,
+QList<StoredFile> callHistoryStoreFiles(const QList<StoredCall>& calls);
+QList<StoredFile> oldCallHistoryFiles(const QList<OldCall>& calls,
                                     const QString& domain = QStringLiteral("WirelessDomain"));
-QList<FileSpec> addressBookFiles(const QList<Contact>& contacts);
+QList<StoredFile> addressBookFiles(const QList<Contact>& contacts);
 // voicemail.db (rollback journal) and one recording per message.
-QList<FileSpec> voicemailFiles(const QList<Voicemail>& messages);
+QList<StoredFile> voicemailFiles(const QList<Voicemail>& messages);
 
 // What the sample backup holds: calls of every kind, a few contacts, and two
 // voicemail messages.
-QList<FileSpec> sampleCallHistoryFiles();
+QList<StoredFile> sampleCallHistoryFiles();
 
 } // namespace fixture

@@ -88,12 +88,12 @@ QStringList kikStatements(const KikStore& store) {
   return s;
 }
 
-QList<FileSpec> kikFiles(const KikStore& store, const QString& account,
+QList<StoredFile> kikFiles(const KikStore& store, const QString& account,
                          const QList<QPair<QString, QByteArray>>& extraFiles) {
   const QString folder = QStringLiteral("cores/private/%1/").arg(account);
   QByteArray db, wal;
   QString error;
-  QList<FileSpec> files;
+  QList<StoredFile> files;
   if (!makeSqliteDb(kikStatements(store), true, &db, &wal, &error)) {
     qWarning("kik.sqlite: %s", qPrintable(error));
     return files;
@@ -105,7 +105,7 @@ QList<FileSpec> kikFiles(const KikStore& store, const QString& account,
   return files;
 }
 
-QList<FileSpec> sampleKikFiles() {
+QList<StoredFile> sampleKikFiles() {
   KikStore s;
   s.users = {{1, QStringLiteral("Sam Owner"), QStringLiteral("sam_owner_q1x@talk.kik.com"), 258},
              {2, QStringLiteral("Kik Team"), QStringLiteral("kikteam@talk.kik.com"), 385},

@@ -48,12 +48,12 @@ QStringList kikStatements(const KikStore& store);
 // The group container's files: kik.sqlite in WAL mode (its rows in the -wal
 // record, as on the phone) under cores/private/<account>/, plus the extra
 // files given by their paths relative to that folder.
-QList<FileSpec> kikFiles(const KikStore& store, const QString& account,
+QList<StoredFile> kikFiles(const KikStore& store, const QString& account,
                          const QList<QPair<QString, QByteArray>>& extraFiles);
 
 // What the sample backup holds: a one-to-one chat with a picture, a group chat
 // with a video and system lines, and a chat of the Kik Team bot.
-QList<FileSpec> sampleKikFiles();
+QList<StoredFile> sampleKikFiles();
 
 // A database of `chats` one-to-one chats and `messages` messages spread
 // evenly over them, written straight to path (benchmarks).

@@ -67,10 +67,10 @@ QString lineAccountFolder() {
   return QStringLiteral("Library/Application Support/PrivateStore/P_u3f1e0a9c4b7d2e6f8a1b3c5d7e9f0a2b/");
 }
 
-QList<FileSpec> lineFiles(const LineStore& store, const QList<LineExtraFile>& extraFiles) {
+QList<StoredFile> lineFiles(const LineStore& store, const QList<LineExtraFile>& extraFiles) {
   QByteArray db;
   QString error;
-  QList<FileSpec> files;
+  QList<StoredFile> files;
   if (!makeSqliteDb(lineStatements(store), false, &db, nullptr, &error)) {
     qWarning("Line.sqlite: %s", qPrintable(error));
     return files;
@@ -81,7 +81,7 @@ QList<FileSpec> lineFiles(const LineStore& store, const QList<LineExtraFile>& ex
   return files;
 }
 
-QList<FileSpec> sampleLineFiles() {
+QList<StoredFile> sampleLineFiles() {
   const QString ann = QStringLiteral("u8a1b2c3d4e5f60718293a4b5c6d7e8f9");
   const QString ben = QStringLiteral("u0f1e2d3c4b5a69788796a5b4c3d2e1f0");
   const QString family = QStringLiteral("c5e6f708192a3b4c5d6e7f8091a2b3c4d");

@@ -49,11 +49,11 @@ struct LineExtraFile {
   QString path;
   QByteArray data;
 };
-QList<FileSpec> lineFiles(const LineStore& store, const QList<LineExtraFile>& extraFiles);
+QList<StoredFile> lineFiles(const LineStore& store, const QList<LineExtraFile>& extraFiles);
 
 // What the sample backup holds: a one-to-one chat with a picture and a
 // sticker, a group chat with a system line and a file.
-QList<FileSpec> sampleLineFiles();
+QList<StoredFile> sampleLineFiles();
 
 // A database of `chats` chats and `messages` messages spread evenly over them,
 // written straight to path (benchmarks).

@@ -564,8 +564,8 @@ bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wa
   return makeSqliteDb(sql, wal, db, walBytes, error);
 }
 
-QList<FileSpec> modernFiles(const QList<ModernNote>& notes, ModernLayout layout, bool wal) {
-  QList<FileSpec> files;
+QList<StoredFile> modernFiles(const QList<ModernNote>& notes, ModernLayout layout, bool wal) {
+  QList<StoredFile> files;
   QByteArray db, log;
   QString error;
   if (!makeModernStore(notes, layout, wal, &db, &log, &error))
@@ -669,8 +669,8 @@ bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error
   return makeSqliteDb(sql, false, db, nullptr, error);
 }
 
-QList<FileSpec> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<LegacyNote>& dbNotes) {
-  QList<FileSpec> files;
+QList<StoredFile> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<LegacyNote>& dbNotes) {
+  QList<StoredFile> files;
   QString error;
   QByteArray db;
   if (!sqliteNotes.isEmpty()) {
@@ -695,7 +695,7 @@ QList<FileSpec> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<Le
   return files;
 }
 
-QList<FileSpec> sampleNoteFiles() {
+QList<StoredFile> sampleNoteFiles() {
   QList<ModernNote> modern;
   {
     ModernNote n;

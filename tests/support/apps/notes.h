@@ -61,7 +61,7 @@ QByteArray pngImage(int width, int height, unsigned rgb);
 bool makeModernStore(const QList<ModernNote>& notes, ModernLayout layout, bool wal, QByteArray* db,
                      QByteArray* walBytes, QString* error);
 // The store (with its log when wal) and every attachment file, ready for a backup.
-QList<FileSpec> modernFiles(const QList<ModernNote>& notes, ModernLayout layout, bool wal = true);
+QList<StoredFile> modernFiles(const QList<ModernNote>& notes, ModernLayout layout, bool wal = true);
 
 struct LegacyAttachment {
   QString contentId;
@@ -85,11 +85,11 @@ bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* e
 bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error);
 // notes.sqlite (when sqliteNotes is not empty), notes.db (when dbNotes is
 // not empty) and the attachment files of the first.
-QList<FileSpec> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<LegacyNote>& dbNotes);
+QList<StoredFile> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<LegacyNote>& dbNotes);
 
 // The notes of the sample backup: every generation, attachments, one note
 // locked with the password "sherd", one passcode-locked.
-QList<FileSpec> sampleNoteFiles();
+QList<StoredFile> sampleNoteFiles();
 const QString kSamplePassword = QStringLiteral("sherd");
 
 } // namespace notes

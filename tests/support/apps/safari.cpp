@@ -147,18 +147,18 @@ QByteArray historyPlist(const QList<SafariPlistEntry>& entries, bool binary) {
   return serialize(root, binary);
 }
 
-QList<FileSpec> bookmarksDbFiles(const QStringList& statements) {
+QList<StoredFile> bookmarksDbFiles(const QStringList& statements) {
   QByteArray db;
-  QList<FileSpec> files;
+  QList<StoredFile> files;
   if (makeSqliteDb(statements, false, &db, nullptr, nullptr))
     files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Safari/Bookmarks.db"), db);
   return files;
 }
 
-QList<FileSpec> historyDbFiles(const QStringList& statements, const QString& domain) {
+QList<StoredFile> historyDbFiles(const QStringList& statements, const QString& domain) {
   QByteArray db;
   QByteArray wal;
-  QList<FileSpec> files;
+  QList<StoredFile> files;
   if (!makeSqliteDb(statements, true, &db, &wal, nullptr))
     return files;
   const QString path = QStringLiteral("Library/Safari/History.db");
@@ -166,8 +166,8 @@ QList<FileSpec> historyDbFiles(const QStringList& statements, const QString& dom
   return files;
 }
 
-QList<FileSpec> sampleSafariFiles() {
-  QList<FileSpec> files;
+QList<StoredFile> sampleSafariFiles() {
+  QList<StoredFile> files;
   files << bookmarksDbFiles(bookmarksStatements({
       {10, 1, QStringLiteral("Wikipedia"), QStringLiteral("https://en.wikipedia.org/wiki/Main_Page"), 0},
       {11, 1, QString(), QStringLiteral("https://news.ycombinator.com/"), 0},

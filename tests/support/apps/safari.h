@@ -38,13 +38,13 @@ QByteArray bookmarksPlist(const QList<SafariPlistEntry>& readingList, bool binar
 QByteArray historyPlist(const QList<SafariPlistEntry>& entries, bool binary = true);
 
 // HomeDomain/Library/Safari/Bookmarks.db (rollback journal, as on the phone).
-QList<FileSpec> bookmarksDbFiles(const QStringList& statements);
+QList<StoredFile> bookmarksDbFiles(const QStringList& statements);
 // Library/Safari/History.db of the domain, in WAL mode with its -wal record.
-QList<FileSpec> historyDbFiles(const QStringList& statements,
+QList<StoredFile> historyDbFiles(const QStringList& statements,
                                const QString& domain = QStringLiteral("AppDomain-com.apple.mobilesafari"));
 
 // What the sample backup holds: favourites, a folder, the reading list, two
 // history databases' worth of visits and an old History.plist.
-QList<FileSpec> sampleSafariFiles();
+QList<StoredFile> sampleSafariFiles();
 
 } // namespace fixture

@@ -180,7 +180,7 @@ QStringList whatsappGeneratedInserts(int messages, int chats, bool media) {
   return s;
 }
 
-QList<FileSpec> whatsappDbFilesFrom(const QStringList& statements, const QStringList& walStatements) {
+QList<StoredFile> whatsappDbFilesFrom(const QStringList& statements, const QStringList& walStatements) {
   // The phone's store runs in WAL mode: the main file holds what was last
   // checkpointed, the -wal record the rows written since.
   QStringList all = statements;
@@ -197,11 +197,11 @@ QList<FileSpec> whatsappDbFilesFrom(const QStringList& statements, const QString
           file(domain, QStringLiteral("ChatStorage.sqlite-wal"), wal)};
 }
 
-QList<FileSpec> whatsappDbFiles(const WhatsappDb& rows, const WhatsappDb& newer) {
+QList<StoredFile> whatsappDbFiles(const WhatsappDb& rows, const WhatsappDb& newer) {
   return whatsappDbFilesFrom(whatsappSchema() + whatsappInserts(rows), whatsappInserts(newer));
 }
 
-FileSpec whatsappMediaFile(const QString& path, quint32 modified) {
+StoredFile whatsappMediaFile(const QString& path, quint32 modified) {
   QByteArray data;
   if (path.endsWith(QLatin1String(".mp4")))
     data = QByteArray::fromHex("0000001c667479706d703432") + QByteArray("isommp42") + path.toUtf8();
@@ -209,7 +209,7 @@ FileSpec whatsappMediaFile(const QString& path, quint32 modified) {
     data = QByteArray::fromHex("ffd8ffe000104a46494600010100000100010000") + path.toUtf8();
   const QString relative =
       path.startsWith(QLatin1String("Media/Profile/")) ? path : QStringLiteral("Message/") + path;
-  FileSpec f = file(whatsappGroupDomain(), relative, data);
+  StoredFile f = file(whatsappGroupDomain(), relative, data);
   f.modified = modified;
   return f;
 }
@@ -389,8 +389,8 @@ WhatsappDb sampleWhatsappWalRows() {
   return d;
 }
 
-QList<FileSpec> sampleWhatsappFiles() {
-  QList<FileSpec> files = whatsappDbFiles(sampleWhatsappRows(), sampleWhatsappWalRows());
+QList<StoredFile> sampleWhatsappFiles() {
+  QList<StoredFile> files = whatsappDbFiles(sampleWhatsappRows(), sampleWhatsappWalRows());
   // 2022-04-15 08:10 UTC and later: the times the media arrived.
   files << whatsappMediaFile(annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.jpg"), 1650010200)
         << whatsappMediaFile(annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.thumb"), 1650010200)

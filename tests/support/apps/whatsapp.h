@@ -94,20 +94,20 @@ QStringList whatsappGeneratedInserts(int messages, int chats, bool media);
 
 // The database file (and, when newer has rows, a -wal record that holds them
 // while the main file holds only `rows`), in the group domain.
-QList<FileSpec> whatsappDbFiles(const WhatsappDb& rows, const WhatsappDb& newer = WhatsappDb());
+QList<StoredFile> whatsappDbFiles(const WhatsappDb& rows, const WhatsappDb& newer = WhatsappDb());
 // The same from statements; walStatements run after a checkpoint, so their
 // rows live in the -wal record only.
-QList<FileSpec> whatsappDbFilesFrom(const QStringList& statements, const QStringList& walStatements = QStringList());
+QList<StoredFile> whatsappDbFilesFrom(const QStringList& statements, const QStringList& walStatements = QStringList());
 
 // A media file of the group domain at Message/<localPath> (or at path itself
 // for "Media/Profile/..."), with some bytes of a JPEG or MP4 start.
-FileSpec whatsappMediaFile(const QString& path, quint32 modified = 1650000000);
+StoredFile whatsappMediaFile(const QString& path, quint32 modified = 1650000000);
 
 // The sample backup's WhatsApp: a one-to-one chat with pictures, a document, a
 // contact card and a location; a group with events and members; a chat
 // without messages; a hidden and a removed chat; and a -wal that adds a chat
 // and newer messages.
-QList<FileSpec> sampleWhatsappFiles();
+QList<StoredFile> sampleWhatsappFiles();
 // The rows of the sample (main file, -wal).
 WhatsappDb sampleWhatsappRows();
 WhatsappDb sampleWhatsappWalRows();

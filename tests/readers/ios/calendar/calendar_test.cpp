@@ -248,7 +248,7 @@ TEST_F(CalendarRead, MissingFileIsLogged) {
 TEST(CalendarService, SampleBackupThroughTheService) {
   QTemporaryDir root;
   QString error;
-  ASSERT_TRUE(fixture::writeBackup(root.filePath(QStringLiteral("sample")), fixture::BackupSpec(),
+  ASSERT_TRUE(fixture::writeBackup(root.filePath(QStringLiteral("sample")), fixture::BackupPlan(),
                                   fixture::sampleCalendarFiles(), &error))
       << error.toStdString();
   SherdLog::silence();

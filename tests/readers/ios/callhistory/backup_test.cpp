@@ -42,10 +42,10 @@ protected:
   }
   void TearDown() override { SherdLog::toStderr(); }
 
-  MobileBackup* open(const QList<FileSpec>& files) {
+  MobileBackup* open(const QList<StoredFile>& files) {
     const QString folder = dir.filePath(QStringLiteral("b%1").arg(++count));
     QString error;
-    EXPECT_TRUE(writeBackup(folder, BackupSpec(), files, &error)) << error.toStdString();
+    EXPECT_TRUE(writeBackup(folder, BackupPlan(), files, &error)) << error.toStdString();
     backup.reset(MobileBackup::loadFromPath(folder));
     EXPECT_TRUE(backup);
     return backup.get();
@@ -72,7 +72,7 @@ TEST_F(CallBackup, WhichStoreAndWhichNames) {
   const QMap<QString, QString> hostMap{{QStringLiteral("+1 555 000 1111"), QStringLiteral("From Host")}};
   struct Case {
     const char* what;
-    QList<FileSpec> files;
+    QList<StoredFile> files;
     QMap<QString, QString> contacts;
     QStringList names; // newest first
     const char* logged;
@@ -120,9 +120,9 @@ TEST_F(CallBackup, WhichStoreAndWhichNames) {
 
 TEST_F(CallBackup, OldestAddressBookFile) {
   // Very old phones kept the book in AddressBook.db.
-  QList<FileSpec> files = oldCallHistoryFiles({{1, QStringLiteral("+1 415 555 0123"), 1200000000, 5, 5, -1, {}}});
-  QList<FileSpec> book = addressBookFiles({{1, QStringLiteral("Anna"), {}, {}, {QStringLiteral("4155550123")}, {}}});
-  for (FileSpec& f : book)
+  QList<StoredFile> files = oldCallHistoryFiles({{1, QStringLiteral("+1 415 555 0123"), 1200000000, 5, 5, -1, {}}});
+  QList<StoredFile> book = addressBookFiles({{1, QStringLiteral("Anna"), {}, {}, {QStringLiteral("4155550123")}, {}}});
+  for (StoredFile& f : book)
     f.relativePath.replace(QStringLiteral("AddressBook.sqlitedb"), QStringLiteral("AddressBook.db"));
   OxData list(10);
   CCalllistCollection collection(&list, {}, {});
@@ -132,7 +132,7 @@ TEST_F(CallBackup, OldestAddressBookFile) {
 }
 
 TEST_F(CallBackup, VoicemailRecordings) {
-  QList<FileSpec> files = voicemailFiles({{1, 1650535200, QStringLiteral("+14155550123"), 2},
+  QList<StoredFile> files = voicemailFiles({{1, 1650535200, QStringLiteral("+14155550123"), 2},
                                           {2, 1650621600, QStringLiteral("+442071838750"), 1},
                                           {3, 1650621700, QStringLiteral("+15550001111"), 1}});
   files << file(kHome, QStringLiteral("Library/Voicemail/7.AMR"), amrRecording(5)) // capitals, no row
@@ -140,7 +140,7 @@ TEST_F(CallBackup, VoicemailRecordings) {
         << file(kHome, QStringLiteral("Library/Voicemail/9.amr"), QByteArray()) // empty
         << file(kHome, QStringLiteral("Library/Voicemail/1.transcript"), QByteArray("hello"))
         << file(QStringLiteral("MediaDomain"), QStringLiteral("Library/Voicemail/10.amr"), amrRecording(5));
-  for (FileSpec& f : files)
+  for (StoredFile& f : files)
     if (f.relativePath.endsWith(QLatin1String("/3.amr")))
       f.omitContent = true; // named in the manifest, missing on disk
   OxData list(10);

@@ -30,11 +30,11 @@ protected:
   void TearDown() override { SherdLog::toStderr(); }
 
   // Loads the notes of a backup of these files into list.
-  void load(const QList<FileSpec>& files, OxData* list, const QStringList& passwords = {},
+  void load(const QList<StoredFile>& files, OxData* list, const QStringList& passwords = {},
             const QString& deviceType = QStringLiteral("iPhone12,1")) {
     const QString folder = dir.filePath(QStringLiteral("b%1").arg(++count));
     QString error;
-    ASSERT_TRUE(writeBackup(folder, BackupSpec(), files, &error)) << error.toStdString();
+    ASSERT_TRUE(writeBackup(folder, BackupPlan(), files, &error)) << error.toStdString();
     backup.reset(MobileBackup::loadFromPath(folder));
     ASSERT_TRUE(backup);
     CNoteCollection notes(list, dir.filePath(QStringLiteral("rotated%1").arg(count)), deviceType);
@@ -210,7 +210,7 @@ TEST_F(NoteBackup, NoStoreAtAllListsNothing) {
   n.title = QStringLiteral("Only legacy");
   n.html = QStringLiteral("Only legacy");
   OxData list2(7);
-  load(QList<FileSpec>{file(kNotesDomain, QStringLiteral("NoteStore.sqlite"), QByteArray(2048, 'x'))} +
+  load(QList<StoredFile>{file(kNotesDomain, QStringLiteral("NoteStore.sqlite"), QByteArray(2048, 'x'))} +
            legacyFiles({n}, {}),
        &list2);
   EXPECT_EQ(titles(list2), QStringList({"Only legacy"}));

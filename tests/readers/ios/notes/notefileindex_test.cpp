@@ -26,13 +26,13 @@ TEST(NoteFileIndex, FindsWhatAWalkOverTheListFinds) {
       QStringLiteral("Media/plain-name/file.bin"),
       QStringLiteral("NoteStore.sqlite"),
   };
-  QList<FileSpec> files;
+  QList<StoredFile> files;
   for (const QString& p : paths)
     files << file(notes, p, "x");
   files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/%1.png").arg(a), "x");
   QTemporaryDir dir;
   QString error;
-  ASSERT_TRUE(writeBackup(dir.filePath("b"), BackupSpec(), files, &error)) << error.toStdString();
+  ASSERT_TRUE(writeBackup(dir.filePath("b"), BackupPlan(), files, &error)) << error.toStdString();
   std::unique_ptr<MobileBackup> backup(MobileBackup::loadFromPath(dir.filePath("b")));
   ASSERT_TRUE(backup);
   NoteFileIndex index;

@@ -352,7 +352,7 @@ TEST_F(SafariRead, RealHistoryPlist) {
 
 TEST(SafariService, EveryGenerationAndDomainThroughTheService) {
   const double t0 = 673034400;
-  QList<fixture::FileSpec> files;
+  QList<fixture::StoredFile> files;
   files << fixture::bookmarksDbFiles(fixture::bookmarksStatements({
       {10, 1, QStringLiteral("Fav"), QStringLiteral("https://fav.example/"), 0},
       {11, 3, QStringLiteral("To read"), QStringLiteral("https://read.example/"), 0},
@@ -373,10 +373,10 @@ TEST(SafariService, EveryGenerationAndDomainThroughTheService) {
                          fixture::bookmarksPlist({{QStringLiteral("http://plist.example/"), QStringLiteral("Plist read"),
                                                    {}}}));
   QTemporaryDir root;
-  fixture::BackupSpec spec;
-  spec.productType = QStringLiteral("iPad8,1");
+  fixture::BackupPlan plan;
+  plan.productType = QStringLiteral("iPad8,1");
   QString error;
-  ASSERT_TRUE(fixture::writeBackup(root.filePath(QStringLiteral("b")), spec, files, &error)) << error.toStdString();
+  ASSERT_TRUE(fixture::writeBackup(root.filePath(QStringLiteral("b")), plan, files, &error)) << error.toStdString();
 
   SherdLog::silence();
   WhatsappService service(root.filePath(QStringLiteral("b")), false);
