@@ -151,6 +151,9 @@ int runDemo(const QStringList& args) {
   parser.addHelpOption();
   parser.addOption({QStringLiteral("keep"), QStringLiteral("Write the sample backup into DIR and keep it."),
                     QStringLiteral("DIR")});
+  parser.addOption({QStringLiteral("encrypt"),
+                    QStringLiteral("Write the sample as an encrypted backup with password P, and scan it with P."),
+                    QStringLiteral("P")});
   if (!parser.parse(args)) {
     std::fprintf(stderr, "sherd demo: %s\n", qPrintable(parser.errorText()));
     return ExitUsage;
@@ -170,8 +173,9 @@ int runDemo(const QStringList& args) {
     }
     folder = temp + QStringLiteral("sample-backup");
   }
+  const QString password = parser.value(QStringLiteral("encrypt"));
   QString error;
-  if (!fixture::writeSampleBackup(folder, QString(), &error)) {
+  if (!fixture::writeSampleBackup(folder, password, &error)) {
     std::fprintf(stderr, "sherd demo: cannot write the sample backup to %s: %s\n", qPrintable(folder),
                  qPrintable(error));
     return ExitBackupNotFound;
@@ -181,9 +185,11 @@ int runDemo(const QStringList& args) {
   std::printf("Sample backup written to %s\n\n$ sherd scan --note-password %s %s\n", qPrintable(folder),
               qPrintable(notePassword), qPrintable(folder));
   std::fflush(stdout);
-  const int rc =
-      runScan({args.value(0, QStringLiteral("sherd")), QStringLiteral("--note-password"), notePassword, folder});
-  if (rc == ExitOk) {
+  QStringList scanArgs = {args.value(0, QStringLiteral("sherd")), QStringLiteral("--note-password"), notePassword};
+  if (!password.isEmpty())
+    scanArgs << QStringLiteral("--password") << password;
+  const int rc = runScan(scanArgs << folder);
+  if (rc == ExitOk && password.isEmpty()) {
     showWhatsapp(folder);
     showNotes(folder, notePassword);
     showCalls(folder);

@@ -80,7 +80,10 @@ void JsonWriter::key(const char* name) {
 
 void JsonWriter::value(const QString& text) {
   separator();
-  raw(quote(text));
+  if (m_pathNamer && text.startsWith(QLatin1Char('/')))
+    raw(quote(m_pathNamer(text)));
+  else
+    raw(quote(text));
 }
 
 void JsonWriter::value(qint64 number) {

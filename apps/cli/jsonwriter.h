@@ -8,6 +8,7 @@
 #include <QVariant>
 
 #include <cstdio>
+#include <functional>
 #include <vector>
 
 namespace cli {
@@ -33,6 +34,11 @@ public:
   // null, a number, a string, or a date as ISO 8601 UTC with milliseconds.
   void variant(const QVariant& v);
 
+  // Rewrites every string value that is an absolute path before it is
+  // written (for example, to name a file by what it is rather than by where a
+  // run happened to copy it). Empty: strings go out as they are.
+  void setPathNamer(std::function<QString(const QString&)> namer) { m_pathNamer = std::move(namer); }
+
   // Writes out what is buffered (also done every few kilobytes).
   void flush();
 
@@ -48,5 +54,6 @@ private:
   QByteArray m_buffer;
   std::vector<bool> m_first; // per open container: no member written yet
   bool m_afterKey = false;
+  std::function<QString(const QString&)> m_pathNamer;
 };
 } // namespace cli

@@ -156,6 +156,7 @@ struct MobileBackup::Private {
   int directories = 0, links = 0, others = 0;
   mutable QHash<QByteArray, int> index; // domain '\0' relative path (UTF-8) -> entry, built on first lookup
   QHash<int, QString> decrypted;        // entry -> its decrypted copy
+  mutable QHash<QString, int> byFileId;  // file ID (hex) -> entry, built on first reverse lookup
   std::unique_ptr<QTemporaryDir> scratch;
 
   QString relativePath(const Entry& e) const {
@@ -236,6 +237,7 @@ MobileBackup* MobileBackup::loadFromPath(const QString& path, const QString& pas
     return nullptr;
   Log(kModule, 1, "opened backup %s: %d files, %d folders, %d links", qPrintable(path), int(d->entries.size()),
       d->directories, d->links);
+  Utils::noteOpenedBackupRoot(QFileInfo(path).absolutePath());
   return b.release();
 }
 
@@ -429,6 +431,26 @@ int MobileBackup::findFile(const QString& domain, const QString& relativePath) c
   key += '\0';
   key += relativePath.toUtf8();
   return d->index.value(key, -1);
+}
+
+int MobileBackup::indexOfLocalPath(const QString& localPath) const {
+  // Stored files and decrypted copies are both named by the record's file ID.
+  const QFileInfo info(localPath);
+  const QString id = info.fileName();
+  if (id.size() != 40)
+    return -1;
+  if (d->byFileId.isEmpty()) {
+    d->byFileId.reserve(int(d->entries.size()));
+    for (int i = 0; i < int(d->entries.size()); ++i)
+      d->byFileId.insert(Manifest::fileIdText(d->entries[size_t(i)].fileId), i);
+  }
+  const int index = d->byFileId.value(id, -1);
+  if (index < 0)
+    return -1;
+  const QString copy = d->decrypted.value(index);
+  if (localPath == d->storedPath(d->entries[size_t(index)]) || (!copy.isEmpty() && localPath == copy))
+    return index;
+  return -1;
 }
 
 QString MobileBackup::filePath(int index) {

@@ -101,6 +101,10 @@ public:
   // decrypted. Never write to the returned path.
   QString filePath(int index);
 
+  // The record whose local file (as filePath gives it: the stored file, or its
+  // decrypted copy) is at that path; -1 for any other path.
+  int indexOfLocalPath(const QString& localPath) const;
+
   // Copies the file's content to destFolder/<file name> (destFolder is made when
   // missing and must lie inside the temporary root). Returns the copy's path,
   // or empty with a logged reason.

@@ -127,7 +127,7 @@ bool CCommonUtils::clearDir(const QString& path) {
   const QString canon = info.canonicalFilePath();
   bool allowed = Utils::isInsideTempPath(canon);
   if (!allowed && info.fileName() == QLatin1String("rotated")) {
-    for (const QString& root : Utils::backupRoots()) {
+    for (const QString& root : Utils::backupRoots() + Utils::openedBackupRoots()) {
       const QString r = QFileInfo(root).canonicalFilePath();
       if (!r.isEmpty() && canon == r + QStringLiteral("/rotated"))
         allowed = true;

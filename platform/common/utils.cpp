@@ -4,6 +4,8 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QMutex>
+#include <QMutexLocker>
 #include <QTemporaryDir>
 
 #include <memory>
@@ -92,4 +94,31 @@ QStringList Utils::backupRoots() {
   roots << home + QStringLiteral("/MobileSync/Backup");
 #endif
   return roots;
+}
+
+namespace {
+struct OpenedRoots {
+  QMutex mutex;
+  QStringList folders;
+};
+OpenedRoots& openedRoots() {
+  static OpenedRoots roots;
+  return roots;
+}
+} // namespace
+
+void Utils::noteOpenedBackupRoot(const QString& folder) {
+  const QString canon = QFileInfo(folder).canonicalFilePath();
+  if (canon.isEmpty())
+    return;
+  OpenedRoots& roots = openedRoots();
+  QMutexLocker lock(&roots.mutex);
+  if (!roots.folders.contains(canon))
+    roots.folders.append(canon);
+}
+
+QStringList Utils::openedBackupRoots() {
+  OpenedRoots& roots = openedRoots();
+  QMutexLocker lock(&roots.mutex);
+  return roots.folders;
 }

@@ -23,4 +23,11 @@ public:
   // folders (both iTunes folders on Windows, MobileSync on macOS, and on other
   // hosts the folder where idevicebackup2 backups are usually kept).
   static QStringList backupRoots();
+
+  // Folders that hold a backup this process has opened (the backup library
+  // notes each one). Their "rotated" scratch folder may be emptied like one of
+  // a usual backup root, so a backup given by its path gets no pile of stale
+  // scratch files.
+  static void noteOpenedBackupRoot(const QString& folder);
+  static QStringList openedBackupRoots();
 };

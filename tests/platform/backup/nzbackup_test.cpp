@@ -1,5 +1,7 @@
 #include "platform/backup/nzbackup.h"
 
+#include "platform/backup/mobilebackup.h"
+
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
 #include "platform/common/utils.h"
@@ -13,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 void touch(const QString& path) {
@@ -160,5 +163,23 @@ TEST_F(NzBackupTest, ClearDirRefusesOtherFolders) {
   }
   EXPECT_TRUE(CCommonUtils::clearDir(Utils::tempPath() + QStringLiteral("does-not-exist")));
   EXPECT_FALSE(CCommonUtils::clearDir(QString()));
+}
+// A folder given by path is no backup root, until a backup in it is opened:
+// then its "rotated" scratch folder may be emptied too.
+TEST_F(NzBackupTest, ClearDirAcceptsTheScratchFolderBesideAnOpenedBackup) {
+  QTemporaryDir elsewhere;
+  const QString rotated = elsewhere.filePath(QStringLiteral("rotated"));
+  touch(rotated + "/attach_1.png");
+  EXPECT_FALSE(CCommonUtils::clearDir(rotated));
+  EXPECT_TRUE(QFileInfo::exists(rotated + "/attach_1.png"));
+  QString error;
+  ASSERT_TRUE(fixture::writeBackup(elsewhere.filePath(QStringLiteral("dev")), fixture::BackupPlan(),
+                                   {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("a.txt"), "a")}, &error))
+      << qPrintable(error);
+  std::unique_ptr<MobileBackup> opened(MobileBackup::loadFromPath(elsewhere.filePath(QStringLiteral("dev"))));
+  ASSERT_TRUE(opened);
+  EXPECT_TRUE(CCommonUtils::clearDir(rotated));
+  EXPECT_FALSE(QFileInfo::exists(rotated + "/attach_1.png"));
+  EXPECT_FALSE(CCommonUtils::clearDir(elsewhere.filePath(QStringLiteral("dev")))); // never the backup itself
 }
 } // namespace
