@@ -5,6 +5,7 @@
 //
 // Each load is measured in a child process of its own, so that the peak
 // memory (getrusage) is that load's alone.
+#include "bench/benchsupport.h"
 #include "model/oxbackup.h"
 #include "model/oxdata.h"
 #include "model/oxwhatsappitem.h"
@@ -50,69 +51,6 @@ const std::vector<const char*> kLineSelects = {
     "select z_1chats, z_12members from z_1members",
 };
 
-double cpuNow() {
-  timespec ts{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-  return double(ts.tv_sec) + double(ts.tv_nsec) / 1e9;
-}
-double wallNow() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-// Every row of the statements, every column read as SQLite hands it out.
-qint64 bareScan(const QString& db, const std::vector<const char*>& selects) {
-  sqlite3* h = nullptr;
-  qint64 sum = 0;
-  if (sqlite3_open_v2(db.toUtf8().constData(), &h, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
-    return -1;
-  for (const char* sql : selects) {
-    sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(h, sql, -1, &st, nullptr) != SQLITE_OK)
-      continue;
-    const int columns = sqlite3_column_count(st);
-    while (sqlite3_step(st) == SQLITE_ROW) {
-      for (int c = 0; c < columns; ++c) {
-        switch (sqlite3_column_type(st, c)) {
-        case SQLITE_TEXT:
-          sum += sqlite3_column_bytes(st, c) + (sqlite3_column_text(st, c) ? 1 : 0);
-          break;
-        case SQLITE_FLOAT:
-          sum += qint64(sqlite3_column_double(st, c));
-          break;
-        default:
-          sum += sqlite3_column_int64(st, c);
-        }
-      }
-    }
-    sqlite3_finalize(st);
-  }
-  sqlite3_close(h);
-  return sum;
-}
-
-// Runs f in a child process and returns the doubles it writes back.
-template <int N, typename F> bool inChild(F f, double (&out)[N]) {
-  int fds[2];
-  if (pipe(fds) != 0)
-    return false;
-  const pid_t pid = fork();
-  if (pid == 0) {
-    close(fds[0]);
-    double values[N] = {};
-    const bool ok = f(values);
-    QDir(Utils::tempPath()).removeRecursively();
-    if (ok && write(fds[1], values, sizeof values) != ssize_t(sizeof values))
-      _exit(2);
-    _exit(ok ? 0 : 1);
-  }
-  close(fds[1]);
-  const ssize_t got = read(fds[0], out, sizeof out);
-  close(fds[0]);
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return got == ssize_t(sizeof out) && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 QTemporaryDir& root() {
   static QTemporaryDir dir;
   return dir;
@@ -122,19 +60,19 @@ enum App { Kik, Line };
 
 // values: load CPU s, load wall s, bare CPU s, bare wall s, peak RSS MiB, chats, messages.
 bool measure(App app, const QString& db, double (&values)[7]) {
-  return inChild<7>(
+  return bench::inChild<7>(
       [app, db](double* v) {
         const std::vector<const char*>& selects = app == Kik ? kKikSelects : kLineSelects;
-        bareScan(db, selects); // warm the page cache for both runs alike
-        double cpu = cpuNow();
-        double wall = wallNow();
-        benchmark::DoNotOptimize(bareScan(db, selects));
-        v[2] = cpuNow() - cpu;
-        v[3] = wallNow() - wall;
+        bench::bareScanAll(db, selects); // warm the page cache for both runs alike
+        double cpu = bench::cpuNow();
+        double wall = bench::wallNow();
+        benchmark::DoNotOptimize(bench::bareScanAll(db, selects));
+        v[2] = bench::cpuNow() - cpu;
+        v[3] = bench::wallNow() - wall;
 
         OxBackup registry;
-        cpu = cpuNow();
-        wall = wallNow();
+        cpu = bench::cpuNow();
+        wall = bench::wallNow();
         if (app == Kik) {
           CKikCollection kik;
           kik.readDatabase(&registry, nullptr, db);
@@ -142,8 +80,8 @@ bool measure(App app, const QString& db, double (&values)[7]) {
           CLineCollection line;
           line.readDatabase(&registry, nullptr, db);
         }
-        v[0] = cpuNow() - cpu;
-        v[1] = wallNow() - wall;
+        v[0] = bench::cpuNow() - cpu;
+        v[1] = bench::wallNow() - wall;
         rusage usage{};
         getrusage(RUSAGE_SELF, &usage);
         v[4] = double(usage.ru_maxrss) / 1024.0;

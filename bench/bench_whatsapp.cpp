@@ -6,6 +6,7 @@
 // Each backup is written, and each load measured, in a child process of its
 // own, so that the peak memory (getrusage) is the load's alone and the second
 // size does not inherit the first one's heap.
+#include "bench/benchsupport.h"
 #include "model/oxdata.h"
 #include "platform/common/log.h"
 #include "platform/common/utils.h"
@@ -42,71 +43,6 @@ const char* const kSelects[] = {
     "select zjid, zpath from zwaprofilepictureitem",
 };
 
-double cpuNow() {
-  timespec ts{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-  return double(ts.tv_sec) + double(ts.tv_nsec) / 1e9;
-}
-double wallNow() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-// Every row of the five statements, every column read as SQLite hands it out.
-qint64 bareScan(const QString& db) {
-  sqlite3* h = nullptr;
-  qint64 sum = 0;
-  if (sqlite3_open_v2(db.toUtf8().constData(), &h, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
-    return -1;
-  for (const char* sql : kSelects) {
-    sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(h, sql, -1, &st, nullptr) != SQLITE_OK)
-      continue;
-    const int columns = sqlite3_column_count(st);
-    while (sqlite3_step(st) == SQLITE_ROW) {
-      for (int c = 0; c < columns; ++c) {
-        switch (sqlite3_column_type(st, c)) {
-        case SQLITE_TEXT:
-          sum += sqlite3_column_bytes(st, c) + (sqlite3_column_text(st, c) ? 1 : 0);
-          break;
-        case SQLITE_FLOAT:
-          sum += qint64(sqlite3_column_double(st, c));
-          break;
-        default:
-          sum += sqlite3_column_int64(st, c);
-        }
-      }
-    }
-    sqlite3_finalize(st);
-  }
-  sqlite3_close(h);
-  return sum;
-}
-
-// Runs f in a child process and returns the doubles it writes back; empty
-// when the child fails.
-template <int N, typename F> bool inChild(F f, double (&out)[N]) {
-  int fds[2];
-  if (pipe(fds) != 0)
-    return false;
-  const pid_t pid = fork();
-  if (pid == 0) {
-    close(fds[0]);
-    double values[N] = {};
-    const bool ok = f(values);
-    // The child's scratch folder: _exit skips the clean-up at process end.
-    QDir(Utils::tempPath()).removeRecursively();
-    if (ok && write(fds[1], values, sizeof values) != ssize_t(sizeof values))
-      _exit(2);
-    _exit(ok ? 0 : 1);
-  }
-  close(fds[1]);
-  const ssize_t got = read(fds[0], out, sizeof out);
-  close(fds[0]);
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return got == ssize_t(sizeof out) && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 // The generated backups, one per size, written once per run.
 QTemporaryDir& root() {
   static QTemporaryDir dir;
@@ -117,7 +53,7 @@ QString backupName(int messages) { return QStringLiteral("wa%1").arg(messages); 
 
 bool writeGeneratedBackup(int messages) {
   double unused[1];
-  return inChild<1>(
+  return bench::inChild<1>(
       [messages](double*) {
         QList<fixture::StoredFile> files = fixture::whatsappDbFilesFrom(
             fixture::whatsappSchema(false) + fixture::whatsappGeneratedInserts(messages, kChats, true));
@@ -142,31 +78,31 @@ bool writeGeneratedBackup(int messages) {
 
 // values: load CPU s, load wall s, bare scan CPU s, bare scan wall s, peak RSS MiB, chats, messages.
 bool measure(int messages, double (&values)[7]) {
-  return inChild<7>(
+  return bench::inChild<7>(
       [messages](double* v) {
         const QString folder = root().filePath(backupName(messages));
         const QString db = fixture::storedPath(folder, fixture::BackupPlan(), fixture::whatsappGroupDomain(),
                                                QStringLiteral("ChatStorage.sqlite"));
         // Warm the page cache for both runs alike.
-        bareScan(db);
-        double cpu = cpuNow();
-        double wall = wallNow();
-        benchmark::DoNotOptimize(bareScan(db));
-        v[2] = cpuNow() - cpu;
-        v[3] = wallNow() - wall;
+        bench::bareScanAll(db, std::vector<const char*>(std::begin(kSelects), std::end(kSelects)));
+        double cpu = bench::cpuNow();
+        double wall = bench::wallNow();
+        benchmark::DoNotOptimize(bench::bareScanAll(db, std::vector<const char*>(std::begin(kSelects), std::end(kSelects))));
+        v[2] = bench::cpuNow() - cpu;
+        v[3] = bench::wallNow() - wall;
 
         qputenv("SHERD_BACKUP_ROOT", root().path().toUtf8());
         WhatsappService service(backupName(messages), false);
-        cpu = cpuNow();
-        wall = wallNow();
+        cpu = bench::cpuNow();
+        wall = bench::wallNow();
         const bool opened = service.onBeginLoadWhatsappOnly();
         if (opened)
           service.loadWhatsappOnly(0);
         service.onEndLoadWhatsappOnly();
         if (!opened)
           return false;
-        v[0] = cpuNow() - cpu;
-        v[1] = wallNow() - wall;
+        v[0] = bench::cpuNow() - cpu;
+        v[1] = bench::wallNow() - wall;
         rusage usage{};
         getrusage(RUSAGE_SELF, &usage);
         v[4] = double(usage.ru_maxrss) / 1024.0;

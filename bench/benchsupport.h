@@ -1,8 +1,17 @@
 #pragma once
 // The bare SQLite scan the load benchmarks set a reader's load beside.
+#include "platform/common/utils.h"
+
+#include <QDir>
 #include <QString>
 
 #include <sqlite3.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <vector>
 
 namespace bench {
 
@@ -21,6 +30,73 @@ inline qint64 bareScanBytes(const QString& path, const char* sql) {
   sqlite3_finalize(stmt);
   sqlite3_close(db);
   return sum;
+}
+
+// CPU seconds of this process, and wall seconds.
+inline double cpuNow() {
+  timespec ts{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return double(ts.tv_sec) + double(ts.tv_nsec) / 1e9;
+}
+inline double wallNow() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// Every row of the statements, every column read as SQLite hands it out.
+inline qint64 bareScanAll(const QString& db, const std::vector<const char*>& selects) {
+  sqlite3* h = nullptr;
+  qint64 sum = 0;
+  if (sqlite3_open_v2(db.toUtf8().constData(), &h, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
+    return -1;
+  for (const char* sql : selects) {
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(h, sql, -1, &st, nullptr) != SQLITE_OK)
+      continue;
+    const int columns = sqlite3_column_count(st);
+    while (sqlite3_step(st) == SQLITE_ROW) {
+      for (int c = 0; c < columns; ++c) {
+        switch (sqlite3_column_type(st, c)) {
+        case SQLITE_TEXT:
+          sum += sqlite3_column_bytes(st, c) + (sqlite3_column_text(st, c) ? 1 : 0);
+          break;
+        case SQLITE_FLOAT:
+          sum += qint64(sqlite3_column_double(st, c));
+          break;
+        default:
+          sum += sqlite3_column_int64(st, c);
+        }
+      }
+    }
+    sqlite3_finalize(st);
+  }
+  sqlite3_close(h);
+  return sum;
+}
+
+// Runs f in a child process, so that each load starts from a fresh heap and
+// its peak memory is its own; returns the doubles it writes back, or false
+// when the child fails.
+template <int N, typename F> bool inChild(F f, double (&out)[N]) {
+  int fds[2];
+  if (pipe(fds) != 0)
+    return false;
+  const pid_t pid = fork();
+  if (pid == 0) {
+    close(fds[0]);
+    double values[N] = {};
+    const bool ok = f(values);
+    // The child's scratch folder: _exit skips the clean-up at process end.
+    QDir(Utils::tempPath()).removeRecursively();
+    if (ok && write(fds[1], values, sizeof values) != ssize_t(sizeof values))
+      _exit(2);
+    _exit(ok ? 0 : 1);
+  }
+  close(fds[1]);
+  const ssize_t got = read(fds[0], out, sizeof out);
+  close(fds[0]);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return got == ssize_t(sizeof out) && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 } // namespace bench
