@@ -1,5 +1,7 @@
 #include "platform/notes/notecrypto.h"
 
+#include "platform/backup/backupcrypto.h"
+
 #include <QFile>
 #include <openssl/aes.h>
 #include <openssl/evp.h>
@@ -25,19 +27,6 @@ const EVP_CIPHER* gcmCipher(int keyLength) {
   }
 }
 
-const EVP_CIPHER* wrapCipher(int kekLength) {
-  switch (kekLength) {
-  case 16:
-    return EVP_aes_128_wrap();
-  case 24:
-    return EVP_aes_192_wrap();
-  case 32:
-    return EVP_aes_256_wrap();
-  default:
-    return nullptr;
-  }
-}
-
 // A GCM context keyed and given its nonce, for encryption or decryption.
 CipherCtx gcmContext(const QByteArray& key, const QByteArray& nonce, bool encrypt) {
   CipherCtx ctx(EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
@@ -54,51 +43,22 @@ CipherCtx gcmContext(const QByteArray& key, const QByteArray& nonce, bool encryp
   return ctx;
 }
 
-bool wrapOrUnwrap(const QByteArray& kek, const QByteArray& in, QByteArray* out, bool wrap) {
-  const EVP_CIPHER* cipher = wrapCipher(kek.size());
-  if (!cipher || in.size() < (wrap ? 16 : 24) || in.size() % 8 != 0)
-    return false;
-  CipherCtx ctx(EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
-  if (!ctx)
-    return false;
-  EVP_CIPHER_CTX_set_flags(ctx.get(), EVP_CIPHER_CTX_FLAG_WRAP_ALLOW);
-  const auto* k = reinterpret_cast<const unsigned char*>(kek.constData());
-  if (!EVP_CipherInit_ex(ctx.get(), cipher, nullptr, k, nullptr, wrap ? 1 : 0))
-    return false;
-  QByteArray buf(in.size() + 16, '\0');
-  int len = 0;
-  if (EVP_CipherUpdate(ctx.get(), reinterpret_cast<unsigned char*>(buf.data()), &len,
-                       reinterpret_cast<const unsigned char*>(in.constData()), in.size()) <= 0)
-    return false;
-  int fin = 0;
-  if (EVP_CipherFinal_ex(ctx.get(), reinterpret_cast<unsigned char*>(buf.data()) + len, &fin) <= 0)
-    return false;
-  buf.resize(len + fin);
-  *out = buf;
-  return true;
-}
-
 } // namespace
 
 bool deriveKek(const QString& password, const QByteArray& salt, int iterations, QByteArray* kek, int length) {
-  if (iterations <= 0 || length <= 0)
+  if (!kek)
     return false;
   const QByteArray pw = password.normalized(QString::NormalizationForm_C).toUtf8();
-  QByteArray out(length, '\0');
-  if (PKCS5_PBKDF2_HMAC(pw.constData(), pw.size(), reinterpret_cast<const unsigned char*>(salt.constData()),
-                        salt.size(), iterations, EVP_sha256(), length,
-                        reinterpret_cast<unsigned char*>(out.data())) != 1)
-    return false;
-  *kek = out;
-  return true;
+  return BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, pw, salt, iterations, length, kek);
 }
 
 bool unwrapKey(const QByteArray& kek, const QByteArray& wrapped, QByteArray* key) {
-  return wrapOrUnwrap(kek, wrapped, key, false);
+  // A wrapped note key holds at least a 128-bit key and its 64-bit check.
+  return wrapped.size() >= 24 && BackupCrypto::aesUnwrap(kek, wrapped, key);
 }
 
 bool wrapKey(const QByteArray& kek, const QByteArray& key, QByteArray* wrapped) {
-  return wrapOrUnwrap(kek, key, wrapped, true);
+  return BackupCrypto::aesWrap(kek, key, wrapped);
 }
 
 bool gcmDecrypt(const QByteArray& key, const QByteArray& nonce, const QByteArray& tag, const QByteArray& cipher,
