@@ -4,9 +4,11 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QImageReader>
 #include <QMutex>
 #include <QMutexLocker>
 #include <QTemporaryDir>
+#include <QTransform>
 
 #include <memory>
 
@@ -121,4 +123,22 @@ QStringList Utils::openedBackupRoots() {
   OpenedRoots& roots = openedRoots();
   QMutexLocker lock(&roots.mutex);
   return roots.folders;
+}
+
+QImage Utils::transformed(const QImage& image, const QString& path) {
+  if (image.isNull() || path.isEmpty())
+    return image;
+  // Only the header is read: the reader stops before decoding any pixel.
+  const QImageIOHandler::Transformations how = QImageReader(path).transformation();
+  if (how == QImageIOHandler::TransformationNone)
+    return image;
+  QImage out = image.mirrored(how.testFlag(QImageIOHandler::TransformationMirror),
+                              how.testFlag(QImageIOHandler::TransformationFlip));
+  if (how.testFlag(QImageIOHandler::TransformationRotate90))
+    out = out.transformed(QTransform().rotate(90));
+  if (out.isNull()) {
+    Log("Utils", 1, "cannot turn the image %s upright; it is kept as stored", qPrintable(path));
+    return image;
+  }
+  return out;
 }

@@ -2,6 +2,7 @@
 // Where sherd keeps its scratch files, and where backups live on this host.
 #include "platform/common/sherdglobal.h"
 
+#include <QImage>
 #include <QString>
 #include <QStringList>
 
@@ -30,4 +31,12 @@ public:
   // scratch files.
   static void noteOpenedBackupRoot(const QString& folder);
   static QStringList openedBackupRoots();
+
+  // image, loaded from the file at path, turned the way the file says it is
+  // meant to be seen: photos from a camera are stored as the sensor read them
+  // and carry an orientation tag (EXIF in JPEG and HEIF) instead of being
+  // turned. All eight orientations are applied (mirror or flip first, then a
+  // quarter turn clockwise). image itself when the file has no tag, the format
+  // keeps none, or the file cannot be read.
+  static QImage transformed(const QImage& image, const QString& path);
 };

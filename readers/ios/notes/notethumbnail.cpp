@@ -1,6 +1,7 @@
 #include "readers/ios/notes/notethumbnail.h"
 
 #include "platform/common/commonutils.h"
+#include "platform/common/utils.h"
 
 #include <QTransform>
 
@@ -10,6 +11,7 @@ QImage load(const QString& path) {
   QImage image;
   if (path.isEmpty() || !image.load(path))
     return QImage();
+  image = Utils::transformed(image, path);
   if (image.width() > kMaxWidth)
     image = image.scaledToWidth(kMaxWidth, Qt::SmoothTransformation);
   return image;

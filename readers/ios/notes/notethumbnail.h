@@ -7,8 +7,8 @@
 namespace NoteThumbnail {
 // Widest thumbnail kept in a note piece.
 constexpr int kMaxWidth = 250;
-// The image at path, scaled down to kMaxWidth when wider; null when it does
-// not load.
+// The image at path, turned upright by its orientation tag, then scaled down
+// to kMaxWidth when wider; null when it does not load.
 QImage load(const QString& path);
 // Rotates the image at path by the angle of orientation (0 to 3 index the
 // angles 0, 180, 270 and 90 degrees) and saves it as a PNG named

@@ -355,6 +355,24 @@ QByteArray tableBlob(const QList<QStringList>& rows) {
   return gzip(top);
 }
 
+QByteArray jpegWithOrientation(const QImage& image, int orientation) {
+  QByteArray jpeg;
+  QBuffer buffer(&jpeg);
+  buffer.open(QIODevice::WriteOnly);
+  image.save(&buffer, "JPEG", 100);
+  static const char tiff[] = "MM\x00\x2a\x00\x00\x00\x08"       // big-endian header, IFD at 8
+                             "\x00\x01"                         // one entry
+                             "\x01\x12\x00\x03\x00\x00\x00\x01" // Orientation, SHORT, count 1
+                             "\x00";                             // value, high byte
+  QByteArray exif = QByteArray("Exif\0\0", 6) + QByteArray(tiff, sizeof tiff - 1);
+  exif.append(char(orientation)).append(QByteArray(2, '\0')); // low byte, padding
+  exif.append(QByteArray(4, '\0'));                          // no next IFD
+  const int length = exif.size() + 2;
+  QByteArray segment("\xff\xe1", 2);
+  segment.append(char(length >> 8)).append(char(length & 0xff)).append(exif);
+  return jpeg.left(2) + segment + jpeg.mid(2);
+}
+
 QByteArray pngImage(int width, int height, unsigned rgb) {
   QImage image(width, height, QImage::Format_RGB32);
   image.fill(rgb);
@@ -777,9 +795,13 @@ QList<StoredFile> sampleNoteFiles() {
     n.icloud = true;
     LegacyAttachment a;
     a.contentId = QStringLiteral("GardenPhoto@local");
-    a.fileName = QStringLiteral("garden photo.png");
+    a.fileName = QStringLiteral("garden photo.jpeg");
     a.mimeType = QStringLiteral("public.jpeg");
-    a.data = pngImage(320, 240, 0x88aa22);
+    // As a camera stores a portrait photo: sideways, with a tag that says to
+    // turn it a quarter clockwise.
+    QImage sideways(400, 300, QImage::Format_RGB32);
+    sideways.fill(0x88aa22);
+    a.data = jpegWithOrientation(sideways, 6);
     n.attachments << a;
     legacy << n;
   }

@@ -7,6 +7,8 @@
 //  - notes.sqlite and notes.db in HomeDomain, with legacy attachment files.
 #include "tests/support/backupfixture.h"
 
+class QImage;
+
 namespace fixture {
 namespace notes {
 
@@ -57,6 +59,10 @@ QByteArray bodyBlob(const QString& text, const QList<ModernAttachment>& attachme
 QByteArray tableBlob(const QList<QStringList>& rows);
 // A small PNG picture.
 QByteArray pngImage(int width, int height, unsigned rgb);
+// JPEG bytes of image with an EXIF segment, right after the start marker, that
+// holds one tag: Orientation (0x0112) set to orientation (1 to 8). Cameras
+// write it this way; Qt's own JPEG writer stores no orientation.
+QByteArray jpegWithOrientation(const QImage& image, int orientation);
 
 bool makeModernStore(const QList<ModernNote>& notes, ModernLayout layout, bool wal, QByteArray* db,
                      QByteArray* walBytes, QString* error);

@@ -112,8 +112,10 @@ TEST_F(NoteBackup, SampleShowsAllThreeGenerationsWithTheLockedNoteOpened) {
   ASSERT_TRUE(garden);
   EXPECT_EQ(garden->value(OxNoteItem::ColLocation), QStringLiteral("iCloud"));
   ASSERT_EQ(garden->notePieces().size(), 3);
-  EXPECT_EQ(garden->notePieces()[1]->name, QStringLiteral("garden photo.png"));
-  EXPECT_FALSE(garden->notePieces()[1]->thumbnail.isNull());
+  EXPECT_EQ(garden->notePieces()[1]->name, QStringLiteral("garden photo.jpeg"));
+  // Stored sideways at 400x300 with a quarter-turn tag: turned upright first,
+  // then capped in width.
+  EXPECT_EQ(garden->notePieces()[1]->thumbnail.size(), QSize(250, 334));
   EXPECT_EQ(garden->value(OxNoteItem::ColNotes), QStringLiteral("Garden\nTomatoes by the wall\nWater daily"));
 
   OxNoteItem* first = byTitle(list, QStringLiteral("First phone note"));
