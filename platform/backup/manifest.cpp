@@ -2,6 +2,7 @@
 
 #include "platform/backup/bplistscan.h"
 #include "platform/backup/plistutil.h"
+#include "platform/backup/readaheadvfs.h"
 
 #include <QCryptographicHash>
 #include <QHash>
@@ -99,24 +100,52 @@ QString fileIdText(const unsigned char id[20]) {
 bool decodeMbFileDirect(const char* blob, int length, ManifestEntry* entry) {
   const BplistScan s(blob, length);
   quint64 root = 0, objects = 0, top = 0, rootRef = 0, index = 0, file = 0;
-  if (!s.isValid() || !s.root(&root) || !s.dictValue(root, "$objects", &objects) || !s.dictValue(root, "$top", &top) ||
-      !s.dictValue(top, "root", &rootRef) || !s.uid(rootRef, &index) || !s.arrayItem(objects, index, &file))
+  if (!s.isValid() || !s.root(&root))
     return false;
-  qint64 v[4] = {};
-  static const char* const keys[4] = {"Size", "LastModified", "Mode", "ProtectionClass"};
-  static const size_t keyLengths[4] = {4, 12, 4, 15};
+  // One pass over the archive's top dictionary for both keys (first of each).
+  bool hasObjects = false, hasTop = false;
+  s.forEachEntry(root, [&](const char* k, size_t kl, quint64 ref) {
+    if (!hasObjects && kl == 8 && std::memcmp(k, "$objects", 8) == 0) {
+      objects = ref;
+      hasObjects = true;
+    } else if (!hasTop && kl == 4 && std::memcmp(k, "$top", 4) == 0) {
+      top = ref;
+      hasTop = true;
+    }
+    return !(hasObjects && hasTop);
+  });
+  if (!hasObjects || !hasTop || !s.dictValue(top, "root", &rootRef) || !s.uid(rootRef, &index) ||
+      !s.arrayItem(objects, index, &file))
+    return false;
+  qint64 v[4] = {}; // Size, LastModified, Mode, ProtectionClass
   quint64 keyRef = 0;
   bool hasKey = false, ok = true;
+  // Keys are told apart by length first, so that each comparison is against a
+  // constant and needs no call.
   const bool isDict = s.forEachEntry(file, [&](const char* k, size_t kl, quint64 ref) {
-    for (int j = 0; j < 4; ++j) {
-      if (kl == keyLengths[j] && std::memcmp(k, keys[j], kl) == 0 && !s.integer(ref, &v[j])) {
-        ok = false;
-        return false;
+    int slot = -1;
+    switch (kl) {
+    case 4:
+      slot = std::memcmp(k, "Size", 4) == 0 ? 0 : std::memcmp(k, "Mode", 4) == 0 ? 2 : -1;
+      break;
+    case 12:
+      slot = std::memcmp(k, "LastModified", 12) == 0 ? 1 : -1;
+      break;
+    case 15:
+      slot = std::memcmp(k, "ProtectionClass", 15) == 0 ? 3 : -1;
+      break;
+    case 13:
+      if (std::memcmp(k, "EncryptionKey", 13) == 0) {
+        keyRef = ref;
+        hasKey = true;
       }
+      break;
+    default:
+      break;
     }
-    if (kl == 13 && std::memcmp(k, "EncryptionKey", 13) == 0) {
-      keyRef = ref;
-      hasKey = true;
+    if (slot >= 0 && !s.integer(ref, &v[slot])) {
+      ok = false;
+      return false;
     }
     return true;
   });
@@ -179,18 +208,19 @@ bool decodeMbFileWithLibplist(const char* blob, int length, ManifestEntry* entry
   return true;
 }
 
-bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink, QString* error, bool* truncated,
+bool readManifestDb(const QString& path, bool immutable, const ManifestSink& sink, QString* error, bool* truncated,
                     qint64* sizeHint) {
   *truncated = false;
   sqlite3* db = nullptr;
-  // A database inside the backup folder is opened immutable: SQLite then
-  // neither locks it nor creates anything beside it.
+  // A database that nothing writes (the one inside the backup folder, or a
+  // decrypted copy) is opened immutable: SQLite then neither locks it nor
+  // creates anything beside it, and the scan reads it in large chunks.
   const QByteArray uri =
-      inPlace ? "file:" + QUrl::toPercentEncoding(path, "/") + "?mode=ro&immutable=1" : path.toUtf8();
+      immutable ? "file:" + QUrl::toPercentEncoding(path, "/") + "?mode=ro&immutable=1" : path.toUtf8();
   int rc = sqlite3_open_v2(uri.constData(), &db,
-                           inPlace ? (SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX)
-                                   : (SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX),
-                           nullptr);
+                           immutable ? (SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX)
+                                     : (SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX),
+                           immutable ? ReadAheadVfs::name() : nullptr);
   if (rc != SQLITE_OK) {
     *error = QStringLiteral("cannot open %1: %2").arg(path, QString::fromUtf8(sqlite3_errstr(rc)));
     sqlite3_close(db);

@@ -40,7 +40,7 @@ bool decodeMbFileWithLibplist(const char* blob, int length, ManifestEntry* entry
 // keeps the records already handed over, sets *error and returns true with
 // *truncated set. *sizeHint (when given) receives an upper bound of the record
 // count before the first record is handed over.
-bool readManifestDb(const QString& path, bool inPlace, const ManifestSink& sink, QString* error, bool* truncated,
+bool readManifestDb(const QString& path, bool immutable, const ManifestSink& sink, QString* error, bool* truncated,
                     qint64* sizeHint = nullptr);
 
 // Reads Manifest.mbdb bytes. False when the header is wrong; a record cut

@@ -31,19 +31,95 @@ void setLoadError(MobileBackup::Error code, const QString& text) {
   Log(kModule, 0, "%s", qPrintable(text));
 }
 
-// A file of the backup as opening found it. Its texts live in the backup's
-// shared tables (one copy of each domain, the relative paths in one block of
-// UTF-8), so that a manifest of hundreds of thousands of records costs a few
-// dozen bytes per record.
+// A file of the backup as opening found it: 40 bytes. Its texts live in the
+// backup's shared tables (one copy of each domain; the relative path and the
+// wrapped key back to back in one block), so that a manifest of hundreds of
+// thousands of records costs little more than its paths, and opening it
+// writes little memory.
 struct Entry {
-  quint32 pathOffset = 0;
-  quint32 pathLength = 0;
-  quint32 domain = 0;
+  quint32 textOffset = 0; // relative path (UTF-8), then the wrapped key
+  quint16 pathLength = 0;
+  quint16 domain = 0;
   quint32 modified = 0;
-  qint64 size = 0;
-  quint32 protectionClass = 0;
+  quint32 sizeLow = 0;
+  qint16 sizeHigh = 0; // the size is 48 bits, signed: up to 128 TiB
+  quint8 protectionClass = 0;
+  quint8 keyLength = 0; // encrypted backups only
   unsigned char fileId[20] = {};
-  QByteArray encryptionKey; // encrypted backups only
+
+  static constexpr qint64 kMaxSize = (qint64(1) << 47) - 1;
+  qint64 size() const { return qint64(sizeHigh) * (qint64(1) << 32) + qint64(sizeLow); }
+  // A size beyond 128 TiB is no real file's: it is kept at the bound.
+  void setSize(qint64 v) {
+    v = qBound(-kMaxSize - 1, v, kMaxSize);
+    sizeLow = quint32(quint64(v) & 0xffffffffu);
+    sizeHigh = qint16(v >> 32);
+  }
+};
+
+static_assert(sizeof(Entry) == 40, "a record's entry is meant to stay small");
+
+// Limits of the packed fields; a record beyond them is no real backup's.
+constexpr int kMaxPathLength = 0xffff;
+constexpr int kMaxDomains = 0xffff;
+constexpr int kMaxKeyLength = 0xff;
+
+// Domain names (UTF-8) to their index, found without building a key per
+// record. Records usually come grouped by domain, so the last one found is
+// tried first.
+class DomainTable {
+public:
+  // The index of the domain, or -1 when it is not in the table.
+  int find(const char* p, int n) {
+    if (m_last >= 0 && equals(m_last, p, n))
+      return m_last;
+    if (m_slots.empty())
+      return -1;
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = qHashBits(p, size_t(n)) & mask;; i = (i + 1) & mask) {
+      const int id = m_slots[i];
+      if (id < 0)
+        return -1;
+      if (equals(id, p, n))
+        return m_last = id;
+    }
+  }
+  int add(const char* p, int n) {
+    const int id = int(m_names.size());
+    m_names.emplace_back(p, n);
+    if (m_names.size() * 2 > m_slots.size())
+      rehash(qMax<size_t>(16, m_slots.size() * 2));
+    else
+      place(id);
+    return m_last = id;
+  }
+  void clear() {
+    std::vector<QByteArray>().swap(m_names);
+    std::vector<int>().swap(m_slots);
+    m_last = -1;
+  }
+
+private:
+  bool equals(int id, const char* p, int n) const {
+    const QByteArray& s = m_names[size_t(id)];
+    return s.size() == n && std::memcmp(s.constData(), p, size_t(n)) == 0;
+  }
+  void place(int id) {
+    const QByteArray& s = m_names[size_t(id)];
+    const size_t mask = m_slots.size() - 1;
+    size_t i = qHashBits(s.constData(), size_t(s.size())) & mask;
+    while (m_slots[i] >= 0)
+      i = (i + 1) & mask;
+    m_slots[i] = id;
+  }
+  void rehash(size_t size) {
+    m_slots.assign(size, -1);
+    for (int id = 0; id < int(m_names.size()); ++id)
+      place(id);
+  }
+  std::vector<QByteArray> m_names;
+  std::vector<int> m_slots; // open addressing; -1 is an empty slot
+  int m_last = -1;
 };
 
 // Whether a relative path would lead out of the folder it is put under.
@@ -151,22 +227,25 @@ struct MobileBackup::Private {
   std::vector<Entry> entries;
   std::vector<Entry> emptyEntries; // while reading the manifest
   std::vector<QString> domains;
-  QHash<QByteArray, quint32> domainIds; // while reading the manifest
-  QByteArray paths;                     // every relative path, UTF-8, back to back
+  DomainTable domainIds; // while reading the manifest
+  QByteArray texts;      // every relative path (UTF-8) and wrapped key, back to back
   int directories = 0, links = 0, others = 0;
   mutable QHash<QByteArray, int> index; // domain '\0' relative path (UTF-8) -> entry, built on first lookup
   QHash<int, QString> decrypted;        // entry -> its decrypted copy
-  mutable QHash<QString, int> byFileId;  // file ID (hex) -> entry, built on first reverse lookup
+  mutable QHash<QString, int> byFileId; // file ID (hex) -> entry, built on first reverse lookup
   std::unique_ptr<QTemporaryDir> scratch;
 
   QString relativePath(const Entry& e) const {
-    return QString::fromUtf8(paths.constData() + e.pathOffset, int(e.pathLength));
+    return QString::fromUtf8(texts.constData() + e.textOffset, int(e.pathLength));
   }
   QByteArray indexKey(const Entry& e) const {
     QByteArray k = domains[e.domain].toUtf8();
     k += '\0';
-    k.append(paths.constData() + e.pathOffset, int(e.pathLength));
+    k.append(texts.constData() + e.textOffset, int(e.pathLength));
     return k;
+  }
+  QByteArray encryptionKey(const Entry& e) const {
+    return QByteArray(texts.constData() + e.textOffset + e.pathLength, int(e.keyLength));
   }
   QString describe(const Entry& e) const { return domains[e.domain] + QLatin1Char('-') + relativePath(e); }
 
@@ -265,29 +344,32 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
     }
     // Empty files go last: a reader that stops at the first empty record must
     // still see every file with content.
+    int domain = domainIds.find(m.domain, m.domainLength);
+    if (domain < 0 && int(domains.size()) < kMaxDomains) {
+      domains.push_back(QString::fromUtf8(m.domain, m.domainLength));
+      domain = domainIds.add(m.domain, m.domainLength);
+    }
+    const int keyLength = m.encryptionKey.size();
+    if (domain < 0 || m.relativePathLength > kMaxPathLength || keyLength > kMaxKeyLength ||
+        quint64(texts.size()) + quint64(m.relativePathLength) + quint64(keyLength) > quint64(INT_MAX) / 2 ||
+        m.protectionClass > 0xff) {
+      ++others; // beyond any real manifest; keep the memory bounded
+      return;
+    }
     std::vector<Entry>& list = m.size > 0 ? entries : emptyEntries;
     list.emplace_back();
     Entry& e = list.back();
-    const QByteArray dom = QByteArray::fromRawData(m.domain, m.domainLength);
-    auto it = domainIds.constFind(dom);
-    if (it == domainIds.constEnd()) {
-      domains.push_back(QString::fromUtf8(m.domain, m.domainLength));
-      it = domainIds.insert(QByteArray(m.domain, m.domainLength), quint32(domains.size() - 1));
-    }
-    e.domain = it.value();
-    if (quint64(paths.size()) + quint64(m.relativePathLength) > quint64(INT_MAX) / 2) {
-      ++others; // beyond any real manifest; keep the memory bounded
-      list.pop_back();
-      return;
-    }
-    e.pathOffset = quint32(paths.size());
-    e.pathLength = quint32(m.relativePathLength);
-    paths.append(m.relativePath, m.relativePathLength);
+    e.domain = quint16(domain);
+    e.textOffset = quint32(texts.size());
+    e.pathLength = quint16(m.relativePathLength);
+    e.keyLength = quint8(keyLength);
+    texts.append(m.relativePath, m.relativePathLength);
+    if (keyLength > 0)
+      texts.append(m.encryptionKey.constData(), keyLength);
     std::memcpy(e.fileId, m.fileId, sizeof e.fileId);
-    e.size = m.size;
+    e.setSize(m.size);
     e.modified = m.modified;
-    e.protectionClass = m.protectionClass;
-    e.encryptionKey = std::move(m.encryptionKey);
+    e.protectionClass = quint8(m.protectionClass);
   };
 
   QString err;
@@ -295,7 +377,8 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
   if (QFileInfo(dbPath).isFile()) {
     generation = Generation::ManifestDb;
     QString openPath = dbPath;
-    bool inPlace = true;
+    bool copied = false;   // openPath is our own copy under the scratch folder
+    bool immutable = true; // nothing needs writing to read it
     if (info.encrypted && !props.manifestKey.isEmpty()) {
       QByteArray key;
       const QString work = scratchPath();
@@ -317,7 +400,7 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
                      QStringLiteral("backup %1: the decrypted Manifest.db is not a database").arg(path));
         return false;
       }
-      inPlace = false;
+      copied = true;
     } else if (QFileInfo(dbPath + QStringLiteral("-wal")).size() > 0) {
       // Committed rows may still sit in the log: read a copy with its companions.
       const QString work = scratchPath();
@@ -336,7 +419,8 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
         setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
         return false;
       }
-      inPlace = false;
+      copied = true;
+      immutable = false; // SQLite replays the log into the copy
     }
     // Reserve for the records up front, bounded by what the file can hold (a
     // record takes well over 64 bytes of the database) so that a damaged
@@ -347,16 +431,16 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
       if (hint >= 0) {
         const qint64 n = qBound<qint64>(0, hint, fileBound);
         entries.reserve(size_t(n));
-        paths.reserve(int(qMin<qint64>(n * 48, 256 << 20)));
+        texts.reserve(int(qMin<qint64>(n * 48, 256 << 20)));
         hint = -1;
       }
       sink(e);
     };
-    if (!Manifest::readManifestDb(openPath, inPlace, reserving, &err, &truncated, &hint)) {
+    if (!Manifest::readManifestDb(openPath, immutable, reserving, &err, &truncated, &hint)) {
       setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
       return false;
     }
-    if (!inPlace)
+    if (copied)
       QFile::remove(openPath); // the records are in memory now; keep no plaintext index around
   } else if (QFileInfo(mbdbPath).isFile()) {
     generation = Generation::Mbdb;
@@ -391,7 +475,7 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
   std::move(emptyEntries.begin(), emptyEntries.end(), std::back_inserter(entries));
   std::vector<Entry>().swap(emptyEntries);
   domainIds.clear();
-  paths.squeeze();
+  texts.squeeze();
   if (entries.capacity() > 2 * entries.size() + 1024)
     entries.shrink_to_fit();
   return true;
@@ -414,7 +498,7 @@ BackupFileRecord MobileBackup::fileAt(int index) const {
   r.domain = d->domains[e.domain];
   r.relativePath = d->relativePath(e);
   r.modified = e.modified;
-  r.size = e.size;
+  r.size = e.size();
   r.fileId = Manifest::fileIdText(e.fileId);
   return r;
 }
@@ -472,7 +556,8 @@ QString MobileBackup::filePath(int index) {
     return made;
   QString err;
   QByteArray key;
-  if (!d->keybag.unwrapKey(e.encryptionKey, d->generation == Generation::Mbdb ? e.protectionClass : 0, &key, &err)) {
+  if (!d->keybag.unwrapKey(d->encryptionKey(e), d->generation == Generation::Mbdb ? e.protectionClass : 0, &key,
+                           &err)) {
     Log(kModule, 0, "backup %s: %s: %s", qPrintable(d->path), qPrintable(d->describe(e)), qPrintable(err));
     return QString();
   }
@@ -485,10 +570,10 @@ QString MobileBackup::filePath(int index) {
     Log(kModule, 0, "backup %s: %s: %s", qPrintable(d->path), qPrintable(d->describe(e)), qPrintable(err));
     return QString();
   }
-  if (len != e.size) {
+  if (len != e.size()) {
     Log(kModule, 1, "backup %s: %s: the manifest says %lld bytes, the decrypted file has %lld", qPrintable(d->path),
-        qPrintable(d->describe(e)), static_cast<long long>(e.size), static_cast<long long>(len));
-    e.size = len;
+        qPrintable(d->describe(e)), static_cast<long long>(e.size()), static_cast<long long>(len));
+    e.setSize(len);
   }
   d->decrypted.insert(index, out);
   return out;
@@ -548,7 +633,7 @@ QString MobileBackup::generalSqlDbFile(const QString& destPrefix, const QString&
     return QString();
   for (const char* suffix : {"-wal", "-shm", "-journal"}) {
     const int c = findFile(domain, relativePath + QLatin1String(suffix));
-    if (c >= 0 && d->entries.at(c).size >= 0 && extractFile(c, destPrefix).isEmpty())
+    if (c >= 0 && d->entries.at(c).size() >= 0 && extractFile(c, destPrefix).isEmpty())
       Log(kModule, 1, "backup %s: the companion %s%s could not be copied", qPrintable(d->path),
           qPrintable(relativePath), suffix);
   }

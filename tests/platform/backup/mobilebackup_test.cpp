@@ -13,8 +13,8 @@
 #include <sqlite3.h>
 
 #include <functional>
-#include <ostream>
 #include <memory>
+#include <ostream>
 
 using fixture::BackupPlan;
 using fixture::StoredFile;
@@ -170,8 +170,8 @@ struct BadInput {
   BackupPlan::Generation generation;
   bool encrypted;
   std::function<void(QList<StoredFile>*, BackupPlan*)> prepare; // before writing
-  std::function<void(const QString& folder)> damage;          // after writing
-  const char* password;                                       // nullptr: the backup's own
+  std::function<void(const QString& folder)> damage;            // after writing
+  const char* password;                                         // nullptr: the backup's own
   bool opens;
   MobileBackup::Error error;
   std::function<void(MobileBackup*)> check; // when it opens
@@ -225,8 +225,8 @@ TEST_P(BadInputTest, LogsAndNeverCrashes) {
   if (p.encrypted)
     plan.password = QStringLiteral("pw");
   QList<StoredFile> files = {fixture::file(kHome, QStringLiteral("Library/a.db"), pattern(100, 'a')),
-                           fixture::file(kHome, QStringLiteral("Library/b.db"), pattern(200, 'b')),
-                           fixture::file(kHome, QStringLiteral("Library/c.db"), pattern(300, 'c'))};
+                             fixture::file(kHome, QStringLiteral("Library/b.db"), pattern(200, 'b')),
+                             fixture::file(kHome, QStringLiteral("Library/c.db"), pattern(300, 'c'))};
   if (p.prepare)
     p.prepare(&files, &plan);
   write(plan, files);
@@ -402,6 +402,33 @@ TEST_F(BackupTest, DecryptedLengthReplacesRecordedSize) {
   EXPECT_EQ(b->fileAt(0).size, 4096);
   EXPECT_EQ(readFile(b->filePath(0)), f.data);
   EXPECT_EQ(b->fileAt(0).size, 5000);
+}
+
+// Record sizes beyond 32 bits survive opening in both generations; a size no
+// file can have is kept at the largest one a record holds.
+TEST_F(BackupTest, LargeRecordedSizes) {
+  const qint64 largest = (qint64(1) << 47) - 1;
+  struct Row {
+    qint64 recorded;
+    qint64 reported;
+  } rows[] = {{5000000000LL, 5000000000LL}, {largest, largest}, {qint64(1) << 50, largest}};
+  for (BackupPlan::Generation generation : {BackupPlan::ManifestDb, BackupPlan::Mbdb}) {
+    QList<StoredFile> files;
+    for (const Row& r : rows) {
+      StoredFile f = fixture::file(kHome, QStringLiteral("Media/%1.mov").arg(r.recorded), "v");
+      f.recordedSize = r.recorded;
+      files << f;
+    }
+    BackupPlan plan;
+    plan.generation = generation;
+    QDir(m_folder).removeRecursively();
+    write(plan, files);
+    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder));
+    ASSERT_TRUE(b);
+    ASSERT_EQ(b->fileCount(), int(std::size(rows)));
+    for (int i = 0; i < b->fileCount(); ++i)
+      EXPECT_EQ(b->fileAt(i).size, rows[i].reported) << generation << " " << rows[i].recorded;
+  }
 }
 
 // Only what readers ask for is decrypted, and the copies go with the backup.
