@@ -15,8 +15,8 @@ QImage quarters() {
   QImage image(40, 20, QImage::Format_RGB32);
   for (int y = 0; y < 20; ++y)
     for (int x = 0; x < 40; ++x)
-      image.setPixel(x, y, y < 10 ? (x < 20 ? qRgb(255, 0, 0) : qRgb(0, 255, 0))
-                                  : (x < 20 ? qRgb(0, 0, 255) : qRgb(255, 255, 0)));
+      image.setPixel(
+          x, y, y < 10 ? (x < 20 ? qRgb(255, 0, 0) : qRgb(0, 255, 0)) : (x < 20 ? qRgb(0, 0, 255) : qRgb(255, 255, 0)));
   return image;
 }
 

@@ -156,7 +156,9 @@ Sealed seal(const QString& password, const QByteArray& salt, const QByteArray& s
 
 // --- SQL writing ------------------------------------------------------------
 
-QString q(const QString& s) { return s.isNull() ? QStringLiteral("NULL") : QStringLiteral("'%1'").arg(QString(s).replace('\'', "''")); }
+QString q(const QString& s) {
+  return s.isNull() ? QStringLiteral("NULL") : QStringLiteral("'%1'").arg(QString(s).replace('\'', "''"));
+}
 QString blob(const QByteArray& b) {
   return b.isNull() ? QStringLiteral("NULL") : QStringLiteral("X'%1'").arg(QString::fromLatin1(b.toHex()));
 }
@@ -191,9 +193,16 @@ Layout layoutOf(ModernLayout l) {
     out.created = QStringLiteral("ZCREATIONDATE3");
     break;
   case ModernLayout::Ios17:
-    out.ent = {{"ICAttachment", 4}, {"ICAttachmentPreviewImage", 5}, {"ICInlineAttachment", 8}, {"ICMedia", 10},
-               {"ICNote", 11},      {"ICNoteContainer", 12},         {"ICAccount", 13},         {"ICFolder", 14},
-               {"ICInvitation", 15}, {"ICNoteData", 18}};
+    out.ent = {{"ICAttachment", 4},
+               {"ICAttachmentPreviewImage", 5},
+               {"ICInlineAttachment", 8},
+               {"ICMedia", 10},
+               {"ICNote", 11},
+               {"ICNoteContainer", 12},
+               {"ICAccount", 13},
+               {"ICFolder", 14},
+               {"ICInvitation", 15},
+               {"ICNoteData", 18}};
     out.noteAccount = QStringLiteral("ZACCOUNT7");
     out.folderAccount = QStringLiteral("ZACCOUNT8");
     out.created = QStringLiteral("ZCREATIONDATE3");
@@ -204,7 +213,12 @@ Layout layoutOf(ModernLayout l) {
 
 QString accountIdOf(const QString& name) {
   return name.isEmpty() ? QStringLiteral("LocalAccount")
-                        : QString::fromLatin1(derived(name.toUtf8(), 16).toHex()).toUpper().insert(8, '-').insert(13, '-').insert(18, '-').insert(23, '-');
+                        : QString::fromLatin1(derived(name.toUtf8(), 16).toHex())
+                              .toUpper()
+                              .insert(8, '-')
+                              .insert(13, '-')
+                              .insert(18, '-')
+                              .insert(23, '-');
 }
 
 QByteArray accountSalt(const QString& account) { return derived("salt" + account.toUtf8(), 16); }
@@ -363,10 +377,10 @@ QByteArray jpegWithOrientation(const QImage& image, int orientation) {
   static const char tiff[] = "MM\x00\x2a\x00\x00\x00\x08"       // big-endian header, IFD at 8
                              "\x00\x01"                         // one entry
                              "\x01\x12\x00\x03\x00\x00\x00\x01" // Orientation, SHORT, count 1
-                             "\x00";                             // value, high byte
+                             "\x00";                            // value, high byte
   QByteArray exif = QByteArray("Exif\0\0", 6) + QByteArray(tiff, sizeof tiff - 1);
   exif.append(char(orientation)).append(QByteArray(2, '\0')); // low byte, padding
-  exif.append(QByteArray(4, '\0'));                          // no next IFD
+  exif.append(QByteArray(4, '\0'));                           // no next IFD
   const int length = exif.size() + 2;
   QByteArray segment("\xff\xe1", 2);
   segment.append(char(length >> 8)).append(char(length & 0xff)).append(exif);
@@ -387,42 +401,67 @@ QByteArray pngImage(int width, int height, unsigned rgb) {
   return out;
 }
 
-bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wal, QByteArray* db,
-                     QByteArray* walBytes, QString* error) {
+bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wal, QByteArray* db, QByteArray* walBytes,
+                     QString* error) {
   const Layout L = layoutOf(which);
-  QStringList columns = {QStringLiteral("ZIDENTIFIER VARCHAR"), QStringLiteral("ZTITLE VARCHAR"),
-                         QStringLiteral("ZTITLE1 VARCHAR"), QStringLiteral("ZTITLE2 VARCHAR"),
-                         QStringLiteral("ZUSERTITLE VARCHAR"), QStringLiteral("ZSUMMARY VARCHAR"),
-                         QStringLiteral("ZSNIPPET VARCHAR"), QStringLiteral("ZNOTEDATA INTEGER"),
-                         QStringLiteral("ZMODIFICATIONDATE TIMESTAMP"), QStringLiteral("ZMODIFICATIONDATE1 TIMESTAMP"),
-                         L.created + QStringLiteral(" TIMESTAMP"), QStringLiteral("ZMARKEDFORDELETION INTEGER"),
-                         QStringLiteral("ZISPASSWORDPROTECTED INTEGER"), QStringLiteral("ZCRYPTOSALT BLOB"),
-                         QStringLiteral("ZCRYPTOITERATIONCOUNT INTEGER"), QStringLiteral("ZCRYPTOWRAPPEDKEY BLOB"),
-                         QStringLiteral("ZCRYPTOINITIALIZATIONVECTOR BLOB"), QStringLiteral("ZCRYPTOTAG BLOB"),
-                         QStringLiteral("ZASSETCRYPTOINITIALIZATIONVECTOR BLOB"), QStringLiteral("ZASSETCRYPTOTAG BLOB"),
+  QStringList columns = {QStringLiteral("ZIDENTIFIER VARCHAR"),
+                         QStringLiteral("ZTITLE VARCHAR"),
+                         QStringLiteral("ZTITLE1 VARCHAR"),
+                         QStringLiteral("ZTITLE2 VARCHAR"),
+                         QStringLiteral("ZUSERTITLE VARCHAR"),
+                         QStringLiteral("ZSUMMARY VARCHAR"),
+                         QStringLiteral("ZSNIPPET VARCHAR"),
+                         QStringLiteral("ZNOTEDATA INTEGER"),
+                         QStringLiteral("ZMODIFICATIONDATE TIMESTAMP"),
+                         QStringLiteral("ZMODIFICATIONDATE1 TIMESTAMP"),
+                         L.created + QStringLiteral(" TIMESTAMP"),
+                         QStringLiteral("ZMARKEDFORDELETION INTEGER"),
+                         QStringLiteral("ZISPASSWORDPROTECTED INTEGER"),
+                         QStringLiteral("ZCRYPTOSALT BLOB"),
+                         QStringLiteral("ZCRYPTOITERATIONCOUNT INTEGER"),
+                         QStringLiteral("ZCRYPTOWRAPPEDKEY BLOB"),
+                         QStringLiteral("ZCRYPTOINITIALIZATIONVECTOR BLOB"),
+                         QStringLiteral("ZCRYPTOTAG BLOB"),
+                         QStringLiteral("ZASSETCRYPTOINITIALIZATIONVECTOR BLOB"),
+                         QStringLiteral("ZASSETCRYPTOTAG BLOB"),
                          QStringLiteral("ZFALLBACKIMAGECRYPTOINITIALIZATIONVECTOR BLOB"),
-                         QStringLiteral("ZFALLBACKIMAGECRYPTOTAG BLOB"), QStringLiteral("ZACCOUNT INTEGER"),
-                         QStringLiteral("ZACCOUNT1 INTEGER"), L.noteAccount + QStringLiteral(" INTEGER"),
-                         L.folderAccount + QStringLiteral(" INTEGER"), QStringLiteral("ZOWNER INTEGER"),
-                         QStringLiteral("ZFOLDERTYPE INTEGER"), QStringLiteral("ZNAME VARCHAR"),
-                         QStringLiteral("ZACCOUNTTYPE INTEGER"), QStringLiteral("ZTYPEUTI VARCHAR"),
-                         QStringLiteral("ZTYPEUTI1 VARCHAR"), QStringLiteral("ZALTTEXT VARCHAR"),
-                         QStringLiteral("ZNOTE INTEGER"), QStringLiteral("ZMEDIA INTEGER"),
-                         QStringLiteral("ZPARENTATTACHMENT INTEGER"), QStringLiteral("ZORIENTATION INTEGER"),
-                         QStringLiteral("ZURLSTRING VARCHAR"), QStringLiteral("ZMERGEABLEDATA1 BLOB"),
-                         QStringLiteral("ZFILENAME VARCHAR"), QStringLiteral("ZATTACHMENT INTEGER"),
-                         QStringLiteral("ZWIDTH INTEGER"), QStringLiteral("ZHEIGHT INTEGER")};
+                         QStringLiteral("ZFALLBACKIMAGECRYPTOTAG BLOB"),
+                         QStringLiteral("ZACCOUNT INTEGER"),
+                         QStringLiteral("ZACCOUNT1 INTEGER"),
+                         L.noteAccount + QStringLiteral(" INTEGER"),
+                         L.folderAccount + QStringLiteral(" INTEGER"),
+                         QStringLiteral("ZOWNER INTEGER"),
+                         QStringLiteral("ZFOLDERTYPE INTEGER"),
+                         QStringLiteral("ZNAME VARCHAR"),
+                         QStringLiteral("ZACCOUNTTYPE INTEGER"),
+                         QStringLiteral("ZTYPEUTI VARCHAR"),
+                         QStringLiteral("ZTYPEUTI1 VARCHAR"),
+                         QStringLiteral("ZALTTEXT VARCHAR"),
+                         QStringLiteral("ZNOTE INTEGER"),
+                         QStringLiteral("ZMEDIA INTEGER"),
+                         QStringLiteral("ZPARENTATTACHMENT INTEGER"),
+                         QStringLiteral("ZORIENTATION INTEGER"),
+                         QStringLiteral("ZURLSTRING VARCHAR"),
+                         QStringLiteral("ZMERGEABLEDATA1 BLOB"),
+                         QStringLiteral("ZFILENAME VARCHAR"),
+                         QStringLiteral("ZATTACHMENT INTEGER"),
+                         QStringLiteral("ZWIDTH INTEGER"),
+                         QStringLiteral("ZHEIGHT INTEGER")};
   if (!L.joinTable)
     columns << QStringLiteral("ZFOLDER INTEGER");
   QStringList sql;
-  sql << QStringLiteral("CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER)")
-      << QStringLiteral("CREATE TABLE ZICCLOUDSYNCINGOBJECT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, %1)")
+  sql << QStringLiteral(
+             "CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER)")
+      << QStringLiteral(
+             "CREATE TABLE ZICCLOUDSYNCINGOBJECT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, %1)")
              .arg(columns.join(QStringLiteral(", ")))
-      << QStringLiteral("CREATE TABLE ZICNOTEDATA (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, %1ZDATA BLOB, "
-                        "ZCRYPTOINITIALIZATIONVECTOR BLOB, ZCRYPTOTAG BLOB)")
+      << QStringLiteral(
+             "CREATE TABLE ZICNOTEDATA (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, %1ZDATA BLOB, "
+             "ZCRYPTOINITIALIZATIONVECTOR BLOB, ZCRYPTOTAG BLOB)")
              .arg(L.bodyBackLink ? QStringLiteral("ZNOTE INTEGER, ") : QString());
   if (L.joinTable)
-    sql << QStringLiteral("CREATE TABLE Z_11NOTES (Z_11FOLDERS INTEGER, Z_8NOTES INTEGER, PRIMARY KEY (Z_11FOLDERS, Z_8NOTES))");
+    sql << QStringLiteral(
+        "CREATE TABLE Z_11NOTES (Z_11FOLDERS INTEGER, Z_8NOTES INTEGER, PRIMARY KEY (Z_11FOLDERS, Z_8NOTES))");
   sql << QStringLiteral("BEGIN");
   for (auto it = L.ent.constBegin(); it != L.ent.constEnd(); ++it)
     sql << QStringLiteral("INSERT INTO Z_PRIMARYKEY VALUES (%1, %2, 0, 0)").arg(it.value()).arg(q(it.key()));
@@ -518,8 +557,9 @@ bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wa
       if (a.rowMissing)
         continue;
       if (a.inlineText) {
-        sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTYPEUTI1, ZALTTEXT, ZNOTE) "
-                              "VALUES (%1, %2, %3, %4, %5, %6)")
+        sql << QStringLiteral(
+                   "INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTYPEUTI1, ZALTTEXT, ZNOTE) "
+                   "VALUES (%1, %2, %3, %4, %5, %6)")
                    .arg(++pk)
                    .arg(ent("ICInlineAttachment"))
                    .arg(q(a.identifier), q(a.uti), q(a.title))
@@ -626,21 +666,26 @@ QList<QPair<const LegacyNote*, const LegacyAttachment*>> legacyAttachmentRows(co
 
 bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
   QStringList sql;
-  sql << QStringLiteral("CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER)")
+  sql << QStringLiteral(
+             "CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER)")
       << QStringLiteral("CREATE TABLE ZACCOUNT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZTYPE INTEGER, "
                         "ZDEFAULTSTORE INTEGER, ZNAME VARCHAR, ZACCOUNTIDENTIFIER VARCHAR)")
-      << QStringLiteral("CREATE TABLE ZSTORE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZACCOUNT INTEGER, "
-                        "ZNAME VARCHAR)")
-      << QStringLiteral("CREATE TABLE ZNOTE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZDELETEDFLAG INTEGER, "
-                        "ZINTEGERID INTEGER, ZBODY INTEGER, ZSTORE INTEGER, ZCREATIONDATE TIMESTAMP, "
-                        "ZMODIFICATIONDATE TIMESTAMP, ZTITLE VARCHAR, ZSUMMARY VARCHAR, ZGUID VARCHAR)")
-      << QStringLiteral("CREATE TABLE ZNOTEBODY (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZOWNER INTEGER, "
-                        "ZCONTENT VARCHAR)")
+      << QStringLiteral(
+             "CREATE TABLE ZSTORE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZACCOUNT INTEGER, "
+             "ZNAME VARCHAR)")
+      << QStringLiteral(
+             "CREATE TABLE ZNOTE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZDELETEDFLAG INTEGER, "
+             "ZINTEGERID INTEGER, ZBODY INTEGER, ZSTORE INTEGER, ZCREATIONDATE TIMESTAMP, "
+             "ZMODIFICATIONDATE TIMESTAMP, ZTITLE VARCHAR, ZSUMMARY VARCHAR, ZGUID VARCHAR)")
+      << QStringLiteral(
+             "CREATE TABLE ZNOTEBODY (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZOWNER INTEGER, "
+             "ZCONTENT VARCHAR)")
       << QStringLiteral("CREATE TABLE ZNOTEATTACHMENT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, "
                         "ZNOTE INTEGER, ZCONTENTID VARCHAR, ZFILENAME VARCHAR, ZMIMETYPE VARCHAR)")
       << QStringLiteral("BEGIN")
-      << QStringLiteral("INSERT INTO Z_PRIMARYKEY VALUES (1, 'Account', 0, 2), (3, 'Note', 0, 0), (4, 'NoteBody', 0, 0), "
-                        "(7, 'Store', 0, 2)")
+      << QStringLiteral(
+             "INSERT INTO Z_PRIMARYKEY VALUES (1, 'Account', 0, 2), (3, 'Note', 0, 0), (4, 'NoteBody', 0, 0), "
+             "(7, 'Store', 0, 2)")
       << QStringLiteral("INSERT INTO ZACCOUNT VALUES (1, 1, 1, 1, 1, 'iCloud', 'icloud-account'), "
                         "(2, 1, 1, 0, 2, 'On My iPhone', 'local-account')")
       << QStringLiteral("INSERT INTO ZSTORE VALUES (1, 7, 1, 1, 'Notes'), (2, 7, 1, 2, 'Notes')");
@@ -669,9 +714,11 @@ bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* e
 
 bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
   QStringList sql;
-  sql << QStringLiteral("CREATE TABLE Note (creation_date INTEGER, modification_date INTEGER, title TEXT, summary TEXT, "
-                        "contains_cjk INTEGER)")
-      << QStringLiteral("CREATE TABLE note_bodies (note_id INTEGER, data, UNIQUE (note_id))") << QStringLiteral("BEGIN");
+  sql << QStringLiteral(
+             "CREATE TABLE Note (creation_date INTEGER, modification_date INTEGER, title TEXT, summary TEXT, "
+             "contains_cjk INTEGER)")
+      << QStringLiteral("CREATE TABLE note_bodies (note_id INTEGER, data, UNIQUE (note_id))")
+      << QStringLiteral("BEGIN");
   int rowid = 0;
   for (const LegacyNote& n : notes) {
     ++rowid;
@@ -701,8 +748,8 @@ QList<StoredFile> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<
       if (row.second->data.isEmpty())
         continue;
       const QString name = QString::fromLatin1(QUrl::toPercentEncoding(row.second->fileName));
-      files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Notes/attachments/p%1/%2").arg(attPk).arg(name),
-                    row.second->data);
+      files << file(QStringLiteral("HomeDomain"),
+                    QStringLiteral("Library/Notes/attachments/p%1/%2").arg(attPk).arg(name), row.second->data);
     }
   }
   if (!dbNotes.isEmpty()) {
@@ -740,8 +787,8 @@ QList<StoredFile> sampleNoteFiles() {
     ModernAttachment table;
     table.identifier = QStringLiteral("9E8D7C6B-5A49-4382-9170-6F5E4D3C2B03");
     table.uti = QStringLiteral("com.apple.notes.table");
-    table.mergeable = tableBlob({{QStringLiteral("Hotel"), QStringLiteral("420")},
-                                 {QStringLiteral("Train"), QStringLiteral("95")}});
+    table.mergeable =
+        tableBlob({{QStringLiteral("Hotel"), QStringLiteral("420")}, {QStringLiteral("Train"), QStringLiteral("95")}});
     n.attachments << table;
     n.modified = 721000000;
     modern << n;
@@ -790,8 +837,9 @@ QList<StoredFile> sampleNoteFiles() {
     LegacyNote n;
     n.guid = QStringLiteral("legacy-0001");
     n.title = QStringLiteral("Garden");
-    n.html = QStringLiteral("<div>Garden</div><div>Tomatoes by the wall</div>"
-                            "<object type=\"image/jpeg\" data=\"cid:GardenPhoto@local\"></object><div>Water daily</div>");
+    n.html =
+        QStringLiteral("<div>Garden</div><div>Tomatoes by the wall</div>"
+                       "<object type=\"image/jpeg\" data=\"cid:GardenPhoto@local\"></object><div>Water daily</div>");
     n.icloud = true;
     LegacyAttachment a;
     a.contentId = QStringLiteral("GardenPhoto@local");
