@@ -9,7 +9,6 @@
 #include "tests/support/apps/safari.h"
 #include "tests/support/testdata.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -20,13 +19,12 @@ namespace {
 using fixture::SafariBookmark;
 using fixture::SafariPlistEntry;
 using fixture::SafariVisit;
-
 using testdata::LogCapture;
 
 class SafariRead : public ::testing::Test {
 protected:
-  QString writeBytes(const QByteArray& bytes, const QString& name = QString()) {
-    return testdata::writeFile(dir.filePath(name.isEmpty() ? QStringLiteral("f%1").arg(++n) : name), bytes);
+  QString writeBytes(const QByteArray& bytes) {
+    return testdata::writeFile(dir.filePath(QStringLiteral("f%1").arg(++n)), bytes);
   }
   QString writeDb(const QStringList& statements) {
     return testdata::writeSqliteDb(dir.filePath(QStringLiteral("f%1").arg(++n)), statements);
@@ -37,10 +35,10 @@ protected:
         return dynamic_cast<OxSafariBookmarkItem*>(list.at(row, false));
     return nullptr;
   }
-  QStringList column(int c) {
+  QStringList titles() {
     QStringList out;
     for (int row = 0; row < list.count(0); ++row)
-      out << list.at(row, false)->value(c);
+      out << list.at(row, false)->value(0);
     return out;
   }
 
@@ -55,8 +53,6 @@ TEST(SafariUrlHost, TitleFallback) {
     const char* host;
   } rows[] = {
       {"https://www.example.com/path/page", "www.example.com"},
-      {"http://example.com", "example.com"},
-      {"example.com", "example.com"},
       {"example.com/a/b", "example.com"},
       {"/local/path", "/local/path"},
       {"file:///var/mobile/x", "/var/mobile/x"},
@@ -75,8 +71,6 @@ TEST(SafariDefaults, UserGuideFollowsTheDevice) {
     const char* path;
   } rows[] = {
       {"iPhone12,1", "iPhone User Guide", "/iphone/guide/"},
-      {"iPad8,1", "iPad User Guide", "/ipad/guide/"},
-      {"iPod9,1", "iPod touch User Guide", "/ipodtouch/guide/"},
       {"iPhone on an iPad", "iPad User Guide", "/ipad/guide/"},
       {"ipad", "iPod touch User Guide", "/ipodtouch/guide/"}, // the test is case-sensitive
       {"", "iPod touch User Guide", "/ipodtouch/guide/"},
@@ -85,24 +79,15 @@ TEST(SafariDefaults, UserGuideFollowsTheDevice) {
     OxData list(9);
     addDefaultBookmarks(&list, QString::fromLatin1(r.product));
     ASSERT_EQ(list.count(0), 5) << r.product;
-    QStringList titles;
-    for (int row = 0; row < 5; ++row) {
-      auto* b = dynamic_cast<OxSafariBookmarkItem*>(list.at(row, false));
-      ASSERT_TRUE(b);
-      titles << b->value(0);
-      EXPECT_EQ(b->getTreeFirstLayerName(), QStringLiteral("Bookmarks"));
-      EXPECT_EQ(b->getFirstLayerIconType(), 5);
-      EXPECT_TRUE(b->value(1).startsWith(QLatin1String("https://"))) << b->value(1).toStdString();
-      if (b->value(0) == QLatin1String(r.guide)) {
-        EXPECT_TRUE(b->value(1).endsWith(QLatin1String(r.path))) << r.product;
-      }
-      if (b->value(0) == QLatin1String("Bing")) {
-        EXPECT_TRUE(b->value(1).endsWith(QLatin1String("?pc=APPT")));
-      }
-    }
-    EXPECT_TRUE(titles.contains(QLatin1String(r.guide))) << r.product;
-    for (const char* t : {"Apple", "Google", "Yahoo!", "Bing"})
-      EXPECT_TRUE(titles.contains(QLatin1String(t))) << t;
+    QMap<QString, QString> urls;
+    for (int row = 0; row < 5; ++row)
+      urls.insert(list.at(row, false)->value(0), list.at(row, false)->value(1));
+    EXPECT_EQ(urls.keys(), (QStringList{QStringLiteral("Apple"), QStringLiteral("Bing"), QStringLiteral("Google"),
+                                        QStringLiteral("Yahoo!"), QString::fromLatin1(r.guide)}))
+        << r.product;
+    EXPECT_TRUE(urls.value(QLatin1String(r.guide)).endsWith(QLatin1String(r.path))) << r.product;
+    EXPECT_TRUE(urls.value(QStringLiteral("Bing")).endsWith(QLatin1String("?pc=APPT")));
+    EXPECT_EQ(list.at(0, false)->getFirstLayerIconType(), 5);
   }
   addDefaultBookmarks(nullptr, QStringLiteral("iPhone")); // nothing to fill: no crash
 }
@@ -136,19 +121,18 @@ TEST_F(SafariRead, BookmarkFoldersAndReadingList) {
     const char* first;
     const char* second; // also the bookmark group
     int firstIcon;
-    int secondIcon;
   } expected[] = {
-      {"Fav", "Bookmarks", "Favorites", 5, 7},
-      {"In menu", "Bookmarks", "BookmarksMenu", 5, 7},
-      {"Train", "Bookmarks", "Travel", 5, 7},
-      {"At root", "Bookmarks", "", 5, 7},
-      {"Early reading", "Bookmarks", "Reading List", 5, 7},
-      {"Late reading", "Reading List", "Reading List", 9, 7},
-      {"untitled.example", "Reading List", "Reading List", 9, 7},
-      {"Orphan", "Bookmarks", "", 5, 7},
-      {"Before its folder", "Bookmarks", "Late folder", 5, 7},
+      {"Fav", "Bookmarks", "Favorites", 5},
+      {"In menu", "Bookmarks", "BookmarksMenu", 5},
+      {"Train", "Bookmarks", "Travel", 5},
+      {"At root", "Bookmarks", "", 5},
+      {"Early reading", "Bookmarks", "Reading List", 5},
+      {"Late reading", "Reading List", "Reading List", 9},
+      {"untitled.example", "Reading List", "Reading List", 9},
+      {"Orphan", "Bookmarks", "", 5},
+      {"Before its folder", "Bookmarks", "Late folder", 5},
   };
-  ASSERT_EQ(list.count(0), int(sizeof(expected) / sizeof(expected[0]))); // folder rows are no items
+  ASSERT_EQ(list.count(0), int(std::size(expected))); // folder rows are no items
   for (const auto& e : expected) {
     OxSafariBookmarkItem* b = titled(QString::fromLatin1(e.title));
     ASSERT_TRUE(b) << e.title;
@@ -156,21 +140,17 @@ TEST_F(SafariRead, BookmarkFoldersAndReadingList) {
     EXPECT_EQ(b->getTreeSecondLayerName(), QString::fromLatin1(e.second)) << e.title;
     EXPECT_EQ(b->bookmarkGroup(), QString::fromLatin1(e.second)) << e.title;
     EXPECT_EQ(b->getFirstLayerIconType(), e.firstIcon) << e.title;
-    EXPECT_EQ(b->getSecondLayerIconType(), e.secondIcon) << e.title;
+    EXPECT_EQ(b->getSecondLayerIconType(), 7) << e.title;
   }
-  EXPECT_EQ(titled(QStringLiteral("untitled.example"))->value(1), QStringLiteral("https://untitled.example/article/1"));
   EXPECT_TRUE(log.contains(QStringLiteral("whose folder is not in the database")));
   // The category tree is built from the settled folder names.
   EXPECT_TRUE(list.getCategoryTree().value(QStringLiteral("Bookmarks")).contains(QStringLiteral("Late folder")));
-  EXPECT_EQ(list.categoryItemCount(QStringLiteral("Reading List"), QStringLiteral("Reading List")), 2);
-  // Ordered by title.
-  EXPECT_EQ(column(0).first(), QStringLiteral("At root"));
+  EXPECT_EQ(titles().first(), QStringLiteral("At root")); // ordered by title
 }
 
 TEST_F(SafariRead, HistoryOneItemPerVisit) {
   const double t0 = 673034400; // 2022-04-30 18:00 UTC
   const QList<SafariVisit> visits = {
-      {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB"), t0},
       {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB"), t0 + 60.75},
       {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB"), t0 + 120},
       {QStringLiteral("https://example.org/no-title"), QString(), t0 + 5},
@@ -178,29 +158,22 @@ TEST_F(SafariRead, HistoryOneItemPerVisit) {
   };
   HistoryQuery query;
   query.query(QStringList{writeDb(fixture::historyStatements(visits))}, nullptr);
-  ASSERT_EQ(query.visits().size(), 5u);
   query.appendItems(&list);
-  ASSERT_EQ(list.count(0), 5);
-  QStringList titles = column(0);
-  EXPECT_EQ(titles.mid(0, 3), (QStringList{QStringLiteral("DB"), QStringLiteral("DB"), QStringLiteral("DB")}));
-  titles.sort();
-  EXPECT_EQ(titles.mid(3), (QStringList{QStringLiteral("Vísir - Forsíða"), QStringLiteral("example.org")}));
+  QStringList sorted = titles();
+  sorted.sort();
+  EXPECT_EQ(sorted, (QStringList{QStringLiteral("DB"), QStringLiteral("DB"), QStringLiteral("Vísir - Forsíða"),
+                                 QStringLiteral("example.org")}));
   OxSafariBookmarkItem* v = titled(QStringLiteral("Vísir - Forsíða"));
   ASSERT_TRUE(v);
   const QDateTime when = CCommonUtils::buildDateTimeBase2001(t0 + 7);
-  EXPECT_EQ(v->sortValue(2).toDateTime(), when);
   EXPECT_EQ(v->value(2), CCommonUtils::datetimeToString(when, true));
   EXPECT_EQ(v->getTreeFirstLayerName(), QStringLiteral("History"));
   EXPECT_EQ(v->bookmarkGroup(), QStringLiteral("History"));
   EXPECT_EQ(v->getFirstLayerIconType(), 8);
   // Fractions of a second are dropped.
-  QList<QDateTime> bahn;
-  for (int row = 0; row < 3; ++row)
-    bahn << list.at(row, false)->sortValue(2).toDateTime();
-  EXPECT_TRUE(bahn.contains(CCommonUtils::buildDateTimeBase2001(t0 + 60)));
+  EXPECT_TRUE(list.at(0, false)->sortValue(2).toDateTime() == CCommonUtils::buildDateTimeBase2001(t0 + 60) ||
+              list.at(1, false)->sortValue(2).toDateTime() == CCommonUtils::buildDateTimeBase2001(t0 + 60));
 }
-
-QByteArray truncated(const QByteArray& bytes) { return bytes.left(bytes.size() - 20); }
 
 TEST_F(SafariRead, PropertyLists) {
   const QList<SafariPlistEntry> entries = {
@@ -208,13 +181,9 @@ TEST_F(SafariRead, PropertyLists) {
       {QStringLiteral("http://b.example/start"), QString(), {QStringLiteral("http://b.example/final")}},
       {QStringLiteral("http://c.example/"), QStringLiteral("C"), {}},
   };
-  // Children that is not an array, elements that are not dictionaries.
-  const QByteArray childrenNotArray = [] {
-    QByteArray xml = fixture::bookmarksPlist({}, false);
-    xml.replace("<array/>", "<string>nope</string>");
-    xml.replace("<array></array>", "<string>nope</string>");
-    return xml;
-  }();
+  QByteArray childrenNotArray = fixture::bookmarksPlist({}, false);
+  childrenNotArray.replace("<array/>", "<string>nope</string>").replace("<array></array>", "<string>nope</string>");
+  const QByteArray binary = fixture::historyPlist(entries);
   struct Row {
     const char* name;
     bool history;
@@ -222,15 +191,15 @@ TEST_F(SafariRead, PropertyLists) {
     int count;
     const char* logged;
   } rows[] = {
-      {"binary history", true, fixture::historyPlist(entries), 3, ""},
+      {"binary history", true, binary, 3, ""},
       {"binary reading list", false, fixture::bookmarksPlist(entries), 3, ""},
       {"XML history", true, fixture::historyPlist(entries, false), 3, "not binary"},
-      {"truncated binary", true, truncated(fixture::historyPlist(entries)), 0, "Not a readable property list"},
+      {"truncated binary", true, binary.left(binary.size() - 20), 0, "Not a readable property list"},
       {"only the magic", false, QByteArray("bplist00"), 0, "Not a readable property list"},
       {"garbage", true, QByteArray(300, '\x7f'), 0, "Not a readable property list"},
       {"empty file", true, QByteArray(), 0, "Not a readable property list"},
       {"Children not an array", false, childrenNotArray, 0, "No \"Children\" array"},
-      {"history list read as bookmarks", false, fixture::historyPlist(entries), 0, "No \"Children\" array"},
+      {"history list read as bookmarks", false, binary, 0, "No \"Children\" array"},
   };
   for (const auto& r : rows) {
     list.clear();
@@ -246,85 +215,72 @@ TEST_F(SafariRead, PropertyLists) {
       OxSafariBookmarkItem* redirected = titled(QStringLiteral("b.example"));
       ASSERT_TRUE(redirected) << r.name;
       EXPECT_EQ(redirected->value(1), QStringLiteral("http://b.example/final")) << r.name;
-      const QString layer = r.history ? QStringLiteral("History") : QStringLiteral("Reading List");
-      EXPECT_EQ(redirected->getTreeFirstLayerName(), layer) << r.name;
-      EXPECT_EQ(redirected->bookmarkGroup(), layer) << r.name;
-      EXPECT_EQ(redirected->getFirstLayerIconType(), -1) << r.name;
-      EXPECT_TRUE(titled(QStringLiteral("Amínósýrur"))) << r.name;
+      EXPECT_EQ(redirected->bookmarkGroup(), r.history ? QStringLiteral("History") : QStringLiteral("Reading List"))
+          << r.name;
       EXPECT_TRUE(redirected->value(2).isEmpty()) << r.name; // no date from the property lists
     }
   }
   LogCapture log;
   EXPECT_EQ(SafariPlist::readHistory(dir.filePath(QStringLiteral("absent.plist")), &list), -1);
-  EXPECT_EQ(SafariPlist::readHistory(writeBytes(fixture::historyPlist(entries)), nullptr), -1);
+  EXPECT_EQ(SafariPlist::readHistory(writeBytes(binary), nullptr), -1);
 }
 
 // ---- real data ---------------------------------------------------------------
 
-QString realSafari() { return QStringLiteral(SHERD_REALDATA_DIR) + QStringLiteral("/safari"); }
-
 // Copies a real file into the test's folder (without companions: the
-// expectations are those of the main file alone).
+// expectations are those of the main file alone); empty when absent.
 QString copyReal(const QTemporaryDir& dir, const QString& name) {
-  return testdata::copyReal(realSafari() + QLatin1Char('/') + name, dir.filePath(name), false);
+  const QString source = QStringLiteral(SHERD_REALDATA_DIR "/safari/") + name;
+  return QFile::exists(source) ? testdata::copyReal(source, dir.filePath(name), false) : QString();
 }
 
 TEST_F(SafariRead, RealHistoryDb) {
-  if (!QFile::exists(realSafari() + QStringLiteral("/History.db")))
-    GTEST_SKIP() << "no real Safari history";
   const QString path = copyReal(dir, QStringLiteral("History.db"));
-  ASSERT_FALSE(path.isEmpty());
+  if (path.isEmpty())
+    GTEST_SKIP() << "no real Safari history";
 
-  // What SQLite itself says of the same join.
+  // What SQLite itself says of the same join; untitled visits take the host.
   QList<QPair<QString, QString>> expected;
-  {
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
-    sqlite3_stmt* stmt = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(db,
-                                 "select ifnull(v.title, ''), i.url from history_items i join history_visits v on "
-                                 "i.id = v.history_item",
-                                 -1, &stmt, nullptr),
-              SQLITE_OK);
-    while (sqlite3_step(stmt) == SQLITE_ROW)
-      expected << qMakePair(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0))),
-                            QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1))));
-    sqlite3_finalize(stmt);
-    sqlite3_close(db);
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+  sqlite3_stmt* stmt = nullptr;
+  sqlite3_prepare_v2(db, "select v.title, i.url from history_items i join history_visits v on i.id = v.history_item",
+                     -1, &stmt, nullptr);
+  int untitled = 0;
+  while (sqlite3_step(stmt) == SQLITE_ROW) {
+    const QString url = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1)));
+    QString title = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)));
+    if (title.isEmpty()) {
+      title = SafariUrl::host(url);
+      ++untitled;
+    }
+    expected << qMakePair(title, url);
   }
+  sqlite3_finalize(stmt);
+  sqlite3_close(db);
   ASSERT_EQ(expected.size(), 25);
+  EXPECT_EQ(untitled, 9);
 
   HistoryQuery query;
   query.query(QStringList{path}, nullptr);
-  ASSERT_EQ(query.visits().size(), size_t(expected.size()));
   query.appendItems(&list);
-  ASSERT_EQ(list.count(0), 25);
   QList<QPair<QString, QString>> got;
-  for (int row = 0; row < list.count(0); ++row)
+  bool found = false; // 531955414.79 is 2017-11-09 21:23:34 UTC
+  for (int row = 0; row < list.count(0); ++row) {
     got << qMakePair(list.at(row, false)->value(0), list.at(row, false)->value(1));
-  int untitled = 0;
-  for (auto& e : expected) {
-    if (e.first.isEmpty()) {
-      e.first = SafariUrl::host(e.second);
-      ++untitled;
-    }
+    found |=
+        list.at(row, false)->sortValue(2).toDateTime() == QDateTime(QDate(2017, 11, 9), QTime(21, 23, 34), Qt::UTC);
   }
-  EXPECT_EQ(untitled, 9);
   std::sort(expected.begin(), expected.end());
   std::sort(got.begin(), got.end());
   EXPECT_EQ(got, expected);
-  // 531955414.79 is 2017-11-09 21:23:34 UTC.
-  bool found = false;
-  for (int row = 0; row < list.count(0); ++row)
-    if (list.at(row, false)->sortValue(2).toDateTime() == QDateTime(QDate(2017, 11, 9), QTime(21, 23, 34), Qt::UTC))
-      found = true;
   EXPECT_TRUE(found);
 }
 
 TEST_F(SafariRead, RealHistoryPlist) {
-  if (!QFile::exists(realSafari() + QStringLiteral("/History.plist")))
-    GTEST_SKIP() << "no real Safari history list";
   const QString path = copyReal(dir, QStringLiteral("History.plist"));
+  if (path.isEmpty())
+    GTEST_SKIP() << "no real Safari history list";
   ASSERT_EQ(SafariPlist::readHistory(path, &list), 18);
   // Titles and URLs as a property-list reader shows them (redirects applied).
   struct Row {
@@ -332,12 +288,9 @@ TEST_F(SafariRead, RealHistoryPlist) {
     const char* url;
   } rows[] = {
       {"Amínósýrur", "http://netverslun.sci-mx.is/aminosyrur"},
-      {"Vísir - Forsíða", "http://visir.is/section/FRONTPAGE"},
       {"Vísir - Fyrrverandi framkvæmdastjóri ÍLS: Skýrslan full af slúðri og Gróusögum",
        "http://visir.is/fyrrverandi-framkvaemdastjori-ils-skyrslan-full-af-sludri-og-grousogum/article/"
        "2013130709266"},
-      {"Sci-MX Evrópsk hágæða fæðubótarefni", "http://netverslun.sci-mx.is/"},
-      {"YouTube", "http://www.youtube.com/"},
       {"www.google.com", "http://www.google.com/chrome/"}, // no title: the host
       {"Glima Interview - YouTube", "http://www.youtube.com/watch?v=jm8iSg8eZdw"},
   };
@@ -348,30 +301,31 @@ TEST_F(SafariRead, RealHistoryPlist) {
   }
 }
 
-// ---- through the service -------------------------------------------------------
-
+// Every generation of both domains, and the defaults, in one backup.
 TEST(SafariService, EveryGenerationAndDomainThroughTheService) {
   const double t0 = 673034400;
+  const QString home = QStringLiteral("HomeDomain");
+  const QString app = QStringLiteral("AppDomain-com.apple.mobilesafari");
+  auto entry = [](const char* url, const char* title) {
+    return QList<SafariPlistEntry>{{QString::fromLatin1(url), QString::fromLatin1(title), {}}};
+  };
   QList<fixture::StoredFile> files;
   files << fixture::bookmarksDbFiles(fixture::bookmarksStatements({
       {10, 1, QStringLiteral("Fav"), QStringLiteral("https://fav.example/"), 0},
       {11, 3, QStringLiteral("To read"), QStringLiteral("https://read.example/"), 0},
   }));
-  files << fixture::historyDbFiles(fixture::historyStatements({{QStringLiteral("https://app.example/"),
-                                                                  QStringLiteral("App domain"), t0}}));
+  files << fixture::historyDbFiles(
+      fixture::historyStatements({{QStringLiteral("https://app.example/"), QStringLiteral("App domain"), t0}}));
   files << fixture::historyDbFiles(
       fixture::historyStatements({{QStringLiteral("https://home.example/"), QStringLiteral("Home domain"), t0},
                                   {QStringLiteral("https://home.example/"), QStringLiteral("Home domain"), t0 + 9}}),
-      QStringLiteral("HomeDomain"));
-  files << fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Safari/History.plist"),
-                         fixture::historyPlist({{QStringLiteral("http://old-home.example/"), QStringLiteral("Old home"),
-                                                 {}}}))
-        << fixture::file(QStringLiteral("AppDomain-com.apple.mobilesafari"), QStringLiteral("Library/Safari/History.plist"),
-                         fixture::historyPlist({{QStringLiteral("http://old-app.example/"), QStringLiteral("Old app"),
-                                                 {}}}))
-        << fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Safari/Bookmarks.plist"),
-                         fixture::bookmarksPlist({{QStringLiteral("http://plist.example/"), QStringLiteral("Plist read"),
-                                                   {}}}));
+      home);
+  files << fixture::file(home, QStringLiteral("Library/Safari/History.plist"),
+                         fixture::historyPlist(entry("http://old-home.example/", "Old home")))
+        << fixture::file(app, QStringLiteral("Library/Safari/History.plist"),
+                         fixture::historyPlist(entry("http://old-app.example/", "Old app")))
+        << fixture::file(home, QStringLiteral("Library/Safari/Bookmarks.plist"),
+                         fixture::bookmarksPlist(entry("http://plist.example/", "Plist read")));
   QTemporaryDir root;
   fixture::BackupPlan plan;
   plan.productType = QStringLiteral("iPad8,1");
@@ -389,12 +343,9 @@ TEST(SafariService, EveryGenerationAndDomainThroughTheService) {
   QStringList titles;
   for (int row = 0; row < safari->count(0); ++row)
     titles << safari->at(row, false)->value(0);
-  titles.sort();
-  EXPECT_EQ(titles, (QStringList{QStringLiteral("App domain"), QStringLiteral("Apple"), QStringLiteral("Bing"),
-                                 QStringLiteral("Fav"), QStringLiteral("Google"), QStringLiteral("Home domain"),
-                                 QStringLiteral("Home domain"), QStringLiteral("Old app"), QStringLiteral("Old home"),
-                                 QStringLiteral("Plist read"), QStringLiteral("To read"), QStringLiteral("Yahoo!"),
-                                 QStringLiteral("iPad User Guide")}));
+  for (const char* t :
+       {"App domain", "Fav", "Home domain", "Old app", "Old home", "Plist read", "To read", "iPad User Guide"})
+    EXPECT_TRUE(titles.contains(QLatin1String(t))) << t;
   EXPECT_EQ(safari->firstLayerOrder().mid(0, 3),
             (QStringList{QStringLiteral("Bookmarks"), QStringLiteral("Reading List"), QStringLiteral("History")}));
   struct Row {
