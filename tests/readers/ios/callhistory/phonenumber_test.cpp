@@ -45,9 +45,7 @@ TEST(PhoneNumber, SameLine) {
   for (const SameLineCase& c : kSameLine) {
     const CPhoneNumber a(QString::fromUtf8(c.a));
     const CPhoneNumber b(QString::fromUtf8(c.b), QString::fromLatin1(c.defaultCountry));
-    EXPECT_EQ(a.sameLine(b), c.same) << c.what << ": " << a.callingCode().toStdString() << "/"
-                                     << a.national().toStdString() << " vs " << b.callingCode().toStdString() << "/"
-                                     << b.national().toStdString();
+    EXPECT_EQ(a.sameLine(b), c.same) << c.what;
     EXPECT_EQ(b.sameLine(a), c.same) << c.what << " (swapped)";
     if (c.same) {
       EXPECT_EQ(a.matchKey(), b.matchKey()) << c.what;
@@ -55,34 +53,18 @@ TEST(PhoneNumber, SameLine) {
   }
 }
 
-TEST(PhoneNumber, TableOfCallingCodes) {
-  QSet<QString> isos;
+// A number's calling code is found by its longest known prefix, which is only
+// sound when no code begins another one.
+TEST(PhoneNumber, NoCallingCodeBeginsAnother) {
   QSet<QString> codes;
   for (const CountryCallingCode& c : CPhoneNumber::countries()) {
-    const QString iso = QString::fromLatin1(c.iso);
     const QString code = QString::fromLatin1(c.code);
-    EXPECT_EQ(iso.size(), 2) << c.iso;
-    EXPECT_EQ(iso, iso.toLower()) << c.iso;
-    EXPECT_FALSE(isos.contains(iso)) << "twice: " << c.iso;
-    isos.insert(iso);
-    ASSERT_TRUE(code.startsWith(QLatin1Char('+'))) << c.iso;
-    bool digits = false;
-    code.mid(1).toInt(&digits);
-    EXPECT_TRUE(digits && code.size() >= 2 && code.size() <= 4) << c.iso << " " << c.code;
+    EXPECT_TRUE(code.startsWith(QLatin1Char('+')) && code.size() <= 4) << c.iso;
     codes.insert(code.mid(1));
   }
-  // A number's calling code is found by its longest known prefix, which is
-  // only sound when no code begins another one.
   for (const QString& a : codes)
     for (const QString& b : codes)
       EXPECT_FALSE(a != b && b.startsWith(a)) << a.toStdString() << " begins " << b.toStdString();
-
-  EXPECT_EQ(CPhoneNumber::callingCodeOfCountry(QStringLiteral("US")), QStringLiteral("1"));
-  EXPECT_EQ(CPhoneNumber::callingCodeOfCountry(QStringLiteral("ao")), QStringLiteral("244"));
-  EXPECT_EQ(CPhoneNumber::callingCodeOfCountry(QStringLiteral("zz")), QString());
-  EXPECT_EQ(CPhoneNumber::countryNameOfCallingCode(QStringLiteral("93")), QStringLiteral("Afghanistan"));
-  EXPECT_EQ(CPhoneNumber::countryNameOfCallingCode(QStringLiteral("1")), QString()); // shared by many
-  EXPECT_EQ(CPhoneNumber::countryNameOfCallingCode(QString()), QString());
 }
 
 // ---- the host's contact map ----
@@ -104,12 +86,6 @@ QString walkLookup(const QMap<QString, QString>& map, const QString& text) {
   return QString();
 }
 
-struct LookupCase {
-  const char* what;
-  const char* number;
-  const char* name; // empty: no match
-};
-
 TEST(ContactNameIndex, FirstMatchInKeyOrder) {
   const QMap<QString, QString> map{
       {QStringLiteral("+1 919-888-7386"), QStringLiteral("Bea")},
@@ -119,7 +95,11 @@ TEST(ContactNameIndex, FirstMatchInKeyOrder) {
       {QStringLiteral("anna@example.com"), QStringLiteral("Anna")},
       {QStringLiteral("x@example.com"), QStringLiteral("Ex")},
   };
-  const LookupCase cases[] = {
+  struct Case {
+    const char* what;
+    const char* number;
+    const char* name; // empty: no match
+  } cases[] = {
       {"spaces and hyphens removed on both sides", "919 888-7386", "Bea"},
       {"local number ends the key", "8887386", "Bea"},
       {"key ends the number", "+44 20 7183 8750", ""}, // "+442071838750" does not end with "02071838750"
@@ -133,7 +113,7 @@ TEST(ContactNameIndex, FirstMatchInKeyOrder) {
       {"blank", "   ", ""},
   };
   const CContactNameIndex index(map);
-  for (const LookupCase& c : cases) {
+  for (const Case& c : cases) {
     const QString number = QString::fromUtf8(c.number);
     EXPECT_EQ(index.find(number), QString::fromUtf8(c.name)) << c.what;
     EXPECT_EQ(walkLookup(map, number), QString::fromUtf8(c.name)) << c.what << " (walk)";
