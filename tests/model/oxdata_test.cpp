@@ -15,17 +15,16 @@ OxWhatsappItem* chat(const char* name, qint64 secs, bool deleted = false) {
   OxWhatsappItem* item = OxWhatsappItem::createItem();
   item->setValue(QString::fromLatin1(name), 0);
   item->setSortValue(QDateTime::fromSecsSinceEpoch(secs, Qt::UTC), 6);
-  if (deleted)
-    item->setFlag(true, OxAbstractItem::ItemDeleted);
+  item->setFlag(deleted, OxAbstractItem::ItemDeleted);
   return item;
 }
 
-// A plain item ordered by the text of column 0, with tree layers and an account.
+// A plain item ordered by the text of column 0, with tree layers.
 class TreeItem : public OxAbstractItem {
 public:
-  TreeItem(const QString& text, const QString& first, const QString& second, int icon = 3)
-      : OxAbstractItem(8), m_first(first), m_second(second), m_icon(icon) {
-    setValue(text, 0);
+  TreeItem(const char* text, const char* first = "", const char* second = "", int icon = 3)
+      : OxAbstractItem(8), m_first(QString::fromLatin1(first)), m_second(QString::fromLatin1(second)), m_icon(icon) {
+    setValue(QString::fromLatin1(text), 0);
   }
   QString getTreeFirstLayerName() const override { return m_first; }
   QString getTreeSecondLayerName() const override { return m_second; }
@@ -68,21 +67,13 @@ TEST(OxDataOrder, AppendAndPrependPlaceItemsAsTheDefaultOrderSays) {
     const char* expected;
   } rows[] = {
       {"newest first", {{false, "a", 10, false}, {false, "b", 30, false}, {false, "c", 20, false}}, "b c a"},
-      {"deleted first whatever the date",
-       {{false, "old", 10, false}, {false, "new", 99, false}, {false, "del", 1, true}},
-       "del new old"},
-      {"equal keys keep arrival order",
-       {{false, "a", 5, false}, {false, "b", 5, false}, {false, "c", 5, false}},
-       "a b c"},
+      {"deleted first", {{false, "old", 10, false}, {false, "new", 99, false}, {false, "del", 1, true}}, "del new old"},
       {"prepend goes before its equals",
        {{false, "a", 5, false}, {false, "b", 5, false}, {true, "p", 5, false}},
        "p a b"},
-      {"prepend still sorted among others",
+      {"prepend still sorted",
        {{false, "x", 9, false}, {false, "a", 5, false}, {true, "p", 5, false}, {false, "z", 1, false}},
        "x p a z"},
-      {"deleted ties in arrival order, before existing",
-       {{false, "e", 50, false}, {false, "d1", 7, true}, {false, "d2", 7, true}, {false, "d0", 8, true}},
-       "d0 d1 d2 e"},
   };
   for (const auto& r : rows) {
     OxData data(0);
@@ -95,30 +86,19 @@ TEST(OxDataOrder, AppendAndPrependPlaceItemsAsTheDefaultOrderSays) {
   }
 }
 
-TEST(OxDataOrder, TextKindsAscendLocaleAware) {
-  OxData data(9);
-  for (const char* t : {"delta", "alpha", "charlie", "bravo", "alpha"})
-    data.append(new TreeItem(QString::fromLatin1(t), QString(), QString()));
-  EXPECT_EQ(names(data, false), QStringLiteral("alpha alpha bravo charlie delta"));
-}
-
+// Few distinct dates and some deleted items: many ties, which keep arrival order.
 TEST(OxDataOrder, RandomArrivalMatchesAStableSortOfTheArrivalSequence) {
   std::mt19937 rng(42);
   for (int round = 0; round < 5; ++round) {
     OxData data(0);
-    std::vector<OxWhatsappItem*> arrival;
+    std::vector<OxWhatsappItem*> expected;
     for (int i = 0; i < 3000; ++i) {
-      // Few distinct dates and some deleted items: many ties.
-      OxWhatsappItem* item = chat(QByteArray::number(i).constData(), qint64(rng() % 40), rng() % 5 == 0);
-      arrival.push_back(item);
-      data.append(item);
+      expected.push_back(chat(QByteArray::number(i).constData(), qint64(rng() % 40), rng() % 5 == 0));
+      data.append(expected.back());
     }
-    std::vector<OxWhatsappItem*> expected = arrival;
     std::stable_sort(expected.begin(), expected.end(), [](OxWhatsappItem* a, OxWhatsappItem* b) {
       const bool da = a->flag(OxAbstractItem::ItemDeleted), db = b->flag(OxAbstractItem::ItemDeleted);
-      if (da != db)
-        return da;
-      return b->sortValue(6).toDateTime() < a->sortValue(6).toDateTime();
+      return da != db ? da : b->sortValue(6).toDateTime() < a->sortValue(6).toDateTime();
     });
     ASSERT_EQ(data.count(0), int(expected.size()));
     for (int row = 0; row < int(expected.size()); ++row) {
@@ -137,51 +117,43 @@ TEST(OxDataAccess, OutOfRangeRowsAndForeignItems) {
   EXPECT_EQ(data.at(-1, true), nullptr);
   EXPECT_EQ(data.at(1, true), nullptr);
   EXPECT_EQ(data.at(1, false), nullptr);
-  EXPECT_NE(data.at(0, true), nullptr);
   EXPECT_EQ(data.value(5, 0), QString());
   EXPECT_FALSE(data.sortValue(-1, 6).isValid());
-  EXPECT_EQ(data.value(0, 0), QStringLiteral("a"));
   OxWhatsappItem other;
   EXPECT_EQ(data.rawDataIndexForItem(&other), -1);
   EXPECT_EQ(data.rawDataIndexForItem(nullptr), -1);
 }
 
 TEST(OxDataAccess, ColumnLayoutOfTheItemKind) {
-  OxData chats(3);
-  EXPECT_EQ(chats.dataColumn(), 2);
-  EXPECT_EQ(chats.column(), 2);
-  EXPECT_EQ(chats.columnName(1), QStringLiteral("Date"));
   struct Row {
     int type, dataColumn;
     const char* first;
-  } rows[] = {{7, 5, "Title"}, {8, 11, "Title"}, {9, 3, "Title"}, {10, 6, "Name"}, {11, 0, ""}};
+  } rows[] = {{3, 2, "Content"}, {7, 5, "Title"}, {8, 11, "Title"}, {9, 3, "Title"}, {10, 6, "Name"}, {11, 0, ""}};
   for (const auto& r : rows) {
     OxData empty(r.type);
     EXPECT_EQ(empty.dataColumn(), r.dataColumn) << r.type;
     EXPECT_EQ(empty.columnName(0), QString::fromLatin1(r.first)) << r.type;
   }
   OxData notes(7);
-  notes.append(new TreeItem(QStringLiteral("n"), QStringLiteral("Notes"), QString()));
+  notes.append(new TreeItem("n", "Notes"));
   EXPECT_EQ(notes.dataColumn(), 8); // the first item decides once there is one
 }
 
+// Five items: name, first layer, second layer, deleted, account (column 7).
 struct Fixture {
   OxData data{7};
   Fixture() {
-    // name, first layer, second layer, deleted, account(column 7)
     struct {
-      const char* name;
-      const char* first;
-      const char* second;
+      const char *name, *first, *second;
       bool deleted;
       int account;
-    } rows[] = {
-        {"abc one", "iCloud", "Work", false, 1},   {"xABCx two", "iCloud", "Home", true, 2},
-        {"three", "iCloud", "Work", false, 1},     {"four abc", "On My iPhone", "", false, 2},
-        {"five", "On My iPhone", "", true, 1},
-    };
+    } rows[] = {{"abc one", "iCloud", "Work", false, 1},
+                {"xABCx two", "iCloud", "Home", true, 2},
+                {"three", "iCloud", "Work", false, 1},
+                {"four abc", "On My iPhone", "", false, 2},
+                {"five", "On My iPhone", "", true, 1}};
     for (const auto& r : rows) {
-      auto* item = new TreeItem(QString::fromLatin1(r.name), QString::fromLatin1(r.first), QString::fromLatin1(r.second));
+      auto* item = new TreeItem(r.name, r.first, r.second);
       item->setValue(QString::number(r.account), 7);
       item->setFlag(r.deleted, OxAbstractItem::ItemDeleted);
       data.append(item);
@@ -194,7 +166,7 @@ TEST(OxDataFilter, CombinationsOfTypeAccountCategoryAndText) {
     const char* name;
     int type, account;
     const char *first, *second, *text;
-    const char* expected; // names in view order (deleted first, then ascending text)
+    const char* expected; // view order: deleted first, then ascending text
   } rows[] = {
       {"everything", 0, 0, "", "", "", "five xABCx two abc one four abc three"},
       {"deleted only", 2, 0, "", "", "", "five xABCx two"},
@@ -205,7 +177,6 @@ TEST(OxDataFilter, CombinationsOfTypeAccountCategoryAndText) {
       {"first and second layer", 0, 0, "iCloud", "Work", "", "abc one three"},
       {"second layer alone", 0, 0, "", "Home", "", "xABCx two"},
       {"all at once", 3, 1, "iCloud", "Work", "thr", "three"},
-      {"nothing matches", 2, 0, "", "", "zzz", ""},
   };
   for (const auto& r : rows) {
     Fixture f;
@@ -225,7 +196,6 @@ TEST(OxDataFilter, ResettingConditions) {
   f.data.setFilterType(3);
   f.data.setFilterAccount(2);
   f.data.setFilterODD(true, true);
-  EXPECT_TRUE(f.data.filterODD());
   EXPECT_EQ(f.data.getFilterType(), 1);
   EXPECT_EQ(f.data.getFilterAccount(), 0);
   EXPECT_EQ(f.data.count(1), 5); // not re-run
@@ -235,10 +205,9 @@ TEST(OxDataFilter, ResettingConditions) {
   f.data.clearAllFilterCondition(0);
   EXPECT_FALSE(f.data.filterODD());
   EXPECT_EQ(f.data.filterText(0), QString());
-  EXPECT_EQ(f.data.getFilterType(), 2); // kept
-  EXPECT_EQ(names(f.data, true), QStringLiteral("five xABCx two"));
+  EXPECT_EQ(names(f.data, true), QStringLiteral("five xABCx two")); // the type is kept
   // Appended items land in the view unfiltered until the next filter().
-  f.data.append(new TreeItem(QStringLiteral("aaa"), QString(), QString()));
+  f.data.append(new TreeItem("aaa"));
   EXPECT_EQ(f.data.count(1), 3);
   f.data.filter(0);
   EXPECT_EQ(f.data.count(1), 2);
@@ -246,12 +215,11 @@ TEST(OxDataFilter, ResettingConditions) {
 
 TEST(OxDataCounts, ModesSizesAndDeleted) {
   Fixture f;
-  int sizes[] = {10, 20, 30, 40, 50};
   for (int row = 0; row < 5; ++row)
-    f.data.at(row, false)->setSize(quint64(sizes[row]));
+    f.data.at(row, false)->setSize(quint64(10 * (row + 1)));
   f.data.setChecked(f.data.at(0, false), false);
   f.data.at(1, false)->setFlag(false, OxAbstractItem::ItemChecked);
-  f.data.at(1, false)->setFlag(true, OxAbstractItem::ItemCheckedByHost); // host tick counts as checked
+  f.data.at(1, false)->setFlag(true, OxAbstractItem::ItemCheckedByHost); // a host tick counts as checked
   f.data.setFilterType(3);
   f.data.filter(0); // rows 2, 3, 4 of the raw list are existing
   struct Row {
@@ -266,7 +234,6 @@ TEST(OxDataCounts, ModesSizesAndDeleted) {
   f.data.setFilterType(0);
   f.data.filter(0);
   EXPECT_EQ(f.data.count(16), 4);
-  EXPECT_EQ(f.data.count(17), f.data.count(16));
   EXPECT_EQ(f.data.allDeletedCount(), 2);
   int all = 0, deleted = 0;
   f.data.getCountInfo(all, deleted);
@@ -278,8 +245,8 @@ TEST(OxDataChecks, TicksHostTicksAndFolders) {
   OxData data(7);
   EXPECT_FALSE(data.checkedAll(true));
   EXPECT_TRUE(data.checkedAll(false));
-  auto* a = new TreeItem(QStringLiteral("a"), QString(), QString());
-  auto* b = new TreeItem(QStringLiteral("b"), QString(), QString());
+  auto* a = new TreeItem("a");
+  auto* b = new TreeItem("b");
   data.append(a);
   data.append(b);
   EXPECT_TRUE(data.checkedAll(true));
@@ -287,7 +254,6 @@ TEST(OxDataChecks, TicksHostTicksAndFolders) {
   b->setFlag(true, OxAbstractItem::ItemCheckedByHost);
   EXPECT_TRUE(data.checked(b));
   data.setChecked(b, true);
-  EXPECT_TRUE(b->flag(OxAbstractItem::ItemChecked));
   EXPECT_FALSE(b->flag(OxAbstractItem::ItemCheckedByHost));
   data.setChecked(a, false);
   EXPECT_FALSE(data.checkedAll(true));
@@ -301,7 +267,6 @@ TEST(OxDataChecks, TicksHostTicksAndFolders) {
   auto* c2 = new OxAbstractItem(1);
   auto* folder = new FolderItem({c1, c2});
   data.append(folder);
-  EXPECT_TRUE(folder->flag(OxAbstractItem::ItemChecked));
   EXPECT_FALSE(data.checked(folder)); // a folder is never itself checked
   EXPECT_EQ(data.getFolderItemCheckState(folder), int(Qt::Checked));
   c2->setFlag(false, OxAbstractItem::ItemChecked);
@@ -312,7 +277,7 @@ TEST(OxDataChecks, TicksHostTicksAndFolders) {
 }
 
 TEST(OxDataRecover, RecoverListOrders) {
-  // view rows: 0 d-old(del,10) 1 d-new(del,30) 2 x(40) 3 y(20) 4 z(5)  -- deleted first, newest first within
+  // View rows: 0 d-new(del,30) 1 d-old(del,10) 2 x(40) 3 y(20) 4 z(5); all but z are marked.
   auto build = [](OxData& data) {
     data.append(chat("y", 20));
     data.append(chat("d-old", 10, true));
@@ -335,7 +300,6 @@ TEST(OxDataRecover, RecoverListOrders) {
   for (const auto& r : rows) {
     OxData data(0);
     build(data);
-    ASSERT_EQ(names(data, true), QStringLiteral("d-new d-old x y z"));
     data.saveSort(r.column, r.order);
     EXPECT_EQ(data.recoverList(), r.expected) << r.name;
     EXPECT_EQ(data.recoverCount(), 4) << r.name;
@@ -347,17 +311,16 @@ TEST(OxDataRecover, RecoverListOrders) {
   EXPECT_EQ(files.first()->value(0), QStringLiteral("d-new"));
   data.resetRecover(false);
   EXPECT_EQ(data.recoverCount(), 0);
-  EXPECT_FALSE(data.recover(nullptr));
 }
 
 TEST(OxDataCategories, OnlyTheBuiltInAppListsRecordTheirTree) {
   for (int type : {0, 6, 7, 10}) {
     OxData data(type);
-    data.append(new TreeItem(QStringLiteral("a"), QStringLiteral("iCloud"), QStringLiteral("Work"), 5));
-    data.append(new TreeItem(QStringLiteral("b"), QStringLiteral("iCloud"), QStringLiteral("Home"), 5));
-    data.append(new TreeItem(QStringLiteral("c"), QStringLiteral("iCloud"), QStringLiteral("Work"), 5));
-    data.append(new TreeItem(QStringLiteral("d"), QStringLiteral("Local"), QString(), 6));
-    data.append(new TreeItem(QStringLiteral("e"), QString(), QString(), 7));
+    data.append(new TreeItem("a", "iCloud", "Work", 5));
+    data.append(new TreeItem("b", "iCloud", "Home", 5));
+    data.append(new TreeItem("c", "iCloud", "Work", 5));
+    data.append(new TreeItem("d", "Local", "", 6));
+    data.append(new TreeItem("e", "", "", 7));
     if (type < 7) {
       EXPECT_TRUE(data.getCategoryTree().isEmpty()) << type;
       continue;
@@ -365,7 +328,6 @@ TEST(OxDataCategories, OnlyTheBuiltInAppListsRecordTheirTree) {
     EXPECT_EQ(data.getCategoryTree().keys(), (QStringList{QStringLiteral("Local"), QStringLiteral("iCloud")})) << type;
     EXPECT_EQ(data.getCategoryTree().value(QStringLiteral("iCloud")),
               (QStringList{QStringLiteral("Work"), QStringLiteral("Home")}));
-    EXPECT_TRUE(data.getCategoryTree().value(QStringLiteral("Local")).isEmpty());
     EXPECT_EQ(data.getCategoryIconTypeMap().value(QStringLiteral("Local")), 6);
     EXPECT_EQ(data.getCategoryItemsMap().value(QStringLiteral("iCloud")), 3);
     EXPECT_EQ(data.categoryItemCount(QStringLiteral("iCloud"), QStringLiteral("Work")), 2);

@@ -14,9 +14,7 @@ TEST(RankedTree, MatchesASortedVectorUnderEveryArrivalPattern) {
   struct Row {
     const char* name;
     std::vector<int> values;
-  } rows[] = {
-      {"ascending", {}}, {"descending", {}}, {"random with ties", {}}, {"all equal", {}},
-  };
+  } rows[] = {{"ascending", {}}, {"descending", {}}, {"random with ties", {}}, {"all equal", {}}};
   std::mt19937 rng(7);
   for (int i = 0; i < 5000; ++i) {
     rows[0].values.push_back(i);
@@ -30,9 +28,9 @@ TEST(RankedTree, MatchesASortedVectorUnderEveryArrivalPattern) {
     for (int i = 0; i < int(r.values.size()); ++i) {
       const std::pair<int, int> v(r.values[size_t(i)], i);
       tree.insert(v, [&](const std::pair<int, int>& e) { return v.first < e.first; });
-      ref.insert(std::upper_bound(ref.begin(), ref.end(), v,
-                                  [](const auto& a, const auto& b) { return a.first < b.first; }),
-                 v);
+      ref.insert(
+          std::upper_bound(ref.begin(), ref.end(), v, [](const auto& a, const auto& b) { return a.first < b.first; }),
+          v);
     }
     ASSERT_EQ(tree.size(), int(ref.size())) << r.name;
     EXPECT_EQ(tree.toVector(), ref) << r.name;
@@ -41,25 +39,5 @@ TEST(RankedTree, MatchesASortedVectorUnderEveryArrivalPattern) {
     // AVL bound: height below 1.45 log2(n + 2).
     EXPECT_LT(tree.height(), 1.45 * std::log2(double(tree.size()) + 2)) << r.name;
   }
-}
-
-TEST(RankedTree, NodeHandlesGiveTheirPositionAfterRotations) {
-  RankedTree<int> tree;
-  std::vector<int> handles;
-  std::mt19937 rng(3);
-  std::vector<int> order;
-  for (int i = 0; i < 2000; ++i) {
-    const int v = int(rng() % 1000);
-    handles.push_back(tree.insert(v, [&](int e) { return v < e; }));
-    order.push_back(v);
-  }
-  for (size_t i = 0; i < handles.size(); ++i)
-    EXPECT_EQ(tree.at(tree.indexOfNode(handles[i])), order[i]);
-  tree.clear();
-  EXPECT_EQ(tree.size(), 0);
-  EXPECT_TRUE(tree.empty());
-  tree.pushBack(4);
-  tree.pushBack(2);
-  EXPECT_EQ(tree.toVector(), (std::vector<int>{4, 2}));
 }
 } // namespace
