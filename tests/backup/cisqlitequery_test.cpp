@@ -1,5 +1,6 @@
 #include "backup/cisqlitequery.h"
 
+#include "backup/cidatacollection.h"
 #include "platform/common/log.h"
 #include "service/progress.h"
 
@@ -92,8 +93,7 @@ enum FileKind { Table, Missing, Garbage, Folder };
 struct QueryCase {
   const char* name;
   std::vector<FileKind> files;
-  QStringList sqls;
-  QStringList countSqls;
+  QStringList sqls, countSqls;
   const char* replacement; // customSql's answer
   qint64 refuseId;         // the row onRow refuses, -1 none
   int sinkRange;           // 0: null sink
@@ -106,178 +106,47 @@ struct QueryCase {
 const QString kSelect = QStringLiteral("select id from t order by id");
 const QString kSelect10 = QStringLiteral("select id + 10 from t order by id");
 const QString kCount = QStringLiteral("select count(*) from t");
+QString failed(const char* sql, int file) {
+  return QStringLiteral("iTunesBackup/0 Fail to query sql \"%1\" for db {%2}").arg(QLatin1String(sql)).arg(file);
+}
 
+// clang-format off
 const QueryCase kCases[] = {
-    {"reads every row of every file",
-     {Table, Table},
-     {kSelect},
-     {kCount},
-     "",
-     -1,
-     0,
-     0,
-     {1, 2, 3, 4, 1, 2, 3, 4},
-     {},
-     0},
-    {"missing first file is logged and the second read",
-     {Missing, Table},
-     {kSelect},
-     {kCount},
-     "",
-     -1,
-     0,
-     0,
-     {1, 2, 3, 4},
-     {"iTunesBackup/0 Not exists: {0}"},
-     0},
-    {"statements run in list order",
-     {Table},
-     {kSelect10, kSelect},
-     {kCount},
-     "",
-     -1,
-     0,
-     0,
-     {11, 12, 13, 14, 1, 2, 3, 4},
-     {},
-     0},
-    {"count of 0 skips the select",
-     {Table},
-     {kSelect},
-     {QStringLiteral("select count(*) from t where id > 99")},
-     "",
-     -1,
-     0,
-     0,
-     {},
-     {},
-     0},
+    {"reads every row of every file", {Table, Table}, {kSelect}, {kCount}, "", -1, 0, 0, {1, 2, 3, 4, 1, 2, 3, 4}, {}, 0},
+    {"missing first file is logged and the second read", {Missing, Table}, {kSelect}, {kCount}, "", -1, 0, 0,
+     {1, 2, 3, 4}, {"iTunesBackup/0 Not exists: {0}"}, 0},
+    {"statements run in list order", {Table}, {kSelect10, kSelect}, {kCount}, "", -1, 0, 0,
+     {11, 12, 13, 14, 1, 2, 3, 4}, {}, 0},
+    {"count of 0 skips the select", {Table}, {kSelect}, {QStringLiteral("select count(*) from t where id > 99")}, "",
+     -1, 0, 0, {}, {}, 0},
     {"no count statement reads nothing", {Table}, {kSelect}, {}, "", -1, 0, 0, {}, {}, 0},
-    {"count without a row reads nothing",
-     {Table},
-     {kSelect},
-     {QStringLiteral("select 1 from t where 0")},
-     "",
-     -1,
-     0,
-     0,
-     {},
-     {},
-     0},
-    {"counts 5 then 0: the last decides",
-     {Table},
-     {kSelect},
-     {QStringLiteral("select 5"), QStringLiteral("select 0")},
-     "",
-     -1,
-     0,
-     0,
-     {},
-     {},
-     0},
-    {"counts 0 then 2: the last decides",
-     {Table},
-     {kSelect},
-     {QStringLiteral("select 0"), QStringLiteral("select 2")},
-     "",
-     -1,
-     100,
-     0,
-     {1, 2, 3, 4},
-     {},
-     50},
-    {"count that cannot be prepared skips the file",
-     {Table, Table},
-     {kSelect},
-     {QStringLiteral("select count(*) from nowhere")},
-     "",
-     -1,
-     0,
-     0,
-     {},
-     {"iTunesBackup/0 Fail to query sql \"select count(*) from nowhere\" for db {0}",
-      "iTunesBackup/0 Fail to query sql \"select count(*) from nowhere\" for db {1}"},
-     0},
-    {"refused row ends its statement only",
-     {Table},
-     {kSelect, kSelect10},
-     {kCount},
-     "",
-     2,
-     0,
-     0,
-     {1, 2, 11, 12, 13, 14},
-     {},
-     0},
-    {"replacement statement is run",
-     {Table},
-     {kSelect},
-     {kCount},
-     "select id * 100 from t order by id",
-     -1,
-     0,
-     0,
-     {100, 200, 300, 400},
-     {},
-     0},
-    {"failing replacement is logged with the listed statement",
-     {Table},
-     {kSelect},
-     {kCount},
-     "select nope from t",
-     -1,
-     0,
-     0,
-     {},
-     {"iTunesBackup/0 Fail to query sql \"select id from t order by id\" for db {0}"},
-     0},
-    {"failing select skips the file's later statements, not the next file",
-     {Table, Table},
-     {QStringLiteral("select nope from t"), kSelect},
-     {kCount},
-     "",
-     -1,
-     0,
-     0,
-     {},
-     {"iTunesBackup/0 Fail to query sql \"select nope from t\" for db {0}",
-      "iTunesBackup/0 Fail to query sql \"select nope from t\" for db {1}"},
-     0},
+    {"count without a row reads nothing", {Table}, {kSelect}, {QStringLiteral("select 1 from t where 0")}, "", -1, 0,
+     0, {}, {}, 0},
+    {"counts 5 then 0: the last decides", {Table}, {kSelect}, {QStringLiteral("select 5"), QStringLiteral("select 0")},
+     "", -1, 0, 0, {}, {}, 0},
+    {"counts 0 then 2: the last decides", {Table}, {kSelect}, {QStringLiteral("select 0"), QStringLiteral("select 2")},
+     "", -1, 100, 0, {1, 2, 3, 4}, {}, 50},
+    {"count that cannot be prepared skips the file", {Table, Table}, {kSelect},
+     {QStringLiteral("select count(*) from nowhere")}, "", -1, 0, 0, {},
+     {failed("select count(*) from nowhere", 0), failed("select count(*) from nowhere", 1)}, 0},
+    {"refused row ends its statement only", {Table}, {kSelect, kSelect10}, {kCount}, "", 2, 0, 0,
+     {1, 2, 11, 12, 13, 14}, {}, 0},
+    {"replacement statement is run", {Table}, {kSelect}, {kCount}, "select id * 100 from t order by id", -1, 0, 0,
+     {100, 200, 300, 400}, {}, 0},
+    {"failing replacement is logged with the listed statement", {Table}, {kSelect}, {kCount}, "select nope from t",
+     -1, 0, 0, {}, {failed("select id from t order by id", 0)}, 0},
+    {"failing select skips the file's later statements, not the next file", {Table, Table},
+     {QStringLiteral("select nope from t"), kSelect}, {kCount}, "", -1, 0, 0, {},
+     {failed("select nope from t", 0), failed("select nope from t", 1)}, 0},
     {"step is the sink's range over the count", {Table}, {kSelect}, {kCount}, "", -1, 100, 0, {1, 2, 3, 4}, {}, 25},
-    {"sink's stop ends the statement, later statements still start",
-     {Table},
-     {kSelect, kSelect10},
-     {kCount},
-     "",
-     -1,
-     100,
-     2,
-     {1, 2, 11},
-     {},
-     25},
-    {"garbage file cannot be opened",
-     {Garbage, Table},
-     {kSelect},
-     {kCount},
-     "",
-     -1,
-     0,
-     0,
-     {1, 2, 3, 4},
-     {"iTunesBackup/0 Fail to open db file: {0}"},
-     0},
-    {"folder cannot be opened",
-     {Folder},
-     {kSelect},
-     {kCount},
-     "",
-     -1,
-     0,
-     0,
-     {},
-     {"iTunesBackup/0 Fail to open db file: {0}"},
-     0},
+    {"sink's stop ends the statement, later statements still start", {Table}, {kSelect, kSelect10}, {kCount}, "",
+     -1, 100, 2, {1, 2, 11}, {}, 25},
+    {"garbage file cannot be opened", {Garbage, Table}, {kSelect}, {kCount}, "", -1, 0, 0, {1, 2, 3, 4},
+     {"iTunesBackup/0 Fail to open db file: {0}"}, 0},
+    {"folder cannot be opened", {Folder}, {kSelect}, {kCount}, "", -1, 0, 0, {},
+     {"iTunesBackup/0 Fail to open db file: {0}"}, 0},
 };
+// clang-format on
 
 class QueryRun : public ::testing::TestWithParam<QueryCase> {};
 
@@ -349,11 +218,9 @@ TEST(QueryHelpers, CountRowsResultCodes) {
     const char* name;
     QString path;
     QStringList sqls;
-    int expected;
-    int logLines;
+    int expected, logLines;
   } rows[] = {
       {"one count", db, {kCount}, 4, 0},
-      {"none", db, {}, 0, 0},
       {"last replaces", db, {kCount, QStringLiteral("select 9")}, 9, 0},
       {"prepare failure wins over an earlier count", db, {kCount, QStringLiteral("select x from y")}, -1, 1},
       {"failure stops before later statements", db, {QStringLiteral("select x from y"), kCount}, -1, 1},
@@ -397,5 +264,21 @@ TEST(QueryHelpers, ColumnTextDecodesUtf8ByLength) {
   }
   sqlite3_finalize(stmt);
   sqlite3_close(db);
+}
+
+TEST(DataCollection, ReportsAmountsUnchangedAndPassesTheStopAnswer) {
+  struct Collection : CIDataCollection {
+    void load(MobileBackup*) override {}
+  } c;
+  EXPECT_TRUE(c.reportProgress(7.5)); // no sink yet
+  Sink accepting(100, 0), refusing(100, 1);
+  c.setProgress(&accepting);
+  EXPECT_TRUE(c.reportProgress(7.5));
+  c.setProgress(&refusing);
+  EXPECT_FALSE(c.reportProgress(0.25));
+  c.setProgress(nullptr);
+  EXPECT_TRUE(c.reportProgress(3));
+  EXPECT_EQ(accepting.amounts, std::vector<double>{7.5});
+  EXPECT_EQ(refusing.amounts, std::vector<double>{0.25});
 }
 } // namespace
