@@ -34,10 +34,9 @@ protected:
     fixture::BackupPlan plan;
     plan.password = password;
     QString error;
-    ASSERT_TRUE(fixture::writeBackup(root.filePath(name), plan,
-                                     {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/x.txt"),
-                                                    QByteArray("x"))},
-                                     &error))
+    ASSERT_TRUE(fixture::writeBackup(
+        root.filePath(name), plan,
+        {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/x.txt"), QByteArray("x"))}, &error))
         << qPrintable(error);
   }
   static void addChat(WhatsappService& s) {
@@ -54,15 +53,8 @@ TEST_F(ServiceTest, IdentifierFormsAndTheRetryWithoutHyphens) {
   makeBackup(QStringLiteral("plain"));
   struct Row {
     const char* identifier;
-    int result;
-  } rows[] = {
-      {"abcdef", 0},
-      {"abc-def", 0},   // found on the second attempt
-      {"a-b-c-d-e-f", 0},
-      {"plain", 0},
-      {"missing", -1},
-      {"pla-in-x", -1},
-  };
+    int result; // "abc-def" is found on the second attempt
+  } rows[] = {{"abcdef", 0}, {"abc-def", 0}, {"a-b-c-d-e-f", 0}, {"plain", 0}, {"missing", -1}, {"pla-in-x", -1}};
   for (const auto& r : rows) {
     WhatsappService s(QString::fromLatin1(r.identifier), false);
     EXPECT_EQ(s.loadWhatsappOnly(), r.result) << r.identifier;
@@ -89,6 +81,8 @@ TEST_F(ServiceTest, EncryptedBackupsNeedThePassword) {
   }
 }
 
+// A backup without WhatsApp loads nothing and succeeds; a load clears the
+// registry, a failed one keeps it and releases the lock.
 TEST_F(ServiceTest, ALoadClearsTheRegistryAFailedOneKeepsIt) {
   makeBackup(QStringLiteral("dev"));
   WhatsappService s(QStringLiteral("dev"), true);
@@ -99,7 +93,6 @@ TEST_F(ServiceTest, ALoadClearsTheRegistryAFailedOneKeepsIt) {
   QDir(root.filePath(QStringLiteral("dev"))).removeRecursively();
   EXPECT_EQ(s.loadWhatsappOnly(), -1);
   EXPECT_EQ(s.getOxData(0)->count(0), 1);
-  // The lock was released on the failure path: the begin/end pair works.
   EXPECT_FALSE(s.onBeginLoadWhatsappOnly());
   s.onEndLoadWhatsappOnly();
   EXPECT_TRUE(s.loadWhatsappOnly(11));

@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
 #include <vector>
 
 namespace {
@@ -37,11 +36,9 @@ public:
   }
 };
 
-// A shown table of six rows and three columns whose horizontal header carries
-// the box in boxColumn and shows a sort indicator, ascending on column 0. With
-// sorting on, the view sorts its model by the header's indicator (and then no
-// longer selects a column on a header press); with it off, a header press
-// selects the column.
+// A shown table whose horizontal header carries the box in boxColumn and a
+// sort indicator, ascending on column 0. A sorting view sorts on a header
+// click; a view that does not sort selects the column instead.
 struct Table {
   QStandardItemModel model{6, 3};
   QTableView view;
@@ -49,9 +46,6 @@ struct Table {
 
   explicit Table(int boxColumn = 0, bool sorting = true) {
     model.setHorizontalHeaderLabels({QStringLiteral("All"), QStringLiteral("Name"), QStringLiteral("Date")});
-    for (int r = 0; r < model.rowCount(); ++r)
-      for (int c = 0; c < model.columnCount(); ++c)
-        model.setItem(r, c, new QStandardItem(QStringLiteral("r%1c%2").arg((r * 7) % 6).arg(c)));
     header = new ProbeHeader(Qt::Horizontal, &view);
     header->setSectionsClickable(true); // as on the header a table view makes itself
     view.setHorizontalHeader(header);
@@ -92,36 +86,23 @@ struct ClickCase {
   bool enabled;
   Qt::CheckState before;
   Qt::MouseButton button;
-  At press;
-  At release;
+  At press, release;
   Qt::CheckState after;
   std::vector<int> emitted;
   bool sorts;   // the sort order of section 0 flips
   bool selects; // column 0 becomes selected (when the view does not sort)
 };
 
-TEST(CheckBoxHeaderView, StartsUncheckedWithoutColumnAndTracksTheMouse) {
-  CheckBoxHeaderView header(Qt::Horizontal);
-  EXPECT_EQ(header.checkState(), Qt::Unchecked);
-  EXPECT_EQ(header.checkBoxColumn(), -1);
-  EXPECT_TRUE(header.checkBoxEnabled());
-  EXPECT_TRUE(header.testAttribute(Qt::WA_MouseTracking));
-  header.setCheckBoxColumn(-7);
-  EXPECT_EQ(header.checkBoxColumn(), -1);
-}
-
 TEST(CheckBoxHeaderView, SetCheckStateEmitsOnlyOnChange) {
   CheckBoxHeaderView header(Qt::Horizontal);
+  header.setCheckBoxColumn(-7);
+  EXPECT_EQ(header.checkBoxColumn(), -1); // any negative column means none
   QSignalSpy spy(&header, &CheckBoxHeaderView::checkStateChanged);
-  const Qt::CheckState calls[] = {Qt::Unchecked,        Qt::Checked,   Qt::Checked,
-                                  Qt::PartiallyChecked, Qt::Unchecked, Qt::Unchecked};
-  for (Qt::CheckState s : calls)
+  for (Qt::CheckState s : {Qt::Unchecked, Qt::Checked, Qt::Checked, Qt::PartiallyChecked, Qt::Unchecked})
     header.setCheckState(s);
   ASSERT_EQ(spy.count(), 3);
   EXPECT_EQ(spy.at(0).at(0).toInt(), int(Qt::Checked));
-  EXPECT_EQ(spy.at(1).at(0).toInt(), int(Qt::PartiallyChecked));
   EXPECT_EQ(spy.at(2).at(0).toInt(), int(Qt::Unchecked));
-  EXPECT_EQ(header.checkState(), Qt::Unchecked);
 }
 
 TEST(CheckBoxHeaderView, PressAndReleaseRules) {
@@ -196,10 +177,7 @@ TEST(CheckBoxHeaderView, BoxSitsInsideItsSectionAndWidensIt) {
   EXPECT_GT(box.left(), 0) << "kept off the section's left edge";
   EXPECT_GT(extraWidth, box.width());
   EXPECT_EQ(withBox - plain, extraWidth);
-
-  const QRect section = t.header->sectionRect(0);
-  EXPECT_TRUE(section.contains(t.header->boxRect(0)));
-  EXPECT_GT(t.header->boxRect(0).left(), section.left());
+  EXPECT_TRUE(t.header->sectionRect(0).contains(t.header->boxRect(0)));
 }
 
 // Renders the header in the three states, saves the pictures for a person to
@@ -211,19 +189,14 @@ TEST(CheckBoxHeaderView, DrawsTheThreeStatesDifferently) {
   ASSERT_TRUE(QDir().mkpath(dir));
   const QRect box = t.header->boxRect(0);
   ASSERT_TRUE(box.isValid());
-
-  struct Shot {
-    Qt::CheckState state;
-    const char* file;
-  };
-  const Shot shots[] = {{Qt::Unchecked, "header-unchecked.png"},
-                        {Qt::PartiallyChecked, "header-partially-checked.png"},
-                        {Qt::Checked, "header-checked.png"}};
+  const std::pair<Qt::CheckState, const char*> shots[] = {{Qt::Unchecked, "header-unchecked.png"},
+                                                          {Qt::PartiallyChecked, "header-partially-checked.png"},
+                                                          {Qt::Checked, "header-checked.png"}};
   std::vector<QImage> boxes;
-  for (const Shot& s : shots) {
-    t.header->setCheckState(s.state);
+  for (const auto& s : shots) {
+    t.header->setCheckState(s.first);
     const QImage image = t.picture();
-    EXPECT_TRUE(image.save(dir + QLatin1Char('/') + QLatin1String(s.file))) << s.file;
+    EXPECT_TRUE(image.save(dir + QLatin1Char('/') + QLatin1String(s.second))) << s.second;
     boxes.push_back(t.crop(image, box));
   }
   t.header->setCheckBoxColumn(-1);

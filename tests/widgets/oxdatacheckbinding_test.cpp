@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -40,15 +39,13 @@ void fill(OxData& list, const std::string& items) {
   }
 }
 
-struct StateCase {
-  const char* name;
-  std::string items;
-  bool deletedOnly; // the view shows the deleted items only
-  Qt::CheckState expected;
-};
-
 TEST(OxDataCheckBinding, HeaderStateFollowsTheFilteredView) {
-  const std::vector<StateCase> cases = {
+  struct Row {
+    const char* name;
+    std::string items;
+    bool deletedOnly; // the view shows the deleted items only
+    Qt::CheckState expected;
+  } rows[] = {
       {"empty list", "", false, Qt::Unchecked},
       {"all ticked", "xxx", false, Qt::Checked},
       {"none ticked", "...", false, Qt::Unchecked},
@@ -59,19 +56,17 @@ TEST(OxDataCheckBinding, HeaderStateFollowsTheFilteredView) {
       {"hidden items do not count", "DD..", true, Qt::Checked},
       {"hidden ticks do not count", "ddxx", true, Qt::Unchecked},
   };
-  for (const StateCase& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& r : rows) {
     OxData list(7);
-    fill(list, c.items);
-    if (c.deletedOnly) {
+    fill(list, r.items);
+    if (r.deletedOnly) {
       list.setFilterType(OxData::FilterDeletedOnly);
       list.filter();
     }
-    EXPECT_EQ(OxDataCheckBinding::checkStateOf(&list), c.expected);
-
+    EXPECT_EQ(OxDataCheckBinding::checkStateOf(&list), r.expected) << r.name;
     CheckBoxHeaderView header(Qt::Horizontal);
     new OxDataCheckBinding(&header, &list);
-    EXPECT_EQ(header.checkState(), c.expected) << "shown as soon as bound";
+    EXPECT_EQ(header.checkState(), r.expected) << r.name << ": shown as soon as bound";
   }
   EXPECT_EQ(OxDataCheckBinding::checkStateOf(nullptr), Qt::Unchecked);
 }
@@ -100,56 +95,39 @@ struct BoundTable {
   }
   ~BoundTable() { binding->setData(nullptr); }
 
+  // The box sits at the left of its section, vertically centred.
   void clickBox() {
-    // The box sits at the left of its section, vertically centred.
-    const int x = header->sectionViewportPosition(0);
-    QRect section(x, 0, header->sectionSize(0), header->viewport()->height());
-    QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier,
-                      QPoint(section.left() + 9, section.center().y()), 300);
+    const QPoint p(header->sectionViewportPosition(0) + 9, header->viewport()->height() / 2);
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, p, 300);
   }
   int ticked() const { return list.count(OxData::CountFilteredChecked); }
 };
 
 TEST(OxDataCheckBinding, ClickingTheBoxTicksAndUnticksTheList) {
-  BoundTable t("x.x.");
+  BoundTable t("x.f.");
   ASSERT_EQ(t.header->checkState(), Qt::PartiallyChecked);
   QSignalSpy changed(t.binding, &OxDataCheckBinding::checksChanged);
-
   t.clickBox();
-  EXPECT_EQ(t.ticked(), 4);
+  EXPECT_EQ(t.ticked(), 4); // the folder too
   EXPECT_EQ(t.header->checkState(), Qt::Checked);
-
   t.clickBox();
   EXPECT_EQ(t.ticked(), 0);
   EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
 
   // The host ticks one row and tells the binding.
-  t.list.setChecked(t.list.at(2, true), true);
+  t.list.setChecked(t.list.at(1, true), true);
   EXPECT_EQ(t.header->checkState(), Qt::Unchecked) << "no refresh yet";
   t.binding->refresh();
   EXPECT_EQ(t.header->checkState(), Qt::PartiallyChecked);
-
   ASSERT_EQ(changed.count(), 2);
   EXPECT_TRUE(changed.at(0).at(0).toBool());
   EXPECT_FALSE(changed.at(1).at(0).toBool());
 }
 
-TEST(OxDataCheckBinding, BoxClearsAViewWithFolders) {
-  BoundTable t("xf.");
-  t.clickBox();
-  EXPECT_EQ(t.ticked(), 3);
-  EXPECT_EQ(t.header->checkState(), Qt::Checked);
-  t.clickBox();
-  EXPECT_EQ(t.ticked(), 0);
-  EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
-}
-
 TEST(OxDataCheckBinding, EmptyOrMissingListKeepsTheBoxClear) {
   BoundTable t("");
-  QSignalSpy spy(t.header, &CheckBoxHeaderView::checkStateChanged);
   t.clickBox();
   EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
-
   t.binding->setData(nullptr);
   t.header->setCheckState(Qt::Checked);
   EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
