@@ -69,17 +69,6 @@ TEST(KeybagTest, KnownAnswers) {
   }
 }
 
-TEST(KeybagTest, IntermediateKeys) {
-  QByteArray k1, passcode;
-  ASSERT_TRUE(BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, "hashcat", hex(kVectors[0].dpsl), 1000, 32, &k1));
-  EXPECT_EQ(k1.toHex(), "9cc8d5a8d95a97a42b32441226c36939138d7d75dd1994360161dc2aaad32a3e");
-  ASSERT_TRUE(BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha1, k1, hex(kVectors[0].salt), 10000, 32, &passcode));
-  EXPECT_EQ(passcode.toHex(), "ca1bdd8196307fe1e2ed421321267d96e2988bf12f736035192cfed20ec823ea");
-  QByteArray classKey;
-  ASSERT_TRUE(BackupCrypto::aesUnwrap(passcode, hex(kVectors[0].wpky), &classKey));
-  EXPECT_EQ(classKey.toHex(), kVectors[0].classKey);
-}
-
 // Damaged keybags: one row per way to break one.
 TEST(KeybagTest, Damaged) {
   const QByteArray good = keybagOf(kVectors[1]);
@@ -101,15 +90,11 @@ TEST(KeybagTest, Damaged) {
     Keybag kb;
     QString err;
     EXPECT_EQ(kb.parse(r.data, &err), r.parses);
-    if (!r.parses) {
-      EXPECT_FALSE(err.isEmpty());
+    EXPECT_EQ(err.isEmpty(), r.parses);
+    if (r.parses) {
+      EXPECT_EQ(kb.unknownTags().size(), 2);
     }
   }
-  Keybag kb;
-  QString err;
-  ASSERT_TRUE(kb.parse(keybagOf(kVectors[1], fixture::keybagItem("XYZW", "abc")), &err));
-  EXPECT_EQ(kb.unknownTags().size(), 1);
-  EXPECT_TRUE(kb.unlock("hashcat", &err));
 }
 
 // Decryption in chunks across sizes around the block and chunk boundaries,
@@ -124,15 +109,13 @@ TEST(BackupCryptoTest, FileDecryptionMatchesOneShot) {
       plain[i] = char(i * 31 + 7);
     QByteArray cipher;
     ASSERT_TRUE(BackupCrypto::encryptCbc(key, plain, &cipher));
-    QFile f(dir.filePath("c"));
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    f.write(cipher);
+    QFile f(dir.filePath("c")), p(dir.filePath("p"));
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(cipher) == cipher.size());
     f.close();
     qint64 len = -1;
     QString err;
-    ASSERT_TRUE(BackupCrypto::decryptFile(dir.filePath("c"), dir.filePath("p"), key, &len, &err)) << qPrintable(err);
+    ASSERT_TRUE(BackupCrypto::decryptFile(f.fileName(), p.fileName(), key, &len, &err)) << qPrintable(err);
     EXPECT_EQ(len, size);
-    QFile p(dir.filePath("p"));
     ASSERT_TRUE(p.open(QIODevice::ReadOnly));
     EXPECT_EQ(p.readAll(), plain);
     // The wrong key fails the padding check (almost always) and leaves no file.

@@ -78,7 +78,8 @@ void checkStore(const char* name, const QList<Expected>& expected) {
   }
   EXPECT_EQ(lockedCount, expectedLocked);
   EXPECT_EQ(store.getNote(store.noteCount()), nullptr);
-  const bool passcode = std::any_of(expected.begin(), expected.end(), [](const Expected& e) { return e.passcodeLocked; });
+  const bool passcode =
+      std::any_of(expected.begin(), expected.end(), [](const Expected& e) { return e.passcodeLocked; });
   EXPECT_EQ(logged.filter(QStringLiteral("newer scheme")).size(), passcode ? 1 : 0);
 }
 
@@ -139,75 +140,68 @@ using fixture::notes::ModernAttachment;
 using fixture::notes::ModernLayout;
 using fixture::notes::ModernNote;
 
+void writeFile(const QString& path, const QByteArray& bytes) {
+  QFile f(path);
+  ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+  f.write(bytes);
+}
+
 // Writes the store (and its log) into dir and loads it.
 bool loadSynthetic(IosNote* store, const QList<ModernNote>& notes, ModernLayout layout, const QTemporaryDir& dir) {
   QByteArray db, wal;
   QString error;
   if (!fixture::notes::makeModernStore(notes, layout, true, &db, &wal, &error))
     return false;
-  QFile a(dir.filePath("NoteStore.sqlite")), b(dir.filePath("NoteStore.sqlite-wal"));
-  if (!a.open(QIODevice::WriteOnly) || !b.open(QIODevice::WriteOnly))
-    return false;
-  a.write(db);
-  b.write(wal);
-  a.close();
-  b.close();
+  writeFile(dir.filePath("NoteStore.sqlite"), db);
+  writeFile(dir.filePath("NoteStore.sqlite-wal"), wal);
   return store->loadNote(dir.filePath("NoteStore.sqlite")) == IosNote::Ok;
 }
 
+// An identifier made of one repeated hex digit, in the shape the store uses.
+QString uuid(char c) {
+  const QString d(1, QLatin1Char(c));
+  return QStringLiteral("%1-%2-4%3-8%3-%4").arg(d.repeated(8), d.repeated(4), d.repeated(3), d.repeated(12));
+}
+
+ModernNote note(char id, const char* title, const char* text) {
+  ModernNote n;
+  n.identifier = uuid(id);
+  n.title = QString::fromUtf8(title);
+  n.text = QString::fromUtf8(text);
+  return n;
+}
+
+// A note with a photo, an inline hashtag and a table; one locked with a
+// password; one locked under the passcode scheme; one in the recently deleted
+// folder; one of the local account marked for deletion.
 QList<ModernNote> mixedNotes() {
-  QList<ModernNote> notes;
-  ModernNote plain;
-  plain.identifier = QStringLiteral("11111111-1111-4111-8111-111111111111");
-  plain.title = QStringLiteral("Plain");
-  plain.text = QStringLiteral("Plain\nbefore \uFFFC after \uFFFC\n\uFFFC");
-  ModernAttachment photo;
-  photo.identifier = QStringLiteral("22222222-2222-4222-8222-222222222222");
-  photo.mediaId = QStringLiteral("33333333-3333-4333-8333-333333333333");
+  ModernNote plain = note('1', "Plain", "Plain\nbefore \uFFFC after \uFFFC\n\uFFFC");
+  ModernAttachment photo, hashtag, table;
+  photo.identifier = uuid('2');
+  photo.mediaId = uuid('3');
   photo.fileName = QStringLiteral("photo.jpeg");
   photo.previewId = photo.identifier + QStringLiteral("-1-64x48-0");
   photo.orientation = 2;
-  ModernAttachment hashtag;
-  hashtag.identifier = QStringLiteral("44444444-4444-4444-8444-444444444444");
+  hashtag.identifier = uuid('4');
   hashtag.uti = QStringLiteral("com.apple.notes.inlinetextattachment.hashtag");
   hashtag.inlineText = true;
   hashtag.title = QStringLiteral("#tag");
-  ModernAttachment table;
-  table.identifier = QStringLiteral("55555555-5555-4555-8555-555555555555");
+  table.identifier = uuid('5');
   table.uti = QStringLiteral("com.apple.notes.table");
-  table.mergeable = fixture::notes::tableBlob({{QStringLiteral("a"), QStringLiteral("b")}, {QStringLiteral("c"), QStringLiteral("d")}});
+  table.mergeable = fixture::notes::tableBlob(
+      {{QStringLiteral("a"), QStringLiteral("b")}, {QStringLiteral("c"), QStringLiteral("d")}});
   plain.attachments << photo << hashtag << table;
-  notes << plain;
-
-  ModernNote locked;
-  locked.identifier = QStringLiteral("66666666-6666-4666-8666-666666666666");
-  locked.title = QStringLiteral("Locked");
-  locked.text = QStringLiteral("Locked\nsecret");
+  ModernNote locked = note('6', "Locked", "Locked\nsecret");
   locked.password = QStringLiteral("pässword");
   locked.folder = QStringLiteral("Private");
-  notes << locked;
-
-  ModernNote passcode;
-  passcode.identifier = QStringLiteral("77777777-7777-4777-8777-777777777777");
-  passcode.title = QStringLiteral("Passcode");
+  ModernNote passcode = note('7', "Passcode", "");
   passcode.passcodeLocked = true;
-  notes << passcode;
-
-  ModernNote trash;
-  trash.identifier = QStringLiteral("88888888-8888-4888-8888-888888888888");
-  trash.title = QStringLiteral("Trash");
-  trash.text = QStringLiteral("Trash");
+  ModernNote trash = note('8', "Trash", "Trash");
   trash.inTrash = true;
-  notes << trash;
-
-  ModernNote local;
-  local.identifier = QStringLiteral("99999999-9999-4999-8999-999999999999");
-  local.title = QStringLiteral("Local");
-  local.text = QStringLiteral("Local");
+  ModernNote local = note('9', "Local", "Local");
   local.account = QString();
   local.markedForDeletion = true;
-  notes << local;
-  return notes;
+  return {plain, locked, passcode, trash, local};
 }
 
 TEST(IosNote, EverySchemaGenerationReadsTheSameNotes) {
@@ -221,6 +215,7 @@ TEST(IosNote, EverySchemaGenerationReadsTheSameNotes) {
     IosNote store;
     SherdLog::silence();
     ASSERT_TRUE(loadSynthetic(&store, mixedNotes(), l.layout, dir));
+    // The password as typed in decomposed form still opens the note.
     EXPECT_EQ(store.unlockWithPasswords({QStringLiteral("nope"), QString::fromUtf8("pa\xcc\x88ssword")}), 1);
     store.buildNote();
     SherdLog::toStderr();
@@ -232,13 +227,12 @@ TEST(IosNote, EverySchemaGenerationReadsTheSameNotes) {
     EXPECT_EQ(plain->modified, 700000000);
     EXPECT_EQ(plain->created, 699999000);
     ASSERT_EQ(plain->pieces.size(), 3);
-    EXPECT_EQ(plain->pieces[0].typeId, QStringLiteral("plain.text"));
     EXPECT_EQ(plain->pieces[0].text, QStringLiteral("Plain\nbefore "));
     const IosNote::Piece& photo = plain->pieces[1];
     EXPECT_EQ(photo.typeId, QStringLiteral("public.jpeg"));
     EXPECT_EQ(photo.name, QStringLiteral("photo.jpeg"));
-    EXPECT_EQ(photo.mediaId, QStringLiteral("33333333-3333-4333-8333-333333333333"));
-    EXPECT_EQ(photo.previewId, QStringLiteral("22222222-2222-4222-8222-222222222222-1-64x48-0"));
+    EXPECT_EQ(photo.mediaId, uuid('3'));
+    EXPECT_EQ(photo.previewId, uuid('2') + QStringLiteral("-1-64x48-0"));
     EXPECT_EQ(photo.orientation, 2);
     EXPECT_NE(photo.number, 0);
     EXPECT_EQ(plain->pieces[2].text, QStringLiteral(" after #tag\na\tb\nc\td\n"));
@@ -248,13 +242,10 @@ TEST(IosNote, EverySchemaGenerationReadsTheSameNotes) {
     EXPECT_FALSE(locked->locked);
     EXPECT_EQ(locked->folder, QStringLiteral("Private"));
     EXPECT_EQ(locked->text, QStringLiteral("Locked\nsecret"));
-
     const IosNote::Note* passcode = store.getNote(2);
-    EXPECT_TRUE(passcode->locked);
-    EXPECT_TRUE(passcode->passcodeLocked);
+    EXPECT_TRUE(passcode->locked && passcode->passcodeLocked);
     EXPECT_EQ(passcode->title, QStringLiteral("Passcode"));
     EXPECT_TRUE(passcode->text.isEmpty());
-
     EXPECT_TRUE(store.getNote(3)->deleted);
     EXPECT_EQ(store.getNote(3)->folder, QStringLiteral("Recently Deleted"));
     EXPECT_TRUE(store.getNote(4)->deleted);
@@ -269,6 +260,8 @@ TEST(IosNote, EverySchemaGenerationReadsTheSameNotes) {
   }
 }
 
+// Bodies that do not decode, a note without its folder row and an attachment
+// without its row: the note is still listed with what could be read.
 TEST(IosNote, DamagedRowsKeepTheRestOfTheNote) {
   QList<ModernNote> notes;
   const struct {
@@ -280,21 +273,16 @@ TEST(IosNote, DamagedRowsKeepTheRestOfTheNote) {
       {"empty body", QByteArray("")},
   };
   for (const auto& b : bodies) {
-    ModernNote n;
-    n.identifier = QStringLiteral("AAAAAAAA-0000-4000-8000-%1").arg(notes.size(), 12, 10, QLatin1Char('0'));
-    n.title = QString::fromLatin1(b.name);
+    ModernNote n = note(char('a' + notes.size()), b.name, "");
     n.text = QStringLiteral("summary of %1").arg(b.name);
     n.rawBodySet = true;
     n.rawBody = b.body;
     notes << n;
   }
-  ModernNote orphan;
-  orphan.identifier = QStringLiteral("BBBBBBBB-0000-4000-8000-000000000001");
-  orphan.title = QStringLiteral("No folder row");
-  orphan.text = QStringLiteral("No folder row\n\uFFFC");
+  ModernNote orphan = note('d', "No folder row", "No folder row\n\uFFFC");
   orphan.folderRowMissing = true;
   ModernAttachment ghost;
-  ghost.identifier = QStringLiteral("CCCCCCCC-0000-4000-8000-000000000001");
+  ghost.identifier = uuid('e');
   ghost.rowMissing = true;
   orphan.attachments << ghost;
   notes << orphan;
@@ -324,14 +312,11 @@ TEST(IosNote, DamagedRowsKeepTheRestOfTheNote) {
 }
 
 TEST(IosNote, AttachmentFilesOfALockedNoteDecryptWithItsPassword) {
-  ModernNote n;
-  n.identifier = QStringLiteral("DDDDDDDD-0000-4000-8000-000000000001");
-  n.title = QStringLiteral("Locked photo");
-  n.text = QStringLiteral("Locked photo\n\uFFFC");
+  ModernNote n = note('f', "Locked photo", "Locked photo\n\uFFFC");
   n.password = QStringLiteral("open sesame");
   ModernAttachment photo;
-  photo.identifier = QStringLiteral("DDDDDDDD-0000-4000-8000-000000000002");
-  photo.mediaId = QStringLiteral("DDDDDDDD-0000-4000-8000-000000000003");
+  photo.identifier = uuid('a');
+  photo.mediaId = uuid('b');
   photo.fileName = QStringLiteral("p.png");
   photo.mediaData = fixture::notes::pngImage(8, 8, 0x123456);
   n.attachments << photo;
@@ -339,38 +324,32 @@ TEST(IosNote, AttachmentFilesOfALockedNoteDecryptWithItsPassword) {
   IosNote store;
   ASSERT_TRUE(loadSynthetic(&store, {n}, ModernLayout::Ios17, dir));
   // The encrypted file as the backup holds it.
-  QList<fixture::StoredFile> files = fixture::notes::modernFiles({n}, ModernLayout::Ios17);
   QByteArray encrypted;
-  for (const fixture::StoredFile& f : files)
+  for (const fixture::StoredFile& f : fixture::notes::modernFiles({n}, ModernLayout::Ios17))
     if (f.relativePath.contains(photo.mediaId))
       encrypted = f.data;
   ASSERT_FALSE(encrypted.isEmpty());
-  QFile src(dir.filePath("media.bin"));
-  ASSERT_TRUE(src.open(QIODevice::WriteOnly));
-  src.write(encrypted);
-  src.close();
+  const QString src = dir.filePath("media.bin");
+  writeFile(src, encrypted);
 
   SherdLog::silence();
   EXPECT_EQ(store.unlockWithPasswords({QStringLiteral("wrong")}), 0);
   store.buildNote();
-  const IosNote::Piece piece0 = store.getNote(0)->pieces.value(0);
   EXPECT_TRUE(store.getNote(0)->locked);
-  EXPECT_EQ(store.decryptAttach(42424242, src.fileName(), dir.filePath("x")), 1); // no such key
+  EXPECT_EQ(store.decryptAttach(42424242, src, dir.filePath("x")), 1); // no such key
   EXPECT_EQ(store.unlockWithPasswords({QStringLiteral("open sesame")}), 1);
   store.buildNote();
   const IosNote::Piece piece = store.getNote(0)->pieces.value(1);
   ASSERT_EQ(piece.mediaId, photo.mediaId);
   EXPECT_EQ(store.decryptAttach(piece.mediaKeyId, dir.filePath("absent"), dir.filePath("out.png")), 3);
-  ASSERT_EQ(store.decryptAttach(piece.mediaKeyId, src.fileName(), dir.filePath("out.png")), 0);
+  ASSERT_EQ(store.decryptAttach(piece.mediaKeyId, src, dir.filePath("out.png")), 0);
   QFile out(dir.filePath("out.png"));
   ASSERT_TRUE(out.open(QIODevice::ReadOnly));
   EXPECT_EQ(out.readAll(), photo.mediaData);
   // A damaged file does not decrypt and leaves nothing behind.
   encrypted[5] = char(encrypted[5] ^ 1);
-  ASSERT_TRUE(src.open(QIODevice::WriteOnly));
-  src.write(encrypted);
-  src.close();
-  EXPECT_EQ(store.decryptAttach(piece.mediaKeyId, src.fileName(), dir.filePath("bad.png")), 4);
+  writeFile(src, encrypted);
+  EXPECT_EQ(store.decryptAttach(piece.mediaKeyId, src, dir.filePath("bad.png")), 4);
   EXPECT_FALSE(QFile::exists(dir.filePath("bad.png")));
   SherdLog::toStderr();
 }
