@@ -18,7 +18,6 @@
 namespace {
 using fixture::SafariBookmark;
 using fixture::SafariPlistEntry;
-using fixture::SafariVisit;
 using testdata::LogCapture;
 
 class SafariRead : public ::testing::Test {
@@ -34,12 +33,6 @@ protected:
       if (list.at(row, false)->value(0) == title)
         return dynamic_cast<OxSafariBookmarkItem*>(list.at(row, false));
     return nullptr;
-  }
-  QStringList titles() {
-    QStringList out;
-    for (int row = 0; row < list.count(0); ++row)
-      out << list.at(row, false)->value(0);
-    return out;
   }
 
   QTemporaryDir dir;
@@ -78,7 +71,6 @@ TEST(SafariDefaults, UserGuideFollowsTheDevice) {
   for (const auto& r : rows) {
     OxData list(9);
     addDefaultBookmarks(&list, QString::fromLatin1(r.product));
-    ASSERT_EQ(list.count(0), 5) << r.product;
     QMap<QString, QString> urls;
     for (int row = 0; row < 5; ++row)
       urls.insert(list.at(row, false)->value(0), list.at(row, false)->value(1));
@@ -86,7 +78,6 @@ TEST(SafariDefaults, UserGuideFollowsTheDevice) {
                                         QStringLiteral("Yahoo!"), QString::fromLatin1(r.guide)}))
         << r.product;
     EXPECT_TRUE(urls.value(QLatin1String(r.guide)).endsWith(QLatin1String(r.path))) << r.product;
-    EXPECT_TRUE(urls.value(QStringLiteral("Bing")).endsWith(QLatin1String("?pc=APPT")));
     EXPECT_EQ(list.at(0, false)->getFirstLayerIconType(), 5);
   }
   addDefaultBookmarks(nullptr, QStringLiteral("iPhone")); // nothing to fill: no crash
@@ -145,34 +136,7 @@ TEST_F(SafariRead, BookmarkFoldersAndReadingList) {
   EXPECT_TRUE(log.contains(QStringLiteral("whose folder is not in the database")));
   // The category tree is built from the settled folder names.
   EXPECT_TRUE(list.getCategoryTree().value(QStringLiteral("Bookmarks")).contains(QStringLiteral("Late folder")));
-  EXPECT_EQ(titles().first(), QStringLiteral("At root")); // ordered by title
-}
-
-TEST_F(SafariRead, HistoryOneItemPerVisit) {
-  const double t0 = 673034400; // 2022-04-30 18:00 UTC
-  const QList<SafariVisit> visits = {
-      {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB"), t0 + 60.75},
-      {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB"), t0 + 120},
-      {QStringLiteral("https://example.org/no-title"), QString(), t0 + 5},
-      {QStringLiteral("https://is.example/"), QStringLiteral("Vísir - Forsíða"), t0 + 7},
-  };
-  HistoryQuery query;
-  query.query(QStringList{writeDb(fixture::historyStatements(visits))}, nullptr);
-  query.appendItems(&list);
-  QStringList sorted = titles();
-  sorted.sort();
-  EXPECT_EQ(sorted, (QStringList{QStringLiteral("DB"), QStringLiteral("DB"), QStringLiteral("Vísir - Forsíða"),
-                                 QStringLiteral("example.org")}));
-  OxSafariBookmarkItem* v = titled(QStringLiteral("Vísir - Forsíða"));
-  ASSERT_TRUE(v);
-  const QDateTime when = CCommonUtils::buildDateTimeBase2001(t0 + 7);
-  EXPECT_EQ(v->value(2), CCommonUtils::datetimeToString(when, true));
-  EXPECT_EQ(v->getTreeFirstLayerName(), QStringLiteral("History"));
-  EXPECT_EQ(v->bookmarkGroup(), QStringLiteral("History"));
-  EXPECT_EQ(v->getFirstLayerIconType(), 8);
-  // Fractions of a second are dropped.
-  EXPECT_TRUE(list.at(0, false)->sortValue(2).toDateTime() == CCommonUtils::buildDateTimeBase2001(t0 + 60) ||
-              list.at(1, false)->sortValue(2).toDateTime() == CCommonUtils::buildDateTimeBase2001(t0 + 60));
+  EXPECT_EQ(list.at(0, false)->value(0), QStringLiteral("At root")); // ordered by title
 }
 
 TEST_F(SafariRead, PropertyLists) {
@@ -265,16 +229,20 @@ TEST_F(SafariRead, RealHistoryDb) {
   query.query(QStringList{path}, nullptr);
   query.appendItems(&list);
   QList<QPair<QString, QString>> got;
-  bool found = false; // 531955414.79 is 2017-11-09 21:23:34 UTC
+  // 531955414.79 is 2017-11-09 21:23:34 UTC: the fraction is dropped.
+  const QDateTime when(QDate(2017, 11, 9), QTime(21, 23, 34), Qt::UTC);
+  int found = 0;
   for (int row = 0; row < list.count(0); ++row) {
     got << qMakePair(list.at(row, false)->value(0), list.at(row, false)->value(1));
-    found |=
-        list.at(row, false)->sortValue(2).toDateTime() == QDateTime(QDate(2017, 11, 9), QTime(21, 23, 34), Qt::UTC);
+    if (list.at(row, false)->sortValue(2).toDateTime() == when) {
+      ++found;
+      EXPECT_EQ(list.at(row, false)->value(2), CCommonUtils::datetimeToString(when, true));
+    }
   }
   std::sort(expected.begin(), expected.end());
   std::sort(got.begin(), got.end());
   EXPECT_EQ(got, expected);
-  EXPECT_TRUE(found);
+  EXPECT_EQ(found, 1);
 }
 
 TEST_F(SafariRead, RealHistoryPlist) {
@@ -341,8 +309,14 @@ TEST(SafariService, EveryGenerationAndDomainThroughTheService) {
 
   OxData* safari = service.getOxData(9);
   QStringList titles;
-  for (int row = 0; row < safari->count(0); ++row)
-    titles << safari->at(row, false)->value(0);
+  for (int row = 0; row < safari->count(0); ++row) {
+    const auto* item = dynamic_cast<const OxSafariBookmarkItem*>(safari->at(row, false));
+    titles << item->value(0);
+    if (item->value(0) == QLatin1String("Home domain")) { // one item per visit, grouped with the history
+      EXPECT_EQ(item->bookmarkGroup(), QStringLiteral("History"));
+    }
+  }
+  EXPECT_EQ(titles.count(QStringLiteral("Home domain")), 2);
   for (const char* t :
        {"App domain", "Fav", "Home domain", "Old app", "Old home", "Plist read", "To read", "iPad User Guide"})
     EXPECT_TRUE(titles.contains(QLatin1String(t))) << t;
