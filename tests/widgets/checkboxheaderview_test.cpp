@@ -272,18 +272,6 @@ TEST(CheckBoxHeaderView, NoBoxWhereThereIsNoSection) {
   }
 }
 
-TEST(CheckBoxHeaderView, HeaderWithoutModel) {
-  CheckBoxHeaderView header(Qt::Horizontal);
-  header.setCheckBoxColumn(0);
-  header.resize(200, 30);
-  header.show();
-  ASSERT_TRUE(QTest::qWaitForWindowExposed(&header));
-  QSignalSpy spy(&header, &CheckBoxHeaderView::checkStateChanged);
-  QTest::mouseClick(header.viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(10, 15));
-  EXPECT_FALSE(header.grab().isNull());
-  EXPECT_EQ(spy.count(), 0);
-}
-
 TEST(CheckBoxHeaderView, ColumnReappearsWhenTheModelGrows) {
   Table t(4);
   t.view.resize(700, 240);
