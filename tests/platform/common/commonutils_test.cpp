@@ -62,9 +62,7 @@ TEST(CommonUtilsOrder, ItemValueLessThan) {
   for (const auto& r : rows)
     EXPECT_EQ(CCommonUtils::itemValueLessThan(r.a, r.b), r.less) << r.name;
 }
-} // namespace
 
-namespace {
 class CommonUtilsText : public ::testing::Test {
 protected:
   void SetUp() override {
@@ -108,10 +106,7 @@ TEST_F(CommonUtilsText, DateTextsInLocalTimeOrUtc) {
   for (const auto& r : rows)
     EXPECT_EQ(r.got, QString::fromLatin1(r.expected)) << r.name;
 }
-} // namespace
 
-
-namespace {
 TEST(CommonUtilsFiles, UniqFileNameCountsUpPastTakenNames) {
   QTemporaryDir dir;
   auto touch = [&](const char* name) {
@@ -125,11 +120,10 @@ TEST(CommonUtilsFiles, UniqFileNameCountsUpPastTakenNames) {
   EXPECT_EQ(CCommonUtils::uniqFileName(dir.path(), QStringLiteral("attach_1.png")),
             dir.filePath(QStringLiteral("attach_1 (2).png")));
   touch("README");
-  EXPECT_EQ(CCommonUtils::uniqFileName(dir.path(), QStringLiteral("README")), dir.filePath(QStringLiteral("README (1)")));
+  EXPECT_EQ(CCommonUtils::uniqFileName(dir.path(), QStringLiteral("README")),
+            dir.filePath(QStringLiteral("README (1)")));
 }
-} // namespace
 
-namespace {
 TEST_F(CommonUtilsText, LocalTextsFollowDaylightSavingAndZoneChanges) {
   const QDateTime winter(QDate(2021, 1, 15), QTime(12, 0), Qt::UTC);
   const QDateTime summer(QDate(2021, 7, 15), QTime(12, 0), Qt::UTC);
