@@ -82,66 +82,26 @@ TEST(CalendarTexts, AlertsTriggersAndRepeatRules) {
         << r.frequency << " " << r.interval;
 }
 
-TEST_F(CalendarRead, CurrentGeneration) {
-  CalendarEvent dentist = event("Dentist", t0 + 5400, t0 + 7200, 2);
-  dentist.location = QStringLiteral("Hauptstraße 5");
-  dentist.alarms = QStringList{QStringLiteral("-900"), QStringLiteral("-3600"), QStringLiteral("-86400")};
-  CalendarEvent standup = event("Stand-up", t0, t0 + 900, 3);
-  standup.frequency = 2;
-  standup.interval = 1;
-  standup.specifier = QStringLiteral("D=0MO");
-  standup.recurrenceEnd = t0 + 86400 * 30;
-  standup.url = QStringLiteral("https://meet.example/x");
-  CalendarEvent holiday = event("Holiday", t0 + 86400, t0 + 3 * 86400, 2);
-  holiday.allDay = 1;
-  CalendarEvent local = event("Local", t0 - 86400, t0 - 86000, 1);
-  CalendarEvent reminder = event("Reminder", t0, t0, 4);
+// Reminders and end-less items of a legacy default calendar are left out;
+// store kinds and colours give the icons.
+TEST_F(CalendarRead, WhichRowsAndWhichIcons) {
   CalendarEvent noEnd = event("Old default without end", t0, 0, 1);
   noEnd.end = QStringLiteral("NULL");
-  const QList<CalendarStore> stores = {
-      {1, QStringLiteral("Default")}, {2, QStringLiteral("iCloud")}, {3, QStringLiteral("Exchange")}};
+  const QList<CalendarStore> stores = {{1, QStringLiteral("Default")}, {3, QStringLiteral("Exchange")}};
   const QList<CalendarDef> calendars = {{1, 1, QStringLiteral("Calendar"), QString(), 0},
-                                        {2, 2, QStringLiteral("Home"), QStringLiteral("#34AADC"), 4},
                                         {3, 3, QStringLiteral("Work"), QStringLiteral("#FF2968"), 4},
-                                        {4, 2, QStringLiteral("Tasks"), QStringLiteral("#FF9500"), 8}};
-  read(fixture::calendarStatements(stores, calendars, {dentist, standup, holiday, local, reminder, noEnd}));
-
-  ASSERT_EQ(list.count(0), 4); // reminders and end-less items of legacy calendars are left out
-  OxCalendarItem* d = titled("Dentist");
-  ASSERT_TRUE(d);
-  EXPECT_EQ(d->value(OxCalendarItem::ColAlert), QStringLiteral("15 minute ago / 1 hour ago / 1 day ago"));
-  EXPECT_EQ(d->sortValue(OxCalendarItem::ColAlert).toString(), QStringLiteral("900"));
-  EXPECT_EQ(d->value(OxCalendarItem::ColRepeat), QStringLiteral("Never"));
-  EXPECT_EQ(d->value(OxCalendarItem::ColEndRepeat), QStringLiteral("Never"));
-  EXPECT_EQ(d->value(OxCalendarItem::ColUrl), QStringLiteral("None"));
-  EXPECT_EQ(d->value(OxCalendarItem::ColStore), QStringLiteral("iCloud"));
-  EXPECT_EQ(d->getFirstLayerIconType(), 1);
-  EXPECT_EQ(d->getSecondLayerIconType(), 13);
-  EXPECT_NE(d->getTriggerid(), 0);
-  const QDateTime start = CCommonUtils::buildDateTimeBase2001(t0 + 5400);
-  EXPECT_EQ(d->sortValue(OxCalendarItem::ColStartDate).toDateTime(), start);
-  EXPECT_EQ(d->value(OxCalendarItem::ColStartDate), CCommonUtils::datetimeToMinuteCheckNoYear(start, true));
-
-  OxCalendarItem* s = titled("Stand-up");
-  ASSERT_TRUE(s);
-  EXPECT_EQ(s->value(OxCalendarItem::ColRepeat), QStringLiteral("1 week"));
-  EXPECT_EQ(s->sortValue(OxCalendarItem::ColRepeat).toString(), QStringLiteral("1*2*D=0MO"));
-  EXPECT_EQ(s->sortValue(OxCalendarItem::ColEndRepeat).toDateTime(),
-            CCommonUtils::buildDateTimeBase2001(t0 + 86400 * 30));
-  EXPECT_EQ(s->value(OxCalendarItem::ColAlert), QStringLiteral("None"));
-  EXPECT_EQ(s->value(OxCalendarItem::ColUrl), QStringLiteral("https://meet.example/x"));
-  EXPECT_EQ(s->getFirstLayerIconType(), 4);
-
-  EXPECT_EQ(titled("Holiday")->value(OxCalendarItem::ColStartDate), QStringLiteral("2022-05-03")); // all day
+                                        {4, 3, QStringLiteral("Tasks"), QStringLiteral("#FF9500"), 8}};
+  read(fixture::calendarStatements(stores, calendars,
+                                   {event("Work", t0, t0 + 900, 3), event("Local", t0 - 86400, t0 - 86000, 1),
+                                    event("Reminder", t0, t0, 4), noEnd}));
+  ASSERT_EQ(list.count(0), 2);
+  EXPECT_EQ(titled("Work")->getFirstLayerIconType(), 4);
+  EXPECT_EQ(titled("Work")->getSecondLayerIconType(), 13);
   EXPECT_EQ(titled("Local")->getFirstLayerIconType(), 0);
   EXPECT_EQ(titled("Local")->getSecondLayerIconType(), -1); // no colour recorded
-
-  // Newest first; the category tree and the colours follow the items.
-  EXPECT_EQ(list.at(0, false)->value(0), QStringLiteral("Holiday"));
-  EXPECT_EQ(list.at(3, false)->value(0), QStringLiteral("Local"));
-  EXPECT_EQ(list.getCategoryTree().value(QStringLiteral("iCloud")), (QStringList{QStringLiteral("Home")}));
+  EXPECT_EQ(titled("Local")->value(OxCalendarItem::ColLocation), QStringLiteral("None"));
+  EXPECT_EQ(titled("Local")->value(OxCalendarItem::ColUrl), QStringLiteral("None"));
   EXPECT_EQ(list.getCalendarColorMap().value(QStringLiteral("Work")), QStringLiteral("#FF2968"));
-  EXPECT_EQ(list.categoryItemCount(QStringLiteral("iCloud"), QStringLiteral("Home")), 2);
 }
 
 // Damaged or unexpected databases: whatever can be read is listed, the rest
@@ -219,6 +179,8 @@ TEST_F(CalendarRead, BadInputs) {
   EXPECT_EQ(word->sortValue(OxCalendarItem::ColAlert).toString(), QStringLiteral("soon"));
 }
 
+// The sample calendar read out of a backup: alarms merged into one item,
+// repeat rules, all-day dates, newest first.
 TEST(CalendarService, SampleBackupThroughTheService) {
   QTemporaryDir root;
   QString error;
@@ -235,7 +197,35 @@ TEST(CalendarService, SampleBackupThroughTheService) {
   QStringList titles;
   for (int row = 0; row < calendar->count(0); ++row)
     titles << calendar->at(row, false)->value(0);
-  EXPECT_EQ(titles, (QStringList{QStringLiteral("Holiday"), QStringLiteral("Dentist"), QStringLiteral("Team stand-up"),
+  ASSERT_EQ(titles, (QStringList{QStringLiteral("Holiday"), QStringLiteral("Dentist"), QStringLiteral("Team stand-up"),
                                  QStringLiteral("Pay the rent")})); // the reminder list stays out
+  auto item = [&](int row) { return dynamic_cast<const OxCalendarItem*>(calendar->at(row, false)); };
+
+  EXPECT_EQ(item(0)->value(OxCalendarItem::ColStartDate), QStringLiteral("2022-05-12")); // all day: no time
+  EXPECT_EQ(item(0)->value(OxCalendarItem::ColUrl), QStringLiteral("https://example.org/booking/4711"));
+  EXPECT_EQ(item(0)->value(OxCalendarItem::ColAlert), QStringLiteral("None"));
+
+  const OxCalendarItem* dentist = item(1);
+  EXPECT_EQ(dentist->value(OxCalendarItem::ColAlert), QStringLiteral("15 minute ago / 1 hour ago / 1 day ago"));
+  EXPECT_EQ(dentist->sortValue(OxCalendarItem::ColAlert).toString(), QStringLiteral("900"));
+  EXPECT_NE(dentist->getTriggerid(), 0);
+  EXPECT_EQ(dentist->value(OxCalendarItem::ColLocation), QStringLiteral("Hauptstraße 5, Köln"));
+  EXPECT_EQ(dentist->value(OxCalendarItem::ColRepeat), QStringLiteral("Never"));
+  EXPECT_EQ(dentist->value(OxCalendarItem::ColEndRepeat), QStringLiteral("Never"));
+  EXPECT_EQ(dentist->value(OxCalendarItem::ColStore), QStringLiteral("iCloud"));
+  EXPECT_EQ(dentist->getFirstLayerIconType(), 1);
+  const QDateTime start = CCommonUtils::buildDateTimeBase2001(t0 + 3 * 86400 + 5400);
+  EXPECT_EQ(dentist->sortValue(OxCalendarItem::ColStartDate).toDateTime(), start);
+  EXPECT_EQ(dentist->value(OxCalendarItem::ColStartDate), CCommonUtils::datetimeToMinuteCheckNoYear(start, true));
+
+  const OxCalendarItem* standup = item(2);
+  EXPECT_EQ(standup->value(OxCalendarItem::ColRepeat), QStringLiteral("1 week"));
+  EXPECT_EQ(standup->sortValue(OxCalendarItem::ColRepeat).toString(), QStringLiteral("1*2*D=0MO,0TU,0WE,0TH,0FR"));
+  EXPECT_EQ(standup->sortValue(OxCalendarItem::ColEndRepeat).toDateTime(),
+            CCommonUtils::buildDateTimeBase2001(t0 + 180 * 86400));
+
+  EXPECT_EQ(calendar->getCategoryTree().value(QStringLiteral("iCloud")),
+            (QStringList{QStringLiteral("Work"), QStringLiteral("Home")})); // in arrival order
+  EXPECT_EQ(calendar->categoryItemCount(QStringLiteral("iCloud"), QStringLiteral("Home")), 2);
 }
 } // namespace
