@@ -167,93 +167,80 @@ TEST_F(BackupTest, BadInputIsLoggedAndNeverCrashes) {
     const char* name;
     BackupPlan::Generation generation;
     bool encrypted;
-    std::function<void(Files*, BackupPlan*)> prepare; // before writing
-    std::function<void()> damage;                     // after writing
-    const char* password;                             // nullptr: the backup's own
-    E error;                                          // None: it opens
-    std::function<void(MobileBackup*)> check;         // when it opens
+    E error;                                                    // None: it opens
+    std::function<void()> damage = nullptr;                     // after writing
+    std::function<void(MobileBackup*)> check = nullptr;         // when it opens
+    std::function<void(Files*, BackupPlan*)> prepare = nullptr; // before writing
+    const char* password = nullptr;                             // nullptr: the backup's own
   };
+  const auto remove = [this](const char* name) { return [=] { QFile::remove(manifest(name)); }; };
   const auto cut = [this](const char* name, qint64 size) {
     return [=] {
       const QString path = manifest(name);
       ASSERT_TRUE(QFile::resize(path, size >= 0 ? size : QFileInfo(path).size() + size));
     };
   };
+  const auto replace = [this](const char* name, const QByteArray& bytes) {
+    return [=] { overwrite(manifest(name), bytes); };
+  };
   const auto sql = [this](const char* stmt) { return [=] { sqlOn(manifest("Manifest.db"), stmt); }; };
   const auto count = [](int n) { return [n](MobileBackup* b) { EXPECT_EQ(b->fileCount(), n); }; };
   const Row rows[] = {
-      {"Manifest.db missing", kDb, false, nullptr, [&] { QFile::remove(manifest("Manifest.db")); }, nullptr,
-       E::NotABackup, nullptr},
-      {"Manifest.mbdb missing", kMbdb, false, nullptr, [&] { QFile::remove(manifest("Manifest.mbdb")); }, nullptr,
-       E::NotABackup, nullptr},
-      {"Manifest.db truncated in its header", kDb, false, nullptr, cut("Manifest.db", 60), nullptr, E::NotABackup,
-       nullptr},
-      {"Manifest.db empty", kDb, false, nullptr, cut("Manifest.db", 0), nullptr, E::NotABackup, nullptr},
-      {"manifest not a database", kDb, false, nullptr,
-       [&] { overwrite(manifest("Manifest.db"), QByteArray(5000, 'z')); }, nullptr, E::NotABackup, nullptr},
-      {"Manifest.db without Files table", kDb, false, nullptr, sql("drop table Files"), nullptr, E::NotABackup,
-       nullptr},
-      {"Manifest.mbdb bad header", kMbdb, false, nullptr,
-       [&] { overwrite(manifest("Manifest.mbdb"), QByteArray("mbdX\x05\x00garbage", 13)); }, nullptr, E::NotABackup,
-       nullptr},
+      {"Manifest.db missing", kDb, false, E::NotABackup, remove("Manifest.db")},
+      {"Manifest.mbdb missing", kMbdb, false, E::NotABackup, remove("Manifest.mbdb")},
+      {"Manifest.db truncated in its header", kDb, false, E::NotABackup, cut("Manifest.db", 60)},
+      {"Manifest.db empty", kDb, false, E::NotABackup, cut("Manifest.db", 0)},
+      {"manifest not a database", kDb, false, E::NotABackup, replace("Manifest.db", QByteArray(5000, 'z'))},
+      {"Manifest.db without Files table", kDb, false, E::NotABackup, sql("drop table Files")},
+      {"Manifest.mbdb bad header", kMbdb, false, E::NotABackup,
+       replace("Manifest.mbdb", QByteArray("mbdX\x05\x00garbage", 13))},
       // A record cut short ends the list; the records before it stay.
-      {"Manifest.mbdb truncated in a record", kMbdb, false, nullptr, cut("Manifest.mbdb", -10), nullptr, E::None,
-       count(2)},
+      {"Manifest.mbdb truncated in a record", kMbdb, false, E::None, cut("Manifest.mbdb", -10), count(2)},
       // A record whose metadata is not a keyed archive is skipped, not fatal.
-      {"record metadata not a plist", kDb, false, nullptr,
-       sql("update Files set file = x'00112233' where relativePath = 'Library/b.db'"), nullptr, E::None,
+      {"record metadata not a plist", kDb, false, E::None,
+       sql("update Files set file = x'00112233' where relativePath = 'Library/b.db'"),
        [](MobileBackup* b) {
          EXPECT_EQ(b->fileCount(), 2);
          EXPECT_EQ(b->otherCount(), 1);
        }},
       // A file ID that is not a hash could name any file: the record is skipped.
-      {"file ID escapes the folder", kDb, false, nullptr,
-       sql("update Files set fileID = '../../../../etc/passwd' where relativePath = 'Library/a.db'"), nullptr, E::None,
-       count(2)},
-      {"keybag with unknown tags", kDb, true,
+      {"file ID escapes the folder", kDb, false, E::None,
+       sql("update Files set fileID = '../../../../etc/passwd' where relativePath = 'Library/a.db'"), count(2)},
+      {"keybag with unknown tags", kDb, true, E::None, nullptr,
+       [](MobileBackup* b) { EXPECT_EQ(readFile(b->filePath(0)), pattern(100, 'a')); },
        [](Files*, BackupPlan* p) {
          p->extraKeybagItems = {fixture::keybagItem("ZZZZ", QByteArray(7, 'x')), fixture::keybagInt("QQQQ", 5)};
-       },
-       nullptr, nullptr, E::None, [](MobileBackup* b) { EXPECT_EQ(readFile(b->filePath(0)), pattern(100, 'a')); }},
-      {"keybag item longer than the keybag", kDb, true,
+       }},
+      {"keybag item longer than the keybag", kDb, true, E::Damaged, nullptr, nullptr,
        [](Files*, BackupPlan* p) {
          QByteArray item = fixture::keybagItem("ABCD", QByteArray(4, 'x'));
          item[7] = char(0x7f);
          p->extraKeybagItems = {item};
-       },
-       nullptr, nullptr, E::Damaged, nullptr},
-      {"relative path with ..", kDb, false,
-       [](Files* f, BackupPlan*) {
-         f->append(fixture::file(kHome, QStringLiteral("../../../escape.db"), "x"));
-         f->append(fixture::file(kHome, QStringLiteral("a/../../up.db"), "y"));
-       },
-       nullptr, nullptr, E::None,
+       }},
+      {"relative path with ..", kDb, false, E::None, nullptr,
        [&](MobileBackup* b) {
          ASSERT_EQ(b->fileCount(), 5);
          EXPECT_TRUE(b->extractFile(3, out).isEmpty());
          EXPECT_TRUE(b->generalSqlDbFile(out, kHome, QStringLiteral("../../../escape.db")).isEmpty());
+       },
+       [](Files* f, BackupPlan*) {
+         f->append(fixture::file(kHome, QStringLiteral("../../../escape.db"), "x"));
+         f->append(fixture::file(kHome, QStringLiteral("a/../../up.db"), "y"));
        }},
-      {"absolute relative path", kMbdb, false,
-       [](Files* f, BackupPlan*) { f->append(fixture::file(kHome, QStringLiteral("/etc/x"), "x")); }, nullptr, nullptr,
-       E::None,
+      {"absolute relative path", kMbdb, false, E::None, nullptr,
        [&](MobileBackup* b) {
          ASSERT_EQ(b->fileAt(3).relativePath, QStringLiteral("/etc/x"));
          EXPECT_TRUE(b->extractFile(3, out).isEmpty());
-       }},
-      {"file absent on disk", kDb, true, [](Files* f, BackupPlan*) { (*f)[1].omitContent = true; }, nullptr, nullptr,
-       E::None,
+       },
+       [](Files* f, BackupPlan*) { f->append(fixture::file(kHome, QStringLiteral("/etc/x"), "x")); }},
+      {"file absent on disk", kDb, true, E::None, nullptr,
        [&](MobileBackup* b) {
          EXPECT_TRUE(b->filePath(1).isEmpty());
          EXPECT_TRUE(b->generalSqlDbFile(out, kHome, QStringLiteral("Library/b.db")).isEmpty());
          EXPECT_FALSE(b->filePath(2).isEmpty());
-       }},
-      {"zero-length files, stored and absent", kMbdb, true,
-       [](Files* f, BackupPlan*) {
-         f->prepend(fixture::file(kHome, QStringLiteral("Library/zero-stored"), QByteArray()));
-         f->prepend(fixture::file(kHome, QStringLiteral("Library/zero-absent"), QByteArray()));
-         f->first().omitContent = true;
        },
-       nullptr, nullptr, E::None,
+       [](Files* f, BackupPlan*) { (*f)[1].omitContent = true; }},
+      {"zero-length files, stored and absent", kMbdb, true, E::None, nullptr,
        [](MobileBackup* b) {
          ASSERT_EQ(b->fileCount(), 5);
          EXPECT_EQ(b->fileAt(0).relativePath, QStringLiteral("Library/a.db"));
@@ -261,15 +248,20 @@ TEST_F(BackupTest, BadInputIsLoggedAndNeverCrashes) {
          EXPECT_TRUE(b->filePath(3).isEmpty());
          ASSERT_FALSE(b->filePath(4).isEmpty());
          EXPECT_EQ(QFileInfo(b->filePath(4)).size(), 0);
+       },
+       [](Files* f, BackupPlan*) {
+         f->prepend(fixture::file(kHome, QStringLiteral("Library/zero-stored"), QByteArray()));
+         f->prepend(fixture::file(kHome, QStringLiteral("Library/zero-absent"), QByteArray()));
+         f->first().omitContent = true;
        }},
       // Stored content that is not a whole number of blocks cannot be decrypted.
-      {"encrypted content damaged", kDb, true, nullptr,
+      {"encrypted content damaged", kDb, true, E::None,
        [&] { QFile::resize(fixture::storedPath(m_folder, BackupPlan(), kHome, QStringLiteral("Library/a.db")), 50); },
-       nullptr, E::None, [](MobileBackup* b) { EXPECT_TRUE(b->filePath(0).isEmpty()); }},
-      {"wrong password, Manifest.db", kDb, true, nullptr, nullptr, "wrong", E::WrongPassword, nullptr},
-      {"wrong password, Manifest.mbdb", kMbdb, true, nullptr, nullptr, "wrong", E::WrongPassword, nullptr},
-      {"encrypted, opened without a password", kDb, true, nullptr, nullptr, "", E::PasswordRequired, nullptr},
-      {"encrypted Manifest.db truncated", kDb, true, nullptr, cut("Manifest.db", 4001), nullptr, E::Damaged, nullptr},
+       [](MobileBackup* b) { EXPECT_TRUE(b->filePath(0).isEmpty()); }},
+      {"wrong password, Manifest.db", kDb, true, E::WrongPassword, nullptr, nullptr, nullptr, "wrong"},
+      {"wrong password, Manifest.mbdb", kMbdb, true, E::WrongPassword, nullptr, nullptr, nullptr, "wrong"},
+      {"encrypted, opened without a password", kDb, true, E::PasswordRequired, nullptr, nullptr, nullptr, ""},
+      {"encrypted Manifest.db truncated", kDb, true, E::Damaged, cut("Manifest.db", 4001)},
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(r.name);
