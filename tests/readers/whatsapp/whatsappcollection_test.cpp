@@ -6,24 +6,20 @@
 #include "model/oxdata.h"
 #include "model/oxwhatsappitem.h"
 #include "platform/common/commonutils.h"
-#include "platform/common/log.h"
 #include "readers/whatsapp/whatsappqueries.h"
 #include "service/progress.h"
 #include "tests/support/apps/whatsapp.h"
+#include "tests/support/testdata.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QSet>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <memory>
 
 namespace {
-using fixture::WaMedia;
 using fixture::WaMember;
 using fixture::WaMessage;
 using fixture::WaSession;
@@ -46,7 +42,7 @@ public:
 // total passes a limit.
 class CountingSink : public CIProgressCallback {
 public:
-  explicit CountingSink(int range, double limit = 1e18) : m_range(range), m_limit(limit) {}
+  CountingSink(int range, double limit) : m_range(range), m_limit(limit) {}
   void initRange(int range) override { m_range = range; }
   int range() override { return m_range; }
   bool progress(double amount) override {
@@ -62,89 +58,67 @@ private:
   double m_limit;
 };
 
-QString writeDb(const QTemporaryDir& dir, const WhatsappDb& rows) {
-  QByteArray db;
-  QString error;
-  EXPECT_TRUE(fixture::makeSqliteDb(fixture::whatsappSchema() + fixture::whatsappInserts(rows), false, &db, nullptr,
-                                    &error))
-      << qPrintable(error);
-  const QString path = dir.filePath(QStringLiteral("ChatStorage.sqlite"));
-  QFile f(path);
-  EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-  f.write(db);
-  return path;
-}
-
 OxWhatsappItem* itemNamed(OxData* list, const QString& name) {
-  for (int i = 0; i < list->count(OxData::CountRaw); ++i) {
-    auto* item = static_cast<OxWhatsappItem*>(list->at(i, false));
-    if (item->value(0) == name)
-      return item;
-  }
+  for (int i = 0; i < list->count(OxData::CountRaw); ++i)
+    if (list->at(i, false)->value(0) == name)
+      return static_cast<OxWhatsappItem*>(list->at(i, false));
   return nullptr;
 }
 
-class WhatsappCollection : public ::testing::Test {
+class WhatsappCollection : public testdata::ErrorLogTest {
 protected:
-  void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
-    SherdLog::setSink([this](const char*, int, const QString& text) { log << text; });
+  QString writeDb(const WhatsappDb& rows) {
+    return testdata::writeSqliteDb(dir.filePath(QStringLiteral("ChatStorage.sqlite")),
+                                   fixture::whatsappSchema() + fixture::whatsappInserts(rows));
   }
-  void TearDown() override { SherdLog::toStderr(); }
-  QTemporaryDir dir;
-  QStringList log;
 };
-
-// ---- one message ---------------------------------------------------------------
 
 TEST_F(WhatsappCollection, CreateMsgOneRowPerKind) {
   WAGroupMember ann{1, 5, QStringLiteral("Ann"), QStringLiteral("ann@s.whatsapp.net")};
   WAGroupMember ben{2, 0, QStringLiteral("Ben"), QStringLiteral("ben@s.whatsapp.net")};
   const QMap<qint64, WAGroupMember*> members{{1, &ann}, {2, &ben}};
-  WAMediaItem picture;
-  picture.pk = 1;
-  picture.localPath = QStringLiteral("Media/x/1.jpg");
-  picture.thumbPath = QStringLiteral("Media/x/1.thumb");
-  picture.title = QStringLiteral("caption");
-  picture.authorName = QStringLiteral("author");
-  picture.vcardName = QStringLiteral("vcard");
-  WAMediaItem document;
-  document.pk = 2;
-  document.localPath = QStringLiteral("Media/x/2.pdf");
-  document.title = QStringLiteral("doc.pdf");
-  document.authorName = QStringLiteral("Doc author");
-  WAMediaItem remote;
-  remote.pk = 3;
-  remote.mediaUrl = QStringLiteral("https://mmg.whatsapp.net/3.enc");
-  WAMediaItem place;
-  place.pk = 4;
-  place.thumbPath = QStringLiteral("Media/x/4.thumb");
-  place.vcardName = QStringLiteral("Place");
-  WAMediaItem clip;
-  clip.pk = 5;
-  clip.localPath = QStringLiteral("Media/x/5.mp4");
+  // pk, size, duration, message, local path, URL, thumbnail, card name, card, title, author.
+  const QString no;
+  WAMediaItem picture{1,
+                      0,
+                      0,
+                      0,
+                      QStringLiteral("Media/x/1.jpg"),
+                      no,
+                      QStringLiteral("Media/x/1.thumb"),
+                      QStringLiteral("vcard"),
+                      no,
+                      QStringLiteral("caption"),
+                      QStringLiteral("author")};
+  WAMediaItem document{2,
+                       0,
+                       0,
+                       0,
+                       QStringLiteral("Media/x/2.pdf"),
+                       no,
+                       no,
+                       no,
+                       no,
+                       QStringLiteral("doc.pdf"),
+                       QStringLiteral("Doc author")};
+  WAMediaItem remote{3, 0, 0, 0, no, QStringLiteral("https://mmg.whatsapp.net/3.enc"), no, no, no, no, no};
+  WAMediaItem place{4, 0, 0, 0, no, no, QStringLiteral("Media/x/4.thumb"), QStringLiteral("Place"), no, no, no};
+  WAMediaItem clip{5, 0, 0, 0, QStringLiteral("Media/x/5.mp4"), no, no, no, no, no, no};
   const QMap<qint64, WAMediaItem*> media{{1, &picture}, {2, &document}, {3, &remote}, {4, &place}, {5, &clip}};
   WAMessage parentWithPicture;
   parentWithPicture.mediaItem = 1;
 
   struct Row {
     const char* name;
-    int type;
-    int status;
-    int fromMe;
-    qint64 member;
-    qint64 mediaItem;
-    qint64 parentPk;
+    int type, status, fromMe;
+    qint64 member, mediaItem, parentPk;
     const WAMessage* parent;
     int groupEvent;
     const char* text;
     bool none; // no message at all
     int shownType;
-    const char* content;
-    const char* mediaPath;
-    const char* memberName;
-    bool sent;
-    bool broadcast;
+    const char *content, *mediaPath, *memberName;
+    bool sent, broadcast;
   } rows[] = {
       {"system notice", 10, 0, 0, 0, 0, 0, nullptr, 2, "", true, 0, "", "", "", true, false},
       {"text from me, delivered", 0, 8, 1, 0, 0, 0, nullptr, 0, "hi", false, 0, "hi", "", "", true, false},
@@ -175,7 +149,8 @@ TEST_F(WhatsappCollection, CreateMsgOneRowPerKind) {
        "You were removed", "", "", true, false},
   };
   FakeLocator locator;
-  locator.known = {QStringLiteral("Media/x/1.thumb"), QStringLiteral("Media/x/2.pdf"), QStringLiteral("Media/x/4.thumb")};
+  locator.known = {QStringLiteral("Media/x/1.thumb"), QStringLiteral("Media/x/2.pdf"),
+                   QStringLiteral("Media/x/4.thumb")};
   QHash<QString, QString> byJid{{ann.memberJid, ann.contactName}, {ben.memberJid, ben.contactName}};
   for (const Row& row : rows) {
     WAMessage m;
@@ -210,8 +185,6 @@ TEST_F(WhatsappCollection, CreateMsgOneRowPerKind) {
     }
   }
 }
-
-// ---- chats ---------------------------------------------------------------------
 
 WaMessage message(qint64 pk, qint64 session, int sort, double date, const char* text, int type = 0) {
   WaMessage m;
@@ -254,21 +227,20 @@ WhatsappDb chatRows() {
 }
 
 TEST_F(WhatsappCollection, ChatItemsFromSessionsMembersAndMessages) {
-  const QString db = writeDb(dir, chatRows());
   FakeLocator locator;
   locator.known = {QStringLiteral("Media/Profile/111-1.jpg")};
   OxBackup registry;
-  locator.readDatabase(&registry, nullptr, db);
+  locator.readDatabase(&registry, nullptr, writeDb(chatRows()));
   OxData* list = registry.getWhatsappMsg();
   ASSERT_EQ(list->count(OxData::CountRaw), 3) << "removed and hidden chats are left out";
+  // The chat list orders by the chat's date, newest first.
+  EXPECT_EQ(list->at(0, false)->value(0), QStringLiteral("Anna"));
+  EXPECT_EQ(list->at(1, false)->value(0), QStringLiteral("Group"));
 
   struct Row {
-    const char* name;
-    const char* title;
-    const char* numbers;
+    const char *name, *title, *numbers;
     double date; // -1: none
-    const char* lastContent;
-    const char* picture;
+    const char *lastContent, *picture;
     int messages;
   } rows[] = {
       {"Anna", "Anna(+111)", "+111", 20, "first", "/local/Media/Profile/111-1.jpg", 4},
@@ -285,7 +257,6 @@ TEST_F(WhatsappCollection, ChatItemsFromSessionsMembersAndMessages) {
     EXPECT_EQ(item->sortValue(6).toDateTime(), date) << row.name;
     EXPECT_EQ(item->value(4), QString::fromUtf8(row.lastContent)) << row.name;
     EXPECT_EQ(item->value(5), QString::fromUtf8(row.picture)) << row.name;
-    ASSERT_TRUE(item->detailContent()) << row.name;
     const QList<OxWhatsappMsg*>& msgs = item->detailContent()->messages();
     EXPECT_EQ(msgs.size(), row.messages) << row.name;
     for (int i = 1; i < msgs.size(); ++i)
@@ -294,53 +265,41 @@ TEST_F(WhatsappCollection, ChatItemsFromSessionsMembersAndMessages) {
   const QList<OxWhatsappMsg*>& anna = itemNamed(list, QStringLiteral("Anna"))->detailContent()->messages();
   EXPECT_EQ(anna[1]->content(), QStringLiteral("forwarded"));
   EXPECT_TRUE(anna[1]->isBroadcast());
-  EXPECT_FALSE(anna[2]->isBroadcast());
-  OxWhatsappItem* group = itemNamed(list, QStringLiteral("Group"));
-  const QList<OxWhatsappMsg*>& msgs = group->detailContent()->messages();
-  EXPECT_EQ(msgs[0]->content(), QStringLiteral("later"));
-  EXPECT_EQ(msgs[0]->member(), QString()) << "member 42 does not exist";
-  EXPECT_EQ(msgs[1]->member(), QStringLiteral("Cleo"));
-  // The chat list orders by the chat's date, newest first.
-  EXPECT_EQ(list->at(0, false)->value(0), QStringLiteral("Anna"));
-  EXPECT_EQ(list->at(1, false)->value(0), QStringLiteral("Group"));
+  const QList<OxWhatsappMsg*>& group = itemNamed(list, QStringLiteral("Group"))->detailContent()->messages();
+  EXPECT_EQ(group[0]->member(), QString()) << "member 42 does not exist";
+  EXPECT_EQ(group[1]->member(), QStringLiteral("Cleo"));
 }
 
-TEST_F(WhatsappCollection, SwitchOffBuildsNothing) {
-  const QString db = writeDb(dir, chatRows());
-  FakeLocator locator;
-  locator.setSwitches(false, false);
-  OxBackup registry;
-  locator.readDatabase(&registry, nullptr, db);
-  EXPECT_EQ(registry.getWhatsappMsg()->count(OxData::CountRaw), 0);
-}
-
-TEST_F(WhatsappCollection, ProgressSharesAndStops) {
+TEST_F(WhatsappCollection, ProgressSharesStopsAndSwitchOff) {
   WhatsappDb rows = chatRows();
   // Only messages of shown chats, so that the building reports its whole share.
-  rows.messages.erase(std::remove_if(rows.messages.begin(), rows.messages.end(),
-                                     [](const WaMessage& m) { return m.session > 3; }),
-                      rows.messages.end());
-  const QString db = writeDb(dir, rows);
+  rows.messages.erase(
+      std::remove_if(rows.messages.begin(), rows.messages.end(), [](const WaMessage& m) { return m.session > 3; }),
+      rows.messages.end());
+  const QString db = writeDb(rows);
   const int messageCount = rows.messages.size(); // 8
   const int annaMessages = 5;                    // reported, the notice included
 
   struct Row {
     const char* name;
+    bool build;
     double limit;
     int items;
   } cases[] = {
       // Five stages of 100 each and the building 400: more than the range.
-      {"never refused", 1e18, 3},
-      {"refused in the third stage", 250, 0},
-      {"refused after the first chat", 500 + 400.0 * (annaMessages + 0.5) / messageCount, 1},
+      {"never refused", true, 1e18, 3},
+      {"refused in the third stage", true, 250, 0},
+      {"refused after the first chat", true, 500 + 400.0 * (annaMessages + 0.5) / messageCount, 1},
+      {"chat building switched off", false, 1e18, 0},
   };
   for (const Row& row : cases) {
     FakeLocator locator;
+    locator.setSwitches(row.build, false);
     OxBackup registry;
     CountingSink sink(800, row.limit);
     locator.readDatabase(&registry, &sink, db);
     EXPECT_EQ(registry.getWhatsappMsg()->count(OxData::CountRaw), row.items) << row.name;
-    if (row.limit > 1e17) {
+    if (row.build && row.limit > 1e17) {
       EXPECT_NEAR(sink.total, 900.0, 1e-6) << row.name;
     }
   }

@@ -7,20 +7,13 @@
 #include "model/oxwhatsappitem.h"
 #include "platform/backup/mobilebackup.h"
 #include "platform/common/commonutils.h"
-#include "platform/common/log.h"
-#include "platform/common/utils.h"
 #include "tests/support/apps/whatsapp.h"
+#include "tests/support/testdata.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QLocale>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
-#include <functional>
 #include <memory>
 
 namespace {
@@ -32,20 +25,11 @@ using fixture::WhatsappDb;
 const QString kGroup = fixture::whatsappGroupDomain();
 const QString kApp = fixture::whatsappAppDomain();
 
-class WhatsappBackup : public ::testing::Test {
+class WhatsappBackup : public testdata::ErrorLogTest {
 protected:
-  void SetUp() override {
-    ASSERT_TRUE(root.isValid());
-    SherdLog::setSink([this](const char*, int level, const QString& text) {
-      if (level == 0)
-        errors << text;
-    });
-  }
-  void TearDown() override { SherdLog::toStderr(); }
-
   // Writes a backup of the files and opens it.
   std::unique_ptr<MobileBackup> backupOf(const QList<StoredFile>& files, const QString& password = QString()) {
-    const QString folder = root.filePath(QStringLiteral("b%1").arg(++m_backups));
+    const QString folder = dir.filePath(QStringLiteral("b%1").arg(++m_backups));
     fixture::BackupPlan plan;
     plan.password = password;
     QString error;
@@ -60,9 +44,6 @@ protected:
     whatsapp.setSwitches(true, false);
     whatsapp.load(backup);
   }
-
-  QTemporaryDir root;
-  QStringList errors;
   int m_backups = 0;
 };
 
@@ -80,7 +61,15 @@ OxWhatsappItem* itemNamed(OxData* list, const QString& name) {
   return nullptr;
 }
 
-// ---- file index and paths ---------------------------------------------------------
+WaMessage message(qint64 pk, qint64 session, int sort, const char* text, double date = 0) {
+  WaMessage m;
+  m.pk = pk;
+  m.session = session;
+  m.sort = sort;
+  m.text = QString::fromUtf8(text);
+  m.date = date;
+  return m;
+}
 
 TEST_F(WhatsappBackup, FileIndexKeysAndAliases) {
   auto f = [](const QString& domain, const char* path, int size = 3) {
@@ -109,30 +98,27 @@ TEST_F(WhatsappBackup, FileIndexKeysAndAliases) {
                          "/Library/gif/x.mp4", "/Media/Profile/1-2.jpg", "/Message/Media/12345/a/b.jpg"}));
 
   struct Row {
-    const char* stored; // as the database names it
-    const char* domain; // of the record found; null: none
-    const char* relativePath;
+    const char* stored;       // as the database names it
+    const QString* domain;    // of the record found; null: none
+    const char* relativePath; // of the record found
   } rows[] = {
-      {"Media/12345/a/b.jpg", "group", "Message/Media/12345/a/b.jpg"},
-      {"/Media/12345/a/b.jpg", "group", "Message/Media/12345/a/b.jpg"},
-      {"Message/Media/12345/a/b.jpg", "group", "Message/Media/12345/a/b.jpg"},
-      {"Media/555/c/d.jpg", "app", "Library/Media/555/c/d.jpg"},
-      {"Media/Profile/1-2.jpg", "group", "Media/Profile/1-2.jpg"},
+      {"Media/12345/a/b.jpg", &kGroup, "Message/Media/12345/a/b.jpg"},
+      {"/Media/12345/a/b.jpg", &kGroup, "Message/Media/12345/a/b.jpg"},
+      {"Message/Media/12345/a/b.jpg", &kGroup, "Message/Media/12345/a/b.jpg"},
+      {"Media/555/c/d.jpg", &kApp, "Library/Media/555/c/d.jpg"},
+      {"Media/Profile/1-2.jpg", &kGroup, "Media/Profile/1-2.jpg"},
       {"Media/12345/a/empty.jpg", nullptr, nullptr},
       {"Media/12345/a/B.jpg", nullptr, nullptr},
   };
   for (const Row& row : rows) {
-    const WAFileEntry* e = whatsapp.findFile(QString::fromUtf8(row.stored));
-    if (!row.domain) {
-      EXPECT_FALSE(e) << row.stored;
-      EXPECT_EQ(whatsapp.mediaFilePath(QString::fromUtf8(row.stored)), QString()) << row.stored;
-      continue;
+    const QString stored = QString::fromUtf8(row.stored);
+    const WAFileEntry* e = whatsapp.findFile(stored);
+    ASSERT_EQ(bool(e), bool(row.domain)) << row.stored;
+    EXPECT_EQ(QFileInfo(whatsapp.mediaFilePath(stored)).isFile(), bool(row.domain)) << row.stored;
+    if (e) {
+      EXPECT_EQ(e->domain, *row.domain) << row.stored;
+      EXPECT_EQ(e->relativePath, QString::fromUtf8(row.relativePath)) << row.stored;
     }
-    ASSERT_TRUE(e) << row.stored;
-    EXPECT_EQ(e->domain, QLatin1String(row.domain) == QLatin1String("app") ? kApp : kGroup) << row.stored;
-    EXPECT_EQ(e->relativePath, QString::fromUtf8(row.relativePath)) << row.stored;
-    const QString local = whatsapp.mediaFilePath(QString::fromUtf8(row.stored));
-    EXPECT_TRUE(QFileInfo(local).isFile()) << row.stored;
   }
 }
 
@@ -145,11 +131,9 @@ TEST_F(WhatsappBackup, MediaFileNamesUseTheRecordTime) {
   whatsapp.setBackup(backup.get());
   whatsapp.buildFileIndex();
   whatsapp.mediaPass(nullptr);
-  const QString when =
-      QLocale::system().toString(QDateTime::fromSecsSinceEpoch(t, Qt::UTC), QLocale::ShortFormat);
+  const QString when = QLocale::system().toString(QDateTime::fromSecsSinceEpoch(t, Qt::UTC), QLocale::ShortFormat);
   struct Row {
-    const char* path;
-    const char* source;
+    const char *path, *source;
     QString name;
   } rows[] = {
       {"Media/j/x.mp4", "Media/j/x.mp4", when + QStringLiteral(".MOV")},
@@ -159,36 +143,24 @@ TEST_F(WhatsappBackup, MediaFileNamesUseTheRecordTime) {
       {"Media/j/missing.mp4", "Media/j/missing.mp4", QString()},
   };
   for (const Row& row : rows)
-    EXPECT_EQ(whatsapp.mediaFileName(QString::fromUtf8(row.path), QString::fromUtf8(row.source)), row.name)
-        << row.path;
+    EXPECT_EQ(whatsapp.mediaFileName(QString::fromUtf8(row.path), QString::fromUtf8(row.source)), row.name) << row.path;
 }
 
-// ---- bad inputs ----------------------------------------------------------------
-
+// Two chats, three texts and a picture.
 WhatsappDb smallRows() {
   WhatsappDb d;
   d.sessions << WaSession{1, QStringLiteral("111@s.whatsapp.net"), QStringLiteral("Anna"), 0, 0, 300, 0, 0}
              << WaSession{2, QStringLiteral("222@s.whatsapp.net"), QStringLiteral("Ben"), 0, 0, 200, 0, 0};
-  auto m = [](qint64 pk, qint64 session, const char* text) {
-    WaMessage r;
-    r.pk = pk;
-    r.session = session;
-    r.sort = int(pk);
-    r.date = 100 + pk;
-    r.text = QString::fromUtf8(text);
-    return r;
-  };
-  d.messages << m(1, 1, "a1") << m(2, 1, "a2") << m(3, 2, "b1");
   fixture::WaMedia picture;
   picture.pk = 1;
   picture.message = 4;
   picture.localPath = QStringLiteral("Media/111@s.whatsapp.net/0/1/p.jpg");
   picture.thumbPath = QStringLiteral("Media/111@s.whatsapp.net/0/1/p.thumb");
   d.media << picture;
-  WaMessage pic = m(4, 1, "");
+  WaMessage pic = message(4, 1, 4, "", 104);
   pic.type = 1;
   pic.mediaItem = 1;
-  d.messages << pic;
+  d.messages << message(1, 1, 1, "a1", 101) << message(2, 1, 2, "a2", 102) << message(3, 2, 3, "b1", 103) << pic;
   return d;
 }
 
@@ -196,70 +168,45 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
   const QStringList schema = fixture::whatsappSchema();
   const QStringList rows = fixture::whatsappInserts(smallRows());
   auto with = [&](const QStringList& extra) { return fixture::whatsappDbFilesFrom(schema + rows + extra); };
+  auto sql = [](const char* s) { return QString::fromLatin1(s).split(QLatin1Char(';')); };
 
   WhatsappDb nulls;
   nulls.sessions << WaSession{1, QString(), QString(), 0, 0, 0, 0, 0};
-  WaMessage empty;
-  empty.pk = 1;
-  empty.session = 1;
-  nulls.messages << empty;
+  nulls.messages << message(1, 1, 0, "");
   WhatsappDb dangling = smallRows();
-  WaMessage orphan;
-  orphan.pk = 9;
-  orphan.session = 77; // no such chat
-  orphan.text = QStringLiteral("orphan");
-  WaMessage ghostMember;
-  ghostMember.pk = 10;
-  ghostMember.session = 2;
-  ghostMember.sort = 5;
+  WaMessage ghostMember = message(10, 2, 5, "from nobody");
   ghostMember.groupMember = 55;
-  ghostMember.text = QStringLiteral("from nobody");
-  WaMessage ghostMedia;
-  ghostMedia.pk = 11;
-  ghostMedia.session = 2;
-  ghostMedia.sort = 6;
+  WaMessage ghostMedia = message(11, 2, 6, "");
   ghostMedia.type = 2;
   ghostMedia.mediaItem = 66;
-  dangling.messages << orphan << ghostMember << ghostMedia;
+  dangling.messages << message(9, 77, 0, "orphan") << ghostMember << ghostMedia; // chat 77 does not exist
   WhatsappDb newer;
   newer.sessions << WaSession{3, QStringLiteral("333@s.whatsapp.net"), QStringLiteral("Cleo"), 0, 0, 400, 0, 0};
-  WaMessage c1;
-  c1.pk = 20;
-  c1.session = 3;
-  c1.sort = 1;
-  c1.date = 500;
-  c1.text = QStringLiteral("only in the log");
-  WaMessage a3 = c1;
-  a3.pk = 21;
-  a3.session = 1;
-  a3.sort = 9;
-  a3.text = QStringLiteral("newer in Anna's chat");
-  newer.messages << c1 << a3;
+  newer.messages << message(20, 3, 1, "only in the log", 500) << message(21, 1, 9, "newer in Anna's chat", 500);
 
   struct Row {
     const char* name;
     QList<StoredFile> files;
-    int chats;
-    int messages;
+    int chats, messages;
     const char* error; // a logged error that must appear; null: none
   } cases[] = {
       {"plain database", with({}), 2, 4, nullptr},
       {"backup without WhatsApp",
-       {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/x.db"), QByteArray("x"))}, 0, 0,
+       {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/x.db"), QByteArray("x"))},
+       0,
+       0,
        "Not exists"},
-      {"no picture table", with({QStringLiteral("DROP TABLE ZWAPROFILEPICTUREITEM")}), 2, 4, "Fail to query sql"},
-      {"no member table", with({QStringLiteral("DROP TABLE ZWAGROUPMEMBER")}), 2, 4, "Fail to query sql"},
-      {"no message table", with({QStringLiteral("DROP TABLE ZWAMESSAGE")}), 2, 0, "Fail to query sql"},
+      {"no picture table", with(sql("DROP TABLE ZWAPROFILEPICTUREITEM")), 2, 4, "Fail to query sql"},
+      {"no member table", with(sql("DROP TABLE ZWAGROUPMEMBER")), 2, 4, "Fail to query sql"},
+      {"no message table", with(sql("DROP TABLE ZWAMESSAGE")), 2, 0, "Fail to query sql"},
       {"message table without ZSORT",
-       with({QStringLiteral("DROP INDEX Z_WAMessage_compoundIndex"),
-             QStringLiteral("DROP INDEX Z_WAMessage_bySortIndex"),
-             QStringLiteral("ALTER TABLE ZWAMESSAGE DROP COLUMN ZSORT")}),
+       with(sql("DROP INDEX Z_WAMessage_compoundIndex;DROP INDEX Z_WAMessage_bySortIndex;"
+                "ALTER TABLE ZWAMESSAGE DROP COLUMN ZSORT")),
        2, 0, "Fail to query sql"},
       {"session table without ZREMOVED",
-       with({QStringLiteral("DROP INDEX Z_WAChatSession_byRemovedIndex"),
-             QStringLiteral("ALTER TABLE ZWACHATSESSION DROP COLUMN ZREMOVED")}),
-       0, 0, "Fail to query sql"},
-      {"media table without ZTITLE", with({QStringLiteral("ALTER TABLE ZWAMEDIAITEM DROP COLUMN ZTITLE")}), 2, 4,
+       with(sql("DROP INDEX Z_WAChatSession_byRemovedIndex;ALTER TABLE ZWACHATSESSION DROP COLUMN ZREMOVED")), 0, 0,
+       "Fail to query sql"},
+      {"media table without ZTITLE", with(sql("ALTER TABLE ZWAMEDIAITEM DROP COLUMN ZTITLE")), 2, 4,
        "Fail to query sql"},
       {"NULL columns", fixture::whatsappDbFilesFrom(schema + fixture::whatsappInserts(nulls)), 1, 1, nullptr},
       {"messages pointing at missing chats, members and media",
@@ -269,8 +216,13 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
       {"corrupt database",
        {fixture::file(kGroup, QStringLiteral("ChatStorage.sqlite"),
                       QByteArray("SQLite format 3\0", 16) + QByteArray(3000, '\x5a'))},
-       0, 0, "Fail to open db file"},
-      {"not a database", {fixture::file(kGroup, QStringLiteral("ChatStorage.sqlite"), QByteArray(5000, '\x01'))}, 0, 0,
+       0,
+       0,
+       "Fail to open db file"},
+      {"not a database",
+       {fixture::file(kGroup, QStringLiteral("ChatStorage.sqlite"), QByteArray(5000, '\x01'))},
+       0,
+       0,
        "Fail to open db file"},
   };
   for (Row& row : cases) {
@@ -283,96 +235,44 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
     EXPECT_EQ(list->count(OxData::CountRaw), row.chats) << row.name;
     EXPECT_EQ(messageTotal(list), row.messages) << row.name;
     const QString logged = errors.join(QLatin1Char('\n'));
-    if (row.error) {
-      EXPECT_TRUE(logged.contains(QLatin1String(row.error))) << row.name << ": " << qPrintable(logged);
-    } else {
-      EXPECT_TRUE(errors.isEmpty()) << row.name << ": " << qPrintable(logged);
-    }
+    EXPECT_TRUE(row.error ? logged.contains(QLatin1String(row.error)) : logged.isEmpty())
+        << row.name << ": " << qPrintable(logged);
   }
 }
-
-TEST_F(WhatsappBackup, WalRowsAndMediaThroughTheBackup) {
-  WhatsappDb newer;
-  WaMessage late;
-  late.pk = 30;
-  late.session = 2;
-  late.sort = 10;
-  late.date = 50; // the oldest of Ben's chat: gives it its date and text
-  late.text = QStringLiteral("written after the checkpoint");
-  newer.messages << late;
-  QList<StoredFile> files = fixture::whatsappDbFiles(smallRows(), newer);
-  files << fixture::whatsappMediaFile(QStringLiteral("Media/111@s.whatsapp.net/0/1/p.jpg"))
-        << fixture::whatsappMediaFile(QStringLiteral("Media/111@s.whatsapp.net/0/1/p.thumb"));
-  for (const QString& password : {QString(), QStringLiteral("secret")}) {
-    std::unique_ptr<MobileBackup> backup = backupOf(files, password);
-    ASSERT_TRUE(backup);
-    OxBackup registry;
-    load(backup.get(), registry);
-    OxData* list = registry.getWhatsappMsg();
-    ASSERT_EQ(list->count(OxData::CountRaw), 2);
-    OxWhatsappItem* ben = itemNamed(list, QStringLiteral("Ben"));
-    ASSERT_TRUE(ben);
-    EXPECT_EQ(ben->value(4), QStringLiteral("written after the checkpoint"));
-    EXPECT_EQ(ben->sortValue(6).toDateTime(), CCommonUtils::buildDateTimeBase2001(50.0));
-    // The database copy lies in the temporary root with its log.
-    const QString copy = Utils::tempPath() + QStringLiteral("Whatsapp/ChatStorage.sqlite");
-    EXPECT_TRUE(QFileInfo::exists(copy));
-    // The picture's thumbnail is a readable local file with the backup's bytes.
-    OxWhatsappItem* anna = itemNamed(list, QStringLiteral("Anna"));
-    ASSERT_TRUE(anna);
-    const OxWhatsappMsg* picture = anna->detailContent()->messages().first();
-    ASSERT_EQ(int(picture->type()), 1);
-    QFile thumb(picture->media());
-    ASSERT_TRUE(thumb.open(QIODevice::ReadOnly)) << qPrintable(picture->media());
-    EXPECT_TRUE(thumb.readAll().endsWith("Media/111@s.whatsapp.net/0/1/p.thumb"));
-    EXPECT_TRUE(picture->content().endsWith(QStringLiteral(".jpg"))) << qPrintable(picture->content());
-    EXPECT_GT(anna->size(), quint64(thumb.size()));
-  }
-}
-
-// ---- the real iOS 15 database ----------------------------------------------------
-
-QString realDir() { return QStringLiteral(SHERD_REALDATA_DIR) + QStringLiteral("/whatsapp-ios15"); }
 
 // Runs a query on a private copy of the real database; the first column of
 // each row as text.
-QStringList sqlite(const QString& dbCopy, const char* sql) {
+QStringList sqlite(const QString& dbCopy, const QByteArray& sql) {
   sqlite3* db = nullptr;
   QStringList out;
-  if (sqlite3_open_v2(dbCopy.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
-    sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(db, sql, -1, &st, nullptr) == SQLITE_OK) {
-      while (sqlite3_step(st) == SQLITE_ROW)
-        out << QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
-      sqlite3_finalize(st);
-    }
+  sqlite3_stmt* st = nullptr;
+  if (sqlite3_open_v2(dbCopy.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
+      sqlite3_prepare_v2(db, sql.constData(), -1, &st, nullptr) == SQLITE_OK) {
+    while (sqlite3_step(st) == SQLITE_ROW)
+      out << QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
   }
+  sqlite3_finalize(st);
   sqlite3_close(db);
   return out;
 }
 
 TEST_F(WhatsappBackup, RealIos15Database) {
-  if (!QFileInfo::exists(realDir() + QStringLiteral("/ChatStorage.sqlite")))
+  // A scratch copy for sqlite3 to answer from; the backup is made from it, so
+  // the originals are never opened.
+  const QString db = testdata::copyReal(QStringLiteral(SHERD_REALDATA_DIR "/whatsapp-ios15/ChatStorage.sqlite"),
+                                        dir.filePath(QStringLiteral("scratch/ChatStorage.sqlite")));
+  if (db.isEmpty())
     GTEST_SKIP() << "no real WhatsApp database";
-  // The real files go into a fixture backup (and into a scratch copy for
-  // sqlite3 to answer from); the originals are never opened.
   QList<StoredFile> files;
-  QTemporaryDir scratch;
-  for (const char* name : {"ChatStorage.sqlite", "ChatStorage.sqlite-wal", "ChatStorage.sqlite-shm"}) {
-    QFile f(realDir() + QLatin1Char('/') + QLatin1String(name));
+  for (const QString suffix : {"", "-wal", "-shm"}) {
+    QFile f(db + suffix);
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
-    const QByteArray data = f.readAll();
-    files << fixture::file(kGroup, QLatin1String(name), data);
-    QFile copy(scratch.filePath(QLatin1String(name)));
-    ASSERT_TRUE(copy.open(QIODevice::WriteOnly));
-    copy.write(data);
+    files << fixture::file(kGroup, QStringLiteral("ChatStorage.sqlite") + suffix, f.readAll());
   }
   // Files the database names: one picture's thumbnail and a profile picture.
   files << fixture::whatsappMediaFile(
                QStringLiteral("Media/19198887386@s.whatsapp.net/d/0/d041d159-fd7d-4abb-9192-0e97c10ddb00.thumb"))
         << fixture::whatsappMediaFile(QStringLiteral("Media/Profile/19198887386-1683042868.jpg"));
-  const QString db = scratch.filePath(QStringLiteral("ChatStorage.sqlite"));
-
   std::unique_ptr<MobileBackup> backup = backupOf(files);
   ASSERT_TRUE(backup);
   OxBackup registry;
@@ -380,31 +280,29 @@ TEST_F(WhatsappBackup, RealIos15Database) {
   EXPECT_TRUE(errors.isEmpty()) << qPrintable(errors.join(QLatin1Char('\n')));
   OxData* list = registry.getWhatsappMsg();
 
-  const int chats = sqlite(db, "select count(*) from zwachatsession where zhidden = 0 and zremoved = 0").value(0).toInt();
-  const int messages = sqlite(db, "select count(*) from zwamessage m join zwachatsession s on m.zchatsession = s.z_pk "
-                                  "where s.zhidden = 0 and s.zremoved = 0 and m.zmessagetype != 10")
-                           .value(0)
-                           .toInt();
-  EXPECT_EQ(chats, 5);
-  EXPECT_EQ(list->count(OxData::CountRaw), chats);
-  EXPECT_EQ(messageTotal(list), messages);
+  const QByteArray shown = " zhidden = 0 and zremoved = 0";
+  EXPECT_EQ(list->count(OxData::CountRaw), 5);
+  EXPECT_EQ(QString::number(list->count(OxData::CountRaw)),
+            sqlite(db, "select count(*) from zwachatsession where" + shown).value(0));
+  EXPECT_EQ(QString::number(messageTotal(list)),
+            sqlite(db, "select count(*) from zwamessage m join zwachatsession s on m.zchatsession = s.z_pk where" +
+                           shown + " and m.zmessagetype != 10")
+                .value(0));
 
-  // Every chat: its name, numbers and date as sqlite3 gives them. The date is
-  // that of the chat's oldest shown message.
-  const QStringList names = sqlite(db, "select zpartnername from zwachatsession where zhidden = 0 and zremoved = 0 "
-                                       "order by zlastmessagedate desc");
-  for (const QString& name : names) {
+  // Every chat: its numbers and date as sqlite3 gives them. The date is that
+  // of the chat's oldest shown message.
+  for (const QString& name : sqlite(db, "select zpartnername from zwachatsession where" + shown)) {
     OxWhatsappItem* item = itemNamed(list, name);
     ASSERT_TRUE(item) << qPrintable(name);
-    const QByteArray where = "(select z_pk from zwachatsession where zpartnername = '" + name.toUtf8() + "')";
-    const double oldest = sqlite(db, "select min(zmessagedate) from zwamessage where zmessagetype != 10 and "
-                                     "zchatsession = " + where)
-                              .value(0)
-                              .toDouble();
+    const QByteArray chat = "(select z_pk from zwachatsession where zpartnername = '" + name.toUtf8() + "')";
+    const double oldest =
+        sqlite(db, "select min(zmessagedate) from zwamessage where zmessagetype != 10 and zchatsession = " + chat)
+            .value(0)
+            .toDouble();
     EXPECT_EQ(item->sortValue(6).toDateTime(), CCommonUtils::buildDateTimeBase2001(oldest)) << qPrintable(name);
-    const QStringList numbers =
-        sqlite(db, "select '+' || substr(zmemberjid, 1, instr(zmemberjid, '@') - 1) from zwagroupmember "
-                   "where zchatsession = " + where + " order by z_pk");
+    const QStringList numbers = sqlite(db, "select '+' || substr(zmemberjid, 1, instr(zmemberjid, '@') - 1) from "
+                                           "zwagroupmember where zchatsession = " +
+                                               chat + " order by z_pk");
     if (!numbers.isEmpty()) {
       EXPECT_EQ(item->value(2), numbers.join(QLatin1Char(','))) << qPrintable(name);
     }
@@ -423,8 +321,6 @@ TEST_F(WhatsappBackup, RealIos15Database) {
     withThumb += QFileInfo(m->media()).isFile() ? 1 : 0;
   EXPECT_EQ(withThumb, 1);
   // A group: the owner was added, by nobody known.
-  OxWhatsappItem* group = itemNamed(list, QStringLiteral("Our Test Group"));
-  ASSERT_TRUE(group);
-  EXPECT_EQ(group->value(4), QStringLiteral("You were added"));
+  EXPECT_EQ(itemNamed(list, QStringLiteral("Our Test Group"))->value(4), QStringLiteral("You were added"));
 }
 } // namespace
