@@ -6,14 +6,8 @@
 #include "model/oxdata.h"
 #include "model/oxwhatsappitem.h"
 #include "platform/backup/mobilebackup.h"
-#include "platform/common/log.h"
 #include "tests/support/apps/line.h"
 #include "tests/support/testdata.h"
-
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -55,22 +49,16 @@ protected:
 
 TEST_F(LineChats, TimeStampsLoseBit61) {
   const qint64 bit61 = qint64(1) << 61;
-  struct Case {
-    qint64 stamp, seconds;
-  } const cases[] = {
-      {1500000000123LL, 1500000000},
-      {1500000000123LL | bit61, 1500000000},
-      {999, 0},
-  };
-  for (const Case& c : cases)
-    EXPECT_EQ(CLineCollection::dateOf(c.stamp).toSecsSinceEpoch(), c.seconds) << c.stamp;
+  for (const qint64 stamp : {1500000000123LL, 1500000000123LL | bit61})
+    EXPECT_EQ(CLineCollection::dateOf(stamp).toSecsSinceEpoch(), 1500000000) << stamp; // milliseconds
+  EXPECT_EQ(CLineCollection::dateOf(999).toSecsSinceEpoch(), 0);
 }
 
 TEST_F(LineChats, StickerPaths) {
-  struct Case {
+  const struct {
     qint64 sticker;
     const char* path;
-  } const cases[] = {
+  } cases[] = {
       {47975, ""}, // below the first package
       {0, ""},
       {47976, "5ac1bfd5040ab15980c9b435_3/001"},
@@ -80,7 +68,7 @@ TEST_F(LineChats, StickerPaths) {
       {153310, "5ac21c46040ab15980c9b442_1/011"},
       {693108 + 1234, "5ac2216f040ab15980c9b448_1/235"}, // the three last digits
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const QString expected =
         *c.path ? QStringLiteral("Owned Sticons/packages/%1_key.png").arg(QLatin1String(c.path)) : QString();
     EXPECT_EQ(CLineCollection::stickerPath(c.sticker), expected) << c.sticker;
@@ -90,9 +78,10 @@ TEST_F(LineChats, StickerPaths) {
 TEST_F(LineChats, MessagesAndTitles) {
   LineStore s;
   s.users = {{1, QStringLiteral("u01"), QStringLiteral("Ann")}, {2, QStringLiteral("u02"), QStringLiteral("Ben")}};
-  s.groups = {{QStringLiteral("c01"), QStringLiteral("Family")}, {QStringLiteral("u02"), QStringLiteral("Group over Ben")}};
-  s.chats = {{1, QStringLiteral("u01")}, {2, QStringLiteral("c01")}, {3, QStringLiteral("u02")},
-             {4, QStringLiteral("r99")}};
+  s.groups = {{QStringLiteral("c01"), QStringLiteral("Family")},
+              {QStringLiteral("u02"), QStringLiteral("Group over Ben")}};
+  s.chats = {
+      {1, QStringLiteral("u01")}, {2, QStringLiteral("c01")}, {3, QStringLiteral("u02")}, {4, QStringLiteral("r99")}};
   s.members = {{2, 1}, {2, 2}, {2, 7}}; // user 7 is unknown
   struct Row {
     qint64 chat;
@@ -108,11 +97,11 @@ TEST_F(LineChats, MessagesAndTitles) {
       {1, "1", 1, 0, 1, 0, "hello", 0, "", "hello"},
       {1, "2", 0, 6, 1, 0, "call 0:42", 0, "", "call 0:42"}, // a call line shows its text
       {1, "3", 1, 1, 1, 0, nullptr, 1, "P/Message Thumbnails/u01/3.thumb", ""},
-      {1, "4", 0, 2, 2, 0, nullptr, 2, "P/Message Thumbnails/u01/4.thumb", ""}, // thumbnail there: used
+      {1, "4", 0, 2, 2, 0, nullptr, 2, "P/Message Thumbnails/u01/4.thumb", ""},  // thumbnail there: used
       {1, "5", 0, 3, 3, 0, nullptr, 3, "P/Message Attachments/u01/S_5.jpg", ""}, // not done, no thumbnail
       {1, "6", 1, 7, 1, 47980, nullptr, 1, "P/Owned Sticons/packages/5ac1bfd5040ab15980c9b435_3/005_key.png", ""},
-      {1, "7", 1, 7, 1, 100, nullptr, 1, "", ""},  // sticker of no known package
-      {1, "8", 1, 1, 1, 0, nullptr, 1, "", ""},    // picture whose files are missing
+      {1, "7", 1, 7, 1, 100, nullptr, 1, "", ""}, // sticker of no known package
+      {1, "8", 1, 1, 1, 0, nullptr, 1, "", ""},   // picture whose files are missing
       {2, "9", 0, 18, 0, 0, "Ann joined", 6, "", "Ann joined"},
       {2, "10", 2, 13, 1, 0, "Ben's card", 4, "", "Ben's card"},
       {2, "11", 1, 14, 1, 0, "menu.pdf", 8, "", "menu.pdf"},
@@ -121,9 +110,15 @@ TEST_F(LineChats, MessagesAndTitles) {
   };
   qint64 pk = 1;
   for (const Row& r : rows)
-    s.messages << fixture::LineMessageRow{pk, QString::fromLatin1(r.id), r.chat, r.sender,
-                                          1600000000000LL + 1000 * pk++, QString::fromLatin1(r.text),
-                                          r.contentType, r.sendStatus, r.sticker};
+    s.messages << fixture::LineMessageRow{pk,
+                                          QString::fromLatin1(r.id),
+                                          r.chat,
+                                          r.sender,
+                                          1600000000000LL + 1000 * pk++,
+                                          QString::fromLatin1(r.text),
+                                          r.contentType,
+                                          r.sendStatus,
+                                          r.sticker};
   writeFile(QStringLiteral("P/Message Thumbnails/u01/3.thumb"));
   writeFile(QStringLiteral("P/Message Thumbnails/u01/4.thumb"));
   writeFile(QStringLiteral("P/Message Attachments/u01/S_5.jpg"));
@@ -159,24 +154,20 @@ TEST_F(LineChats, MessagesAndTitles) {
     EXPECT_EQ(msgs[i]->media(), *r.media ? dir.filePath(QString::fromLatin1(r.media)) : QString());
     EXPECT_EQ(msgs[i]->isFromMe(), r.sender == 0);
     EXPECT_EQ(msgs[i]->isSentDone(), r.sendStatus < 2);
-    EXPECT_EQ(msgs[i]->member(), r.sender == 1 ? QStringLiteral("Ann") : r.sender == 2 ? QStringLiteral("Ben")
-                                                                                      : QString());
+    EXPECT_EQ(msgs[i]->member(), r.sender == 1   ? QStringLiteral("Ann")
+                                 : r.sender == 2 ? QStringLiteral("Ben")
+                                                 : QString());
   }
 }
 
 TEST_F(LineChats, MissingTablesLeaveTheListEmpty) {
-  QByteArray db;
-  ASSERT_TRUE(fixture::makeSqliteDb({QStringLiteral("create table zother(z_pk integer)")}, false, &db, nullptr, nullptr));
-  const QString path = dir.filePath(QStringLiteral("empty.sqlite"));
-  QFile f(path);
-  ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-  f.write(db);
-  f.close();
   FolderLine line(dir.path());
   OxBackup registry;
-  line.readDatabase(&registry, nullptr, path);
+  line.readDatabase(&registry, nullptr,
+                    testdata::writeSqliteDb(dir.filePath(QStringLiteral("empty.sqlite")),
+                                            {QStringLiteral("create table zother(z_pk integer)")}));
   EXPECT_EQ(registry.getLineMsg()->count(OxData::CountRaw), 0);
-  EXPECT_EQ(errors.size(), 5);
+  EXPECT_EQ(errors.size(), 5); // one per query
 }
 
 TEST_F(LineChats, FileScan) {

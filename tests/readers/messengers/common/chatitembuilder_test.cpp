@@ -60,17 +60,18 @@ TEST(ChatItemBuilder, ItemColumnsSizeAndDetailContent) {
   columns.avatar = QStringLiteral("/tmp/a.jpg");
   std::unique_ptr<OxWhatsappItem> item(CChatItemBuilder::createChatItem(chat, columns));
   ASSERT_TRUE(item);
-  EXPECT_EQ(item->value(0), QStringLiteral("Team")); // trimmed by the item
-  EXPECT_EQ(item->value(1), columns.title);
-  EXPECT_EQ(item->value(2), columns.numbers);
-  EXPECT_EQ(item->value(3), at(7).toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
-  EXPECT_EQ(item->value(4), QString::fromUtf8("h\xc3\xa9llo"));
-  EXPECT_EQ(item->value(5), columns.avatar);
+  QStringList values;
+  for (int c = 0; c < 6; ++c)
+    values << item->value(c);
+  EXPECT_EQ(values, (QStringList{QStringLiteral("Team"), columns.title, columns.numbers, // name trimmed by the item
+                                 at(7).toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")),
+                                 QString::fromUtf8("h\xc3\xa9llo"), columns.avatar}));
   EXPECT_EQ(item->sortValue(6).toDateTime(), at(7));
   EXPECT_EQ(item->detailContent(), chat);
   EXPECT_EQ(item->size(), 6u); // UTF-8 bytes of the contents
   EXPECT_FALSE(item->showLastMes());
 
+  // Without messages: no date text, a null date of the date type, size 0.
   columns.showLastMessage = true;
   std::unique_ptr<OxWhatsappItem> empty(CChatItemBuilder::createChatItem(new OxWhatsappChat, columns));
   EXPECT_TRUE(empty->showLastMes());
