@@ -82,11 +82,15 @@ TEST_F(KikChats, GroupChatWithEveryKindOfMessage) {
       {8, 1, 16, 4, 2, "c-nothing", 1, false, true, ""},       // descriptor missing from the folder
       {9, 1, 16, 4, 3, "no-row", 4, false, true, ""},          // no attachment row: the flags stay the type
       {10, 1, 16, 99, 2, "odd", 0, false, true, ""},           // unknown flags without attachment: fallback type
+      {12, 4, 0, 0, 9, "Ann left", 6, true, true, "Ann left"}, // the other system line types
+      {13, 5, 0, 9, 9, "Bob joined", 6, true, true, "Bob joined"},
+      {14, 6, 16, 99, 2, "odd type", 0, false, true, ""}, // an unknown type keeps its flags as the kind
       {11, 2, 94, 0, 9, "bye", 0, true, true, "bye"},
   };
+  int at = 0;
   for (const Row& r : rows) {
     s.messages << fixture::KikMessageRow{
-        r.pk, r.type, r.state, r.flags, r.user, 1000.0 * r.pk, r.body ? QString::fromLatin1(r.body) : QString()};
+        r.pk, r.type, r.state, r.flags, r.user, 1000.0 * ++at, r.body ? QString::fromLatin1(r.body) : QString()};
     s.chatMessages << qMakePair(qint64(5), r.pk);
   }
   s.chatMessages << qMakePair(qint64(5), qint64(77)); // a key the message table lacks
@@ -124,7 +128,7 @@ TEST_F(KikChats, GroupChatWithEveryKindOfMessage) {
     EXPECT_EQ(msgs[i]->isFromMe(), r.fromMe);
     EXPECT_EQ(msgs[i]->isSentDone(), r.sentDone);
     EXPECT_EQ(msgs[i]->content(), QString::fromLatin1(r.content));
-    EXPECT_EQ(msgs[i]->msgDate().toSecsSinceEpoch(), 978307200 + 1000 * r.pk);
+    EXPECT_EQ(msgs[i]->msgDate().toSecsSinceEpoch(), 978307200 + 1000 * (i + 1));
   }
   EXPECT_EQ(msgs[1]->member(), QStringLiteral("Ann"));
   EXPECT_EQ(msgs[4]->media(), dir.filePath(QStringLiteral("base/attachments/c-pic")));

@@ -77,35 +77,6 @@ TEST_F(KikQueries, EachColumnLandsInItsField) {
   EXPECT_EQ(messages.keysByUser().value(9000000001LL), QList<qint64>{8000000002LL});
 }
 
-TEST_F(KikQueries, TypeDecidesDirectionAndSystemLines) {
-  const struct {
-    int type, flags;
-    bool outgoing;
-    int kind;
-  } rows[] = {
-      {1, 0, false, 0},                                       // received text
-      {2, 0, true, 0},                                        // sent text
-      {1, 4, false, 4},                                       // received attachment: the flags are the kind
-      {3, 4, false, 6},                                       // system lines, whatever the flags
-      {4, 0, false, 6}, {5, 9, false, 6}, {6, 99, false, 99}, // an unknown type keeps its flags
-  };
-  QByteArray sql(kSchema);
-  for (int i = 0; i < int(std::size(rows)); ++i)
-    sql += QStringLiteral("insert into ZKIKMESSAGE values(%1, %2, 0, %3, 1, %1, NULL);")
-               .arg(i + 1)
-               .arg(rows[i].type)
-               .arg(rows[i].flags)
-               .toUtf8();
-  CKikMessageQuery q;
-  q.query({makeDb(QStringLiteral("k.sqlite"), sql)}, nullptr);
-  for (int i = 0; i < int(std::size(rows)); ++i) {
-    const KikMessage* m = q.messages().value(i + 1);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(fields(m->outgoing, m->kind, m->body), fields(rows[i].outgoing, rows[i].kind, QString()))
-        << "type " << rows[i].type; // a NULL body reads empty
-  }
-}
-
 // The join tables under the numbering the statements name, under the sample
 // device's numbering, and missing: the same rows in the first two cases, the
 // COUNT included (it would otherwise fail and skip the file).
