@@ -176,7 +176,6 @@ TEST_F(CallHistory, OlderStoreWithAddressBook) {
        {QStringLiteral("(415) 555-0123")},
        {QStringLiteral("Anna@Example.com")}},
       {2, QString(), QString(), QStringLiteral("Museum Shop"), {}, {}},
-      {3, QString::fromUtf8("小明"), QString::fromUtf8("王"), QString(), {QStringLiteral("138 0013 8000")}, {}},
   };
   CCalllistCollection collection(&list, {}, {{99, QStringLiteral("Host Person")}});
   ASSERT_TRUE(collection.loadAddressBook(
