@@ -450,13 +450,9 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
                    QStringLiteral("backup %1: cannot read Manifest.mbdb: %2").arg(path, f.errorString()));
       return false;
     }
-    QByteArray bytes;
-    if (f.size() > 0) {
-      if (uchar* map = f.map(0, f.size()))
-        bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(map), int(qMin<qint64>(f.size(), INT_MAX)));
-      else
-        bytes = f.readAll();
-    }
+    // Read, not mapped: a file that shrinks under a mapping (a backup on a
+    // drive that goes away) would kill the process instead of failing a read.
+    const QByteArray bytes = f.readAll();
     if (!Manifest::readMbdb(bytes, sink, &err, &truncated)) {
       setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
       return false;
