@@ -77,33 +77,23 @@ TEST_F(WhatsappCollection, CreateMsgOneRowPerKind) {
   WAGroupMember ann{1, 5, QStringLiteral("Ann"), QStringLiteral("ann@s.whatsapp.net")};
   WAGroupMember ben{2, 0, QStringLiteral("Ben"), QStringLiteral("ben@s.whatsapp.net")};
   const QMap<qint64, WAGroupMember*> members{{1, &ann}, {2, &ben}};
-  // pk, size, duration, message, local path, URL, thumbnail, card name, card, title, author.
-  const QString no;
-  WAMediaItem picture{1,
-                      0,
-                      0,
-                      0,
-                      QStringLiteral("Media/x/1.jpg"),
-                      no,
-                      QStringLiteral("Media/x/1.thumb"),
-                      QStringLiteral("vcard"),
-                      no,
-                      QStringLiteral("caption"),
-                      QStringLiteral("author")};
-  WAMediaItem document{2,
-                       0,
-                       0,
-                       0,
-                       QStringLiteral("Media/x/2.pdf"),
-                       no,
-                       no,
-                       no,
-                       no,
-                       QStringLiteral("doc.pdf"),
-                       QStringLiteral("Doc author")};
-  WAMediaItem remote{3, 0, 0, 0, no, QStringLiteral("https://mmg.whatsapp.net/3.enc"), no, no, no, no, no};
-  WAMediaItem place{4, 0, 0, 0, no, no, QStringLiteral("Media/x/4.thumb"), QStringLiteral("Place"), no, no, no};
-  WAMediaItem clip{5, 0, 0, 0, QStringLiteral("Media/x/5.mp4"), no, no, no, no, no, no};
+  auto mediaItem = [](qint64 pk, const char* local, const char* url, const char* thumb, const char* card,
+                      const char* title, const char* author) {
+    WAMediaItem a;
+    a.pk = pk;
+    a.localPath = QString::fromUtf8(local);
+    a.mediaUrl = QString::fromUtf8(url);
+    a.thumbPath = QString::fromUtf8(thumb);
+    a.vcardName = QString::fromUtf8(card);
+    a.title = QString::fromUtf8(title);
+    a.authorName = QString::fromUtf8(author);
+    return a;
+  };
+  WAMediaItem picture = mediaItem(1, "Media/x/1.jpg", "", "Media/x/1.thumb", "vcard", "caption", "author");
+  WAMediaItem document = mediaItem(2, "Media/x/2.pdf", "", "", "", "doc.pdf", "Doc author");
+  WAMediaItem remote = mediaItem(3, "", "https://mmg.whatsapp.net/3.enc", "", "", "", "");
+  WAMediaItem place = mediaItem(4, "", "", "Media/x/4.thumb", "Place", "", "");
+  WAMediaItem clip = mediaItem(5, "Media/x/5.mp4", "", "", "", "", "");
   const QMap<qint64, WAMediaItem*> media{{1, &picture}, {2, &document}, {3, &remote}, {4, &place}, {5, &clip}};
   WAMessage parentWithPicture;
   parentWithPicture.mediaItem = 1;

@@ -40,6 +40,16 @@ protected:
   QString makeDb(const QString& name, const char* rows) {
     return testdata::execSqlite(dir.filePath(name), {QString::fromLatin1(kSchema), QString::fromUtf8(rows)});
   }
+  // Runs the five queries on the files.
+  void queryAll(const QStringList& files) {
+    for (CISQLiteQuery* q : std::initializer_list<CISQLiteQuery*>{&sessions, &members, &media, &messages, &pictures})
+      q->query(files, nullptr);
+  }
+  CWAChatSessionQuery sessions;
+  CWAChatMemberQuery members;
+  CWAMediaQuery media;
+  CWAMessageQuery messages;
+  CWAProfilePicQuery pictures;
 };
 
 TEST_F(WhatsappQueries, EachColumnLandsInItsFieldAndNullsReadAsZeroOrEmpty) {
@@ -53,13 +63,7 @@ TEST_F(WhatsappQueries, EachColumnLandsInItsFieldAndNullsReadAsZeroOrEmpty) {
       "insert into ZWAMESSAGE values(11, 2, 1, 8, 1, 7, 3, 5, 10, 704736382.967263, 'hi', 'bob@s.whatsapp.net', 1);"
       "insert into ZWAMESSAGE(Z_PK, ZCHATSESSION, ZSORT) values(4, 7, 2);"
       "insert into ZWAPROFILEPICTUREITEM values(1, 'ann@s.whatsapp.net', 'Media/Profile/1-2');");
-  CWAChatSessionQuery sessions;
-  CWAChatMemberQuery members;
-  CWAMediaQuery media;
-  CWAMessageQuery messages;
-  CWAProfilePicQuery pictures;
-  for (CISQLiteQuery* q : std::initializer_list<CISQLiteQuery*>{&sessions, &members, &media, &messages, &pictures})
-    q->query({db}, nullptr);
+  queryAll({db});
   EXPECT_TRUE(errors.isEmpty()) << errors.join(QLatin1Char('\n')).toStdString();
 
   ASSERT_EQ(sessions.sessions().size(), 1);
@@ -102,12 +106,7 @@ TEST_F(WhatsappQueries, RowSelectionAndOrder) {
              // Profile pictures: the later row of a jid wins.
              "insert into ZWAPROFILEPICTUREITEM(Z_PK, ZJID, ZPATH) values(1, 'a', 'first'), (2, 'b', 'other'),"
              " (3, 'a', 'second');");
-  CWAChatSessionQuery sessions;
-  CWAMessageQuery messages;
-  CWAChatMemberQuery members;
-  CWAProfilePicQuery pictures;
-  for (CISQLiteQuery* q : std::initializer_list<CISQLiteQuery*>{&sessions, &members, &messages, &pictures})
-    q->query({db}, nullptr);
+  queryAll({db});
   EXPECT_EQ(pksOf(sessions.sessions()), (QList<qint64>{3, 4, 1}));
   EXPECT_EQ(sessions.countRows(db, sessions.m_countSqls), 3) << "hidden sessions are not counted";
   EXPECT_EQ(pksOf(messages.messages()), (QList<qint64>{12, 11, 10, 13}));
@@ -125,12 +124,7 @@ TEST_F(WhatsappQueries, RepeatedKeysAcrossFilesReplaceWithoutLeaking) {
                      "insert into ZWAMESSAGE(Z_PK, ZCHATSESSION, ZSORT) values(1, 9, 1);"
                      "insert into ZWACHATSESSION(Z_PK, ZHIDDEN) values(1, 0);";
   const QStringList files{makeDb(QStringLiteral("a.sqlite"), rows), makeDb(QStringLiteral("b.sqlite"), rows)};
-  CWAChatMemberQuery members;
-  CWAMediaQuery media;
-  CWAMessageQuery messages;
-  CWAChatSessionQuery sessions;
-  for (CISQLiteQuery* q : std::initializer_list<CISQLiteQuery*>{&sessions, &members, &media, &messages})
-    q->query(files, nullptr);
+  queryAll(files);
   EXPECT_EQ(members.members().size(), 1);
   EXPECT_EQ(members.membersBySession().value(9).size(), 2);
   EXPECT_EQ(members.members().value(1), members.membersBySession().value(9)[1]);
@@ -231,13 +225,7 @@ TEST_F(WhatsappQueries, RealIos15ChatStorage) {
                                            dir.filePath(QStringLiteral("ChatStorage.sqlite")));
   if (files.isEmpty())
     GTEST_SKIP() << "no real WhatsApp database";
-  CWAChatSessionQuery sessions;
-  CWAChatMemberQuery members;
-  CWAMediaQuery media;
-  CWAMessageQuery messages;
-  CWAProfilePicQuery pictures;
-  for (CISQLiteQuery* q : std::initializer_list<CISQLiteQuery*>{&sessions, &members, &media, &messages, &pictures})
-    q->query({files}, nullptr);
+  queryAll({files});
 
   ASSERT_EQ(sessions.sessions().size(), 5);
   EXPECT_EQ(sessions.sessions()[0]->contactJid, QStringLiteral("19198887386@s.whatsapp.net")); // newest chat
