@@ -37,9 +37,7 @@ TEST(ChatItemBuilder, LastContentAndDateComeFromTheEndOfTheList) {
     int minute; // -1: null date
   } rows[] = {
       {"no messages", {}, "", -1},
-      {"one text", {{"hi", 3}}, "hi", 3},
-      // The end of the list decides, not the newest date.
-      {"list order, not date order", {{"new", 9}, {"old", 1}}, "old", 1},
+      {"the end of the list decides, not the newest date", {{"new", 9}, {"old", 1}}, "old", 1},
       {"empty contents at the end are passed over", {{"a", 1}, {"b", 2}, {"", 3}, {"", 4}}, "b", 4},
       {"nothing but empty contents", {{"", 1}, {"", 2}}, "", 2},
       {"last message without date", {{"a", 1}, {"b", -1}}, "b", -1},
