@@ -15,6 +15,7 @@
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QVariant>
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -110,6 +111,13 @@ inline QString copyReal(const QString& source, const QString& target, bool compa
     QFile::setPermissions(target + suffix, QFile::ReadOwner | QFile::WriteOwner);
   }
   return target;
+}
+
+// The fields of a record as one "a|b|c" text, so that a swapped column shows.
+template <typename... T> QString fields(const T&... v) {
+  QStringList l;
+  (l << ... << QVariant::fromValue(v).toString());
+  return l.join(QLatin1Char('|'));
 }
 
 } // namespace testdata

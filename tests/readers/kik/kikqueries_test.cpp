@@ -21,13 +21,6 @@ const char* const kSchema =
     "create table Z_9MEMBERS(Z_9MEMBERSINVERSE integer, Z_9MEMBERS integer,"
     " primary key(Z_9MEMBERSINVERSE, Z_9MEMBERS));";
 
-// The fields of a record as one "a|b|c" text, so that a swapped column shows.
-template <typename... T> QString fields(const T&... v) {
-  QStringList l;
-  (l << ... << QVariant::fromValue(v).toString());
-  return l.join(QLatin1Char('|'));
-}
-
 class KikQueries : public testdata::ErrorLogTest {
 protected:
   QString makeDb(const QString& name, const QByteArray& statements) {
@@ -62,17 +55,17 @@ TEST_F(KikQueries, EachColumnLandsInItsField) {
   EXPECT_EQ(users.names().value(9000000001LL), QStringLiteral("Ann"));
   EXPECT_EQ(users.jids().value(9000000001LL), QStringLiteral("ann_x@talk.kik.com"));
   ASSERT_EQ(chats.chats().size(), 1);
-  EXPECT_EQ(fields(chats.chats()[0]->chat, chats.chats()[0]->user), QStringLiteral("3|9000000001"));
+  EXPECT_EQ(testdata::fields(chats.chats()[0]->chat, chats.chats()[0]->user), QStringLiteral("3|9000000001"));
   EXPECT_EQ(chatMessages.links().value(3), QList<qint64>{8000000002LL});
   EXPECT_EQ(members.links().value(24), QList<qint64>{25});
   const KikAttachment* a = media->attachments().value(8000000002LL);
   ASSERT_NE(a, nullptr);
-  EXPECT_EQ(fields(a->type, a->message, a->dataCachePath, a->attachmentPath),
+  EXPECT_EQ(testdata::fields(a->type, a->message, a->dataCachePath, a->attachmentPath),
             QStringLiteral("7|8000000002|cores/private/1/content_manager/data_cache/uuid-1|"
                            "cores/private/1/attachments/uuid-1"));
   const KikMessage* m = messages.messages().value(8000000002LL);
   ASSERT_NE(m, nullptr);
-  EXPECT_EQ(fields(m->key, m->outgoing, m->state, m->kind, m->user, m->timestamp, m->body),
+  EXPECT_EQ(testdata::fields(m->key, m->outgoing, m->state, m->kind, m->user, m->timestamp, m->body),
             QStringLiteral("8000000002|true|30|4|9000000001|457348996.921|uuid-1"));
   EXPECT_EQ(messages.keysByUser().value(9000000001LL), QList<qint64>{8000000002LL});
 }
@@ -153,7 +146,7 @@ TEST_F(KikQueries, RealDatabase) {
   EXPECT_EQ(users.jids().value(24), QStringLiteral("1100024090445_g@groups.kik.com"));
   EXPECT_EQ(users.names().value(9), QString::fromUtf8("Sin \xF0\x9F\x98\x88"));
   ASSERT_EQ(chats.chats().size(), 6);
-  EXPECT_EQ(fields(chats.chats()[0]->chat, chats.chats()[0]->user), QStringLiteral("1|2"));
+  EXPECT_EQ(testdata::fields(chats.chats()[0]->chat, chats.chats()[0]->user), QStringLiteral("1|2"));
   int links = 0;
   for (const QList<qint64>& l : chatMessages.links())
     links += l.size();

@@ -14,13 +14,6 @@ const char* const kSchema =
     "create table ZMESSAGE(Z_PK integer primary key, ZID varchar, ZSENDER integer, ZSENDSTATUS integer,"
     " ZCONTENTTYPE integer, ZCHAT integer, ZTIMESTAMP integer, ZTEXT varchar, ZLONGITUDE float);";
 
-// The fields of a record as one "a|b|c" text, so that a swapped column shows.
-template <typename... T> QString fields(const T&... v) {
-  QStringList l;
-  (l << ... << QVariant::fromValue(v).toString());
-  return l.join(QLatin1Char('|'));
-}
-
 class LineQueries : public testdata::ErrorLogTest {
 protected:
   QString makeDb(const QByteArray& statements) {
@@ -52,16 +45,16 @@ TEST_F(LineQueries, EachColumnLandsInItsField) {
   EXPECT_EQ(users.namesByKey().value(5000000001LL), QStringLiteral("Ann"));
   EXPECT_EQ(groups.names().value(QStringLiteral("c01")), QStringLiteral("Team")); // the later row wins
   ASSERT_EQ(chats.chats().size(), 1);
-  EXPECT_EQ(fields(chats.chats()[0]->key, chats.chats()[0]->mid), QStringLiteral("7000000002|c01"));
+  EXPECT_EQ(testdata::fields(chats.chats()[0]->key, chats.chats()[0]->mid), QStringLiteral("7000000002|c01"));
   EXPECT_EQ(members.links().value(7000000002LL), QList<qint64>{5000000001LL});
   ASSERT_EQ(messages.messageCount(), 2);
   const QList<LineMessage*> list = messages.messagesByChat().value(7000000002LL);
   ASSERT_EQ(list.size(), 2);
   // Ascending time stamp: the owner's message (time stamp 1, NULL sender, text and sticker) first.
   const LineMessage& own = *list[0];
-  EXPECT_EQ(fields(own.outgoing, own.sender, own.text, own.sticker), QStringLiteral("true|0||0"));
+  EXPECT_EQ(testdata::fields(own.outgoing, own.sender, own.text, own.sticker), QStringLiteral("true|0||0"));
   const LineMessage& m = *list[1];
-  EXPECT_EQ(fields(m.id, m.sender, m.outgoing, m.sendStatus, m.type, m.chat, m.timestamp, m.text, m.sticker),
+  EXPECT_EQ(testdata::fields(m.id, m.sender, m.outgoing, m.sendStatus, m.type, m.chat, m.timestamp, m.text, m.sticker),
             QStringLiteral("1234|5000000001|false|1|7|7000000002|2305843010787423523|hi|47980")); // bit 61 kept here
 }
 

@@ -177,14 +177,7 @@ TEST_F(WhatsappCollection, CreateMsgOneRowPerKind) {
 }
 
 WaMessage message(qint64 pk, qint64 session, int sort, double date, const char* text, int type = 0) {
-  WaMessage m;
-  m.pk = pk;
-  m.session = session;
-  m.sort = sort;
-  m.date = date;
-  m.text = QString::fromUtf8(text);
-  m.type = type;
-  return m;
+  return fixture::waMessage(pk, session, sort, date, QString::fromUtf8(text), type);
 }
 
 WhatsappDb chatRows() {

@@ -62,13 +62,7 @@ OxWhatsappItem* itemNamed(OxData* list, const QString& name) {
 }
 
 WaMessage message(qint64 pk, qint64 session, int sort, const char* text, double date = 0) {
-  WaMessage m;
-  m.pk = pk;
-  m.session = session;
-  m.sort = sort;
-  m.text = QString::fromUtf8(text);
-  m.date = date;
-  return m;
+  return fixture::waMessage(pk, session, sort, date, QString::fromUtf8(text));
 }
 
 TEST_F(WhatsappBackup, FileIndexKeysAndAliases) {

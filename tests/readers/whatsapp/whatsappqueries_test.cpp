@@ -21,13 +21,6 @@ const char* const kSchema =
     " ZPARENTMESSAGE integer, ZMESSAGEDATE timestamp, ZTEXT varchar, ZTOJID varchar, ZSORT integer);"
     "create table ZWAPROFILEPICTUREITEM(Z_PK integer primary key, ZJID varchar, ZPATH varchar);";
 
-// The fields of a record as one "a|b|c" text, so that a swapped column shows.
-template <typename... T> QString fields(const T&... v) {
-  QStringList l;
-  (l << ... << QVariant::fromValue(v).toString());
-  return l.join(QLatin1Char('|'));
-}
-
 template <typename List> QList<qint64> pksOf(const List& records) {
   QList<qint64> pks;
   for (const auto* r : records)
@@ -68,27 +61,27 @@ TEST_F(WhatsappQueries, EachColumnLandsInItsFieldAndNullsReadAsZeroOrEmpty) {
 
   ASSERT_EQ(sessions.sessions().size(), 1);
   const WAChatSession& s = *sessions.sessions()[0];
-  EXPECT_EQ(fields(s.pk, s.contactAbId, s.sessionType, s.partnerName, s.contactJid, s.removed),
+  EXPECT_EQ(testdata::fields(s.pk, s.contactAbId, s.sessionType, s.partnerName, s.contactJid, s.removed),
             QStringLiteral("7|8000000001|1|Team|g1@g.us|1"));
   const WAGroupMember& m = *members.members().value(3);
-  EXPECT_EQ(fields(m.pk, m.contactAbId, m.contactName, m.memberJid),
+  EXPECT_EQ(testdata::fields(m.pk, m.contactAbId, m.contactName, m.memberJid),
             QStringLiteral("3|9000000002|Ann|ann@s.whatsapp.net"));
   EXPECT_EQ(members.membersBySession().keys(), QList<qint64>{7});
   const WAMediaItem& a = *media.mediaItems().value(5);
-  EXPECT_EQ(fields(a.pk, a.fileSize, a.movieDuration, a.message, a.localPath, a.mediaUrl, a.vcardName, a.vcardString,
+  EXPECT_EQ(testdata::fields(a.pk, a.fileSize, a.movieDuration, a.message, a.localPath, a.mediaUrl, a.vcardName, a.vcardString,
                    a.thumbPath, a.title, a.authorName),
             QStringLiteral("5|6000000003|42|11|Media/a.jpg|https://u|vname|vstring|Media/a.thumb|caption|author"));
   const WAMediaItem& n = *media.mediaItems().value(2);
-  EXPECT_EQ(fields(n.fileSize, n.localPath, n.thumbPath), QStringLiteral("0||"));
+  EXPECT_EQ(testdata::fields(n.fileSize, n.localPath, n.thumbPath), QStringLiteral("0||"));
 
   ASSERT_EQ(messages.messages().size(), 2);
   const WAMessage& g = *messages.messages()[0];
   EXPECT_EQ(messages.messageMap().value(11), &g);
-  EXPECT_EQ(fields(g.pk, g.groupEventType, g.isFromMe, g.messageStatus, g.messageType, g.chatSession, g.groupMember,
+  EXPECT_EQ(testdata::fields(g.pk, g.groupEventType, g.isFromMe, g.messageStatus, g.messageType, g.chatSession, g.groupMember,
                    g.mediaItem, g.parentMessage, g.messageDate, g.text, g.toJid),
             QStringLiteral("11|2|1|8|1|7|3|5|10|704736382.967263|hi|bob@s.whatsapp.net")); // fractions kept
   const WAMessage& e = *messages.messages()[1];
-  EXPECT_EQ(fields(e.groupMember, e.mediaItem, e.parentMessage, e.messageDate, e.text, e.toJid),
+  EXPECT_EQ(testdata::fields(e.groupMember, e.mediaItem, e.parentMessage, e.messageDate, e.text, e.toJid),
             QStringLiteral("0|0|0|0||"));
   EXPECT_EQ(pictures.pictures().value(QStringLiteral("ann@s.whatsapp.net")), QStringLiteral("Media/Profile/1-2"));
 }

@@ -197,6 +197,17 @@ QList<StoredFile> whatsappDbFilesFrom(const QStringList& statements, const QStri
           file(domain, QStringLiteral("ChatStorage.sqlite-wal"), wal)};
 }
 
+WaMessage waMessage(qint64 pk, qint64 session, int sort, double date, const QString& text, int type) {
+  WaMessage m;
+  m.pk = pk;
+  m.session = session;
+  m.sort = sort;
+  m.date = date;
+  m.text = text;
+  m.type = type;
+  return m;
+}
+
 QList<StoredFile> whatsappDbFiles(const WhatsappDb& rows, const WhatsappDb& newer) {
   return whatsappDbFilesFrom(whatsappSchema() + whatsappInserts(rows), whatsappInserts(newer));
 }

@@ -94,6 +94,9 @@ QStringList whatsappGeneratedInserts(int messages, int chats, bool media);
 
 // The database file (and, when newer has rows, a -wal record that holds them
 // while the main file holds only `rows`), in the group domain.
+// A message row with the fields most tests set.
+WaMessage waMessage(qint64 pk, qint64 session, int sort, double date, const QString& text, int type = 0);
+
 QList<StoredFile> whatsappDbFiles(const WhatsappDb& rows, const WhatsappDb& newer = WhatsappDb());
 // The same from statements; walStatements run after a checkpoint, so their
 // rows live in the -wal record only.
