@@ -11,10 +11,14 @@
 #include <random>
 
 namespace {
-// A database of several megabytes: far more than one read-ahead chunk.
-QString writeLargeDb(const QString& path) {
+// A database of several megabytes: far more than one read-ahead chunk. With
+// wal, its header marks it as a write-ahead-log database whose log has been
+// folded in and removed, as a manifest can be.
+QString writeLargeDb(const QString& path, bool wal = false) {
   sqlite3* db = nullptr;
   sqlite3_open(path.toUtf8().constData(), &db);
+  if (wal)
+    sqlite3_exec(db, "pragma journal_mode=wal", nullptr, nullptr, nullptr);
   sqlite3_exec(db,
                "create table t(id integer primary key, name text, data blob);"
                "begin;"
@@ -22,7 +26,7 @@ QString writeLargeDb(const QString& path) {
                "insert into t select i, printf('row-%08d-%s', i, hex(randomblob(40))), randomblob(i % 300) from n;"
                "commit;",
                nullptr, nullptr, nullptr);
-  sqlite3_close(db);
+  sqlite3_close(db); // the last connection folds the log in and deletes it
   return path;
 }
 
@@ -84,6 +88,7 @@ TEST(ReadAheadVfs, ReadsWhatTheDefaultReads) {
       {"large, scan", large, {}},
       {"large, lookups in random order", large, shuffled},
       {"small (no read-ahead)", small, {}},
+      {"write-ahead-log header, log folded in", writeLargeDb(dir.filePath("wal.db"), true), {}},
   };
   for (const Row& r : rows) {
     sqlite3* plain = openImmutable(r.path, nullptr);
