@@ -27,7 +27,6 @@ QString corner(const QImage& image) {
 
 TEST(UtilsTransformed, AppliesEveryExifOrientation) {
   QTemporaryDir dir;
-  ASSERT_TRUE(dir.isValid());
   const QString red = "100", green = "010", blue = "001", yellow = "110";
   struct Row {
     int orientation;
@@ -58,21 +57,12 @@ TEST(UtilsTransformed, AppliesEveryExifOrientation) {
   }
 }
 
+// A file without an orientation, or none at all, leaves the picture as it is.
 TEST(UtilsTransformed, KeepsTheImageWhenTheFileSaysNothing) {
   QTemporaryDir dir;
-  ASSERT_TRUE(dir.isValid());
   const QString png = dir.filePath("plain.png");
   ASSERT_TRUE(quarters().save(png, "PNG"));
-  const QString garbage = dir.filePath("garbage.jpg");
-  QFile file(garbage);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write("\xff\xd8\xff\xe1\x00\x04Ex"); // truncated EXIF segment
-  file.close();
-  for (const QString& path : {png, garbage, dir.filePath("missing.jpg"), QString()}) {
-    const QImage upright = Utils::transformed(quarters(), path);
-    EXPECT_EQ(upright.size(), QSize(40, 20)) << qPrintable(path);
-    EXPECT_EQ(corner(upright), "100") << qPrintable(path);
-  }
-  EXPECT_TRUE(Utils::transformed(QImage(), png).isNull());
+  for (const QString& path : {png, dir.filePath("missing.jpg")})
+    EXPECT_EQ(Utils::transformed(quarters(), path), quarters()) << qPrintable(path);
 }
 } // namespace
