@@ -21,6 +21,14 @@ namespace {
 using namespace fixture;
 using namespace fixture::notes;
 
+LegacyNote legacyNote(const char* guid, const char* title, const char* html) {
+  LegacyNote n;
+  n.guid = QString::fromLatin1(guid);
+  n.title = QString::fromLatin1(title);
+  n.html = QString::fromLatin1(html);
+  return n;
+}
+
 class NoteBackup : public ::testing::Test {
 protected:
   // Loads the notes of a backup of these files into list.
@@ -109,18 +117,13 @@ TEST_F(NoteBackup, MissingAndDamagedPartsLeaveWhatCanBeRead) {
   n.attachments << attachment(2, "gone.jpeg", QByteArray()) // named, no file in the backup
                 << attachment(4, "broken.jpeg", "not a picture");
   const QString jpeg = QStringLiteral("image/jpeg");
-  const LegacyNote legacy{
-      QStringLiteral("L1"),
-      QStringLiteral("Unclosed"),
-      QStringLiteral("<div><b>fish &amp; <i>chips<br>never closed<object type=\"x\" data=\"cid:one\"></object>"
-                     "<object type=\"x\" data=\"cid:TWO\"></object><div>tail"),
-      400000000.0,
-      false,
-      false,
-      {{QStringLiteral("one"), QStringLiteral("one.png"), jpeg, pngImage(10, 10, 0xffffff), false},
-       {QStringLiteral("two"), QString(), jpeg, QByteArray(), true}}}; // no row for "two"
-  const LegacyNote deleted{
-      QStringLiteral("L2"), QStringLiteral("Deleted legacy"), QString(), 400000000.0, true, false, {}};
+  LegacyNote legacy = legacyNote("L1", "Unclosed",
+                                 "<div><b>fish &amp; <i>chips<br>never closed<object type=\"x\" data=\"cid:one\">"
+                                 "</object><object type=\"x\" data=\"cid:TWO\"></object><div>tail");
+  legacy.attachments = {{"one", "one.png", jpeg, pngImage(10, 10, 0xffffff), false},
+                        {"two", QString(), jpeg, QByteArray(), true}}; // no row for "two"
+  LegacyNote deleted = legacyNote("L2", "Deleted legacy", "");
+  deleted.deleted = true;
   load(modernFiles({n}, ModernLayout::Ios17) + legacyFiles({legacy, deleted}, {}), {}, QStringLiteral("iPad8,1"));
   ASSERT_EQ(titles(), QStringLiteral("Pictures|Unclosed"));
   const QList<OxNoteItem::NotePiece*> pictures = byTitle("Pictures")->notePieces();
@@ -132,24 +135,17 @@ TEST_F(NoteBackup, MissingAndDamagedPartsLeaveWhatCanBeRead) {
 
   OxNoteItem* unclosed = byTitle("Unclosed");
   EXPECT_EQ(unclosed->value(OxNoteItem::ColLocation), QStringLiteral("On My iPad"));
-  ASSERT_EQ(unclosed->notePieces().size(), 3);
-  EXPECT_EQ(unclosed->notePieces()[0]->content, QStringLiteral("\nfish & chips\nnever closed"));
-  EXPECT_EQ(unclosed->notePieces()[1]->name, QStringLiteral("one.png"));
-  EXPECT_EQ(unclosed->notePieces()[2]->content, QStringLiteral("\ntail"));
+  const QList<OxNoteItem::NotePiece*> pieces = unclosed->notePieces();
+  ASSERT_EQ(pieces.size(), 3);
+  EXPECT_EQ(testdata::fields(pieces[0]->content, pieces[1]->name, pieces[2]->content),
+            QStringLiteral("\nfish & chips\nnever closed|one.png|\ntail"));
 }
 
 TEST_F(NoteBackup, WithoutAModernStoreTheLegacyOnesAreStillRead) {
   load({file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Preferences/x.plist"), "bplist00")});
   EXPECT_EQ(list.count(0), 0);
-  const LegacyNote n{QStringLiteral("only"),
-                     QStringLiteral("Only legacy"),
-                     QStringLiteral("Only legacy"),
-                     400000000.0,
-                     false,
-                     false,
-                     {}};
   load(QList<StoredFile>{file(kNotesDomain, QStringLiteral("NoteStore.sqlite"), QByteArray(2048, 'x'))} +
-       legacyFiles({n}, {}));
+       legacyFiles({legacyNote("only", "Only legacy", "Only legacy")}, {}));
   EXPECT_EQ(titles(), QStringLiteral("Only legacy"));
 }
 // The file index answers every search as a walk over the whole file list does.
