@@ -404,57 +404,28 @@ QByteArray pngImage(int width, int height, unsigned rgb) {
 bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wal, QByteArray* db, QByteArray* walBytes,
                      QString* error) {
   const Layout L = layoutOf(which);
-  QStringList columns = {QStringLiteral("ZIDENTIFIER VARCHAR"),
-                         QStringLiteral("ZTITLE VARCHAR"),
-                         QStringLiteral("ZTITLE1 VARCHAR"),
-                         QStringLiteral("ZTITLE2 VARCHAR"),
-                         QStringLiteral("ZUSERTITLE VARCHAR"),
-                         QStringLiteral("ZSUMMARY VARCHAR"),
-                         QStringLiteral("ZSNIPPET VARCHAR"),
-                         QStringLiteral("ZNOTEDATA INTEGER"),
-                         QStringLiteral("ZMODIFICATIONDATE TIMESTAMP"),
-                         QStringLiteral("ZMODIFICATIONDATE1 TIMESTAMP"),
-                         L.created + QStringLiteral(" TIMESTAMP"),
-                         QStringLiteral("ZMARKEDFORDELETION INTEGER"),
-                         QStringLiteral("ZISPASSWORDPROTECTED INTEGER"),
-                         QStringLiteral("ZCRYPTOSALT BLOB"),
-                         QStringLiteral("ZCRYPTOITERATIONCOUNT INTEGER"),
-                         QStringLiteral("ZCRYPTOWRAPPEDKEY BLOB"),
-                         QStringLiteral("ZCRYPTOINITIALIZATIONVECTOR BLOB"),
-                         QStringLiteral("ZCRYPTOTAG BLOB"),
-                         QStringLiteral("ZASSETCRYPTOINITIALIZATIONVECTOR BLOB"),
-                         QStringLiteral("ZASSETCRYPTOTAG BLOB"),
-                         QStringLiteral("ZFALLBACKIMAGECRYPTOINITIALIZATIONVECTOR BLOB"),
-                         QStringLiteral("ZFALLBACKIMAGECRYPTOTAG BLOB"),
-                         QStringLiteral("ZACCOUNT INTEGER"),
-                         QStringLiteral("ZACCOUNT1 INTEGER"),
-                         L.noteAccount + QStringLiteral(" INTEGER"),
-                         L.folderAccount + QStringLiteral(" INTEGER"),
-                         QStringLiteral("ZOWNER INTEGER"),
-                         QStringLiteral("ZFOLDERTYPE INTEGER"),
-                         QStringLiteral("ZNAME VARCHAR"),
-                         QStringLiteral("ZACCOUNTTYPE INTEGER"),
-                         QStringLiteral("ZTYPEUTI VARCHAR"),
-                         QStringLiteral("ZTYPEUTI1 VARCHAR"),
-                         QStringLiteral("ZALTTEXT VARCHAR"),
-                         QStringLiteral("ZNOTE INTEGER"),
-                         QStringLiteral("ZMEDIA INTEGER"),
-                         QStringLiteral("ZPARENTATTACHMENT INTEGER"),
-                         QStringLiteral("ZORIENTATION INTEGER"),
-                         QStringLiteral("ZURLSTRING VARCHAR"),
-                         QStringLiteral("ZMERGEABLEDATA1 BLOB"),
-                         QStringLiteral("ZFILENAME VARCHAR"),
-                         QStringLiteral("ZATTACHMENT INTEGER"),
-                         QStringLiteral("ZWIDTH INTEGER"),
-                         QStringLiteral("ZHEIGHT INTEGER")};
-  if (!L.joinTable)
-    columns << QStringLiteral("ZFOLDER INTEGER");
+  // The columns of every entity in one table, as Core Data stores them; the
+  // layouts differ in a few suffixes.
+  const QString columns =
+      QStringLiteral(
+          "ZIDENTIFIER VARCHAR, ZTITLE VARCHAR, ZTITLE1 VARCHAR, ZTITLE2 VARCHAR, ZUSERTITLE VARCHAR, ZSUMMARY "
+          "VARCHAR, ZSNIPPET VARCHAR, ZNOTEDATA INTEGER, ZMODIFICATIONDATE TIMESTAMP, ZMODIFICATIONDATE1 "
+          "TIMESTAMP, %1 TIMESTAMP, ZMARKEDFORDELETION INTEGER, ZISPASSWORDPROTECTED INTEGER, ZCRYPTOSALT BLOB, "
+          "ZCRYPTOITERATIONCOUNT INTEGER, ZCRYPTOWRAPPEDKEY BLOB, ZCRYPTOINITIALIZATIONVECTOR BLOB, ZCRYPTOTAG "
+          "BLOB, ZASSETCRYPTOINITIALIZATIONVECTOR BLOB, ZASSETCRYPTOTAG BLOB, "
+          "ZFALLBACKIMAGECRYPTOINITIALIZATIONVECTOR BLOB, ZFALLBACKIMAGECRYPTOTAG BLOB, ZACCOUNT INTEGER, "
+          "ZACCOUNT1 INTEGER, %2 INTEGER, %3 INTEGER, ZOWNER INTEGER, ZFOLDERTYPE INTEGER, ZNAME VARCHAR, "
+          "ZACCOUNTTYPE INTEGER, ZTYPEUTI VARCHAR, ZTYPEUTI1 VARCHAR, ZALTTEXT VARCHAR, ZNOTE INTEGER, ZMEDIA "
+          "INTEGER, ZPARENTATTACHMENT INTEGER, ZORIENTATION INTEGER, ZURLSTRING VARCHAR, ZMERGEABLEDATA1 BLOB, "
+          "ZFILENAME VARCHAR, ZATTACHMENT INTEGER, ZWIDTH INTEGER, ZHEIGHT INTEGER%4")
+          .arg(L.created, L.noteAccount, L.folderAccount,
+               L.joinTable ? QString() : QStringLiteral(", ZFOLDER INTEGER"));
   QStringList sql;
   sql << QStringLiteral(
              "CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER)")
       << QStringLiteral(
              "CREATE TABLE ZICCLOUDSYNCINGOBJECT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, %1)")
-             .arg(columns.join(QStringLiteral(", ")))
+             .arg(columns)
       << QStringLiteral(
              "CREATE TABLE ZICNOTEDATA (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, %1ZDATA BLOB, "
              "ZCRYPTOINITIALIZATIONVECTOR BLOB, ZCRYPTOTAG BLOB)")
@@ -665,30 +636,24 @@ QList<QPair<const LegacyNote*, const LegacyAttachment*>> legacyAttachmentRows(co
 } // namespace
 
 bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
-  QStringList sql;
-  sql << QStringLiteral(
-             "CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER)")
-      << QStringLiteral("CREATE TABLE ZACCOUNT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZTYPE INTEGER, "
-                        "ZDEFAULTSTORE INTEGER, ZNAME VARCHAR, ZACCOUNTIDENTIFIER VARCHAR)")
-      << QStringLiteral(
-             "CREATE TABLE ZSTORE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZACCOUNT INTEGER, "
-             "ZNAME VARCHAR)")
-      << QStringLiteral(
-             "CREATE TABLE ZNOTE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZDELETEDFLAG INTEGER, "
-             "ZINTEGERID INTEGER, ZBODY INTEGER, ZSTORE INTEGER, ZCREATIONDATE TIMESTAMP, "
-             "ZMODIFICATIONDATE TIMESTAMP, ZTITLE VARCHAR, ZSUMMARY VARCHAR, ZGUID VARCHAR)")
-      << QStringLiteral(
-             "CREATE TABLE ZNOTEBODY (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZOWNER INTEGER, "
-             "ZCONTENT VARCHAR)")
-      << QStringLiteral("CREATE TABLE ZNOTEATTACHMENT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, "
-                        "ZNOTE INTEGER, ZCONTENTID VARCHAR, ZFILENAME VARCHAR, ZMIMETYPE VARCHAR)")
-      << QStringLiteral("BEGIN")
-      << QStringLiteral(
-             "INSERT INTO Z_PRIMARYKEY VALUES (1, 'Account', 0, 2), (3, 'Note', 0, 0), (4, 'NoteBody', 0, 0), "
-             "(7, 'Store', 0, 2)")
-      << QStringLiteral("INSERT INTO ZACCOUNT VALUES (1, 1, 1, 1, 1, 'iCloud', 'icloud-account'), "
-                        "(2, 1, 1, 0, 2, 'On My iPhone', 'local-account')")
-      << QStringLiteral("INSERT INTO ZSTORE VALUES (1, 7, 1, 1, 'Notes'), (2, 7, 1, 2, 'Notes')");
+  QStringList sql{QStringLiteral(
+      "CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER);"
+      "CREATE TABLE ZACCOUNT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZTYPE INTEGER, "
+      "ZDEFAULTSTORE INTEGER, ZNAME VARCHAR, ZACCOUNTIDENTIFIER VARCHAR);"
+      "CREATE TABLE ZSTORE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZACCOUNT INTEGER, ZNAME VARCHAR);"
+      "CREATE TABLE ZNOTE (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZDELETEDFLAG INTEGER, "
+      "ZINTEGERID INTEGER, ZBODY INTEGER, ZSTORE INTEGER, ZCREATIONDATE TIMESTAMP, "
+      "ZMODIFICATIONDATE TIMESTAMP, ZTITLE VARCHAR, ZSUMMARY VARCHAR, ZGUID VARCHAR);"
+      "CREATE TABLE ZNOTEBODY (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZOWNER INTEGER, "
+      "ZCONTENT VARCHAR);"
+      "CREATE TABLE ZNOTEATTACHMENT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, "
+      "ZNOTE INTEGER, ZCONTENTID VARCHAR, ZFILENAME VARCHAR, ZMIMETYPE VARCHAR);"
+      "BEGIN;"
+      "INSERT INTO Z_PRIMARYKEY VALUES (1, 'Account', 0, 2), (3, 'Note', 0, 0), (4, 'NoteBody', 0, 0), "
+      "(7, 'Store', 0, 2);"
+      "INSERT INTO ZACCOUNT VALUES (1, 1, 1, 1, 1, 'iCloud', 'icloud-account'), "
+      "(2, 1, 1, 0, 2, 'On My iPhone', 'local-account');"
+      "INSERT INTO ZSTORE VALUES (1, 7, 1, 1, 'Notes'), (2, 7, 1, 2, 'Notes')")};
   int pk = 0;
   for (const LegacyNote& n : notes) {
     ++pk;
@@ -713,12 +678,9 @@ bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* e
 }
 
 bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
-  QStringList sql;
-  sql << QStringLiteral(
-             "CREATE TABLE Note (creation_date INTEGER, modification_date INTEGER, title TEXT, summary TEXT, "
-             "contains_cjk INTEGER)")
-      << QStringLiteral("CREATE TABLE note_bodies (note_id INTEGER, data, UNIQUE (note_id))")
-      << QStringLiteral("BEGIN");
+  QStringList sql{QStringLiteral("CREATE TABLE Note (creation_date INTEGER, modification_date INTEGER, title TEXT, "
+                                 "summary TEXT, contains_cjk INTEGER);"
+                                 "CREATE TABLE note_bodies (note_id INTEGER, data, UNIQUE (note_id));BEGIN")};
   int rowid = 0;
   for (const LegacyNote& n : notes) {
     ++rowid;
@@ -761,107 +723,70 @@ QList<StoredFile> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<
 }
 
 QList<StoredFile> sampleNoteFiles() {
-  QList<ModernNote> modern;
-  {
+  auto note = [](const char* id, const char* title, const char* text, double modified) {
     ModernNote n;
-    n.identifier = QStringLiteral("5B1D3F0E-7C2A-4E55-9A10-2F6E8D3C4B01");
-    n.title = QStringLiteral("Shopping list");
-    n.text = QStringLiteral("Shopping list\nBread, milk, apples\n\uFFFC\nAnd the receipt above.");
-    ModernAttachment photo;
-    photo.identifier = QStringLiteral("0C6A7E1B-55D2-4A0B-8F0E-6D2A9C1B7E11");
-    photo.mediaId = QStringLiteral("A1B2C3D4-0000-4000-8000-00000000A001");
-    photo.fileName = QStringLiteral("receipt.jpeg");
-    photo.mediaData = pngImage(400, 300, 0x3366cc);
-    photo.previewId = photo.identifier + QStringLiteral("-1-400x300-0");
-    photo.previewData = pngImage(400, 300, 0x3366cc);
-    n.attachments << photo;
-    n.modified = 720000000;
-    modern << n;
-  }
-  {
-    ModernNote n;
-    n.identifier = QStringLiteral("7D0F3A2C-1E4B-4C6D-8E9F-0A1B2C3D4E02");
-    n.title = QStringLiteral("Trip budget");
-    n.folder = QStringLiteral("Travel");
-    n.text = QStringLiteral("Trip budget\n\uFFFC\nBook before May.");
-    ModernAttachment table;
-    table.identifier = QStringLiteral("9E8D7C6B-5A49-4382-9170-6F5E4D3C2B03");
-    table.uti = QStringLiteral("com.apple.notes.table");
-    table.mergeable =
-        tableBlob({{QStringLiteral("Hotel"), QStringLiteral("420")}, {QStringLiteral("Train"), QStringLiteral("95")}});
-    n.attachments << table;
-    n.modified = 721000000;
-    modern << n;
-  }
-  {
-    ModernNote n;
-    n.identifier = QStringLiteral("2F4E6A8C-0B1D-4F3E-9A5C-7E9B1D3F5A04");
-    n.title = QStringLiteral("Safe combination");
-    n.text = QStringLiteral("Safe combination\n12-34-56\n\uFFFC");
-    n.password = kSamplePassword;
-    ModernAttachment sketch;
-    sketch.identifier = QStringLiteral("4A6C8E0F-2B3D-4E5F-8A9B-0C1D2E3F4A05");
-    sketch.uti = QStringLiteral("com.apple.drawing.2");
-    sketch.previewId = sketch.identifier + QStringLiteral("-1-200x100-0");
-    sketch.previewData = pngImage(200, 100, 0x22aa44);
-    sketch.orientation = 1;
-    n.attachments << sketch;
-    n.modified = 722000000;
-    modern << n;
-  }
-  {
-    ModernNote n;
-    n.identifier = QStringLiteral("6B8D0F2A-4C5E-4A7B-9C1D-3E5F7A9B1C06");
-    n.title = QStringLiteral("Diary");
-    n.passcodeLocked = true;
-    n.modified = 723000000;
-    modern << n;
-  }
-  {
-    ModernNote n;
-    n.identifier = QStringLiteral("8C0E2A4B-6D7F-4B9C-8D2E-4F6A8B0C2D07");
-    n.title = QStringLiteral("Old idea");
-    n.text = QStringLiteral("Old idea\nThrown away.");
-    n.inTrash = true;
-    modern << n;
-  }
-  QList<LegacyNote> legacy;
-  {
-    LegacyNote n;
-    n.guid = QStringLiteral("5B1D3F0E-7C2A-4E55-9A10-2F6E8D3C4B01"); // also in the modern store
-    n.title = QStringLiteral("Shopping list");
-    n.html = QStringLiteral("<div>Shopping list</div><div>Bread</div>");
-    legacy << n;
-  }
-  {
-    LegacyNote n;
-    n.guid = QStringLiteral("legacy-0001");
-    n.title = QStringLiteral("Garden");
-    n.html =
-        QStringLiteral("<div>Garden</div><div>Tomatoes by the wall</div>"
-                       "<object type=\"image/jpeg\" data=\"cid:GardenPhoto@local\"></object><div>Water daily</div>");
-    n.icloud = true;
-    LegacyAttachment a;
-    a.contentId = QStringLiteral("GardenPhoto@local");
-    a.fileName = QStringLiteral("garden photo.jpeg");
-    a.mimeType = QStringLiteral("public.jpeg");
-    // As a camera stores a portrait photo: sideways, with a tag that says to
-    // turn it a quarter clockwise.
-    QImage sideways(400, 300, QImage::Format_RGB32);
-    sideways.fill(0x88aa22);
-    a.data = jpegWithOrientation(sideways, 6);
-    n.attachments << a;
-    legacy << n;
-  }
-  QList<LegacyNote> oldest;
-  {
-    LegacyNote n;
-    n.title = QStringLiteral("First phone note");
-    n.html = QStringLiteral("First phone note<br>Written on the first iPhone.");
-    n.modified = 250000000;
-    oldest << n;
-  }
-  return modernFiles(modern, ModernLayout::Ios15) + legacyFiles(legacy, oldest);
+    n.identifier = QLatin1String(id);
+    n.title = QString::fromUtf8(title);
+    n.text = QString::fromUtf8(text);
+    n.modified = modified;
+    return n;
+  };
+  ModernNote shopping = note("5B1D3F0E-7C2A-4E55-9A10-2F6E8D3C4B01", "Shopping list",
+                             "Shopping list\nBread, milk, apples\n\uFFFC\nAnd the receipt above.", 720000000);
+  ModernAttachment photo;
+  photo.identifier = QStringLiteral("0C6A7E1B-55D2-4A0B-8F0E-6D2A9C1B7E11");
+  photo.mediaId = QStringLiteral("A1B2C3D4-0000-4000-8000-00000000A001");
+  photo.fileName = QStringLiteral("receipt.jpeg");
+  photo.mediaData = photo.previewData = pngImage(400, 300, 0x3366cc);
+  photo.previewId = photo.identifier + QStringLiteral("-1-400x300-0");
+  shopping.attachments << photo;
+  ModernNote budget =
+      note("7D0F3A2C-1E4B-4C6D-8E9F-0A1B2C3D4E02", "Trip budget", "Trip budget\n\uFFFC\nBook before May.", 721000000);
+  budget.folder = QStringLiteral("Travel");
+  ModernAttachment table;
+  table.identifier = QStringLiteral("9E8D7C6B-5A49-4382-9170-6F5E4D3C2B03");
+  table.uti = QStringLiteral("com.apple.notes.table");
+  table.mergeable =
+      tableBlob({{QStringLiteral("Hotel"), QStringLiteral("420")}, {QStringLiteral("Train"), QStringLiteral("95")}});
+  budget.attachments << table;
+  ModernNote safe =
+      note("2F4E6A8C-0B1D-4F3E-9A5C-7E9B1D3F5A04", "Safe combination", "Safe combination\n12-34-56\n\uFFFC", 722000000);
+  safe.password = kSamplePassword;
+  ModernAttachment sketch;
+  sketch.identifier = QStringLiteral("4A6C8E0F-2B3D-4E5F-8A9B-0C1D2E3F4A05");
+  sketch.uti = QStringLiteral("com.apple.drawing.2");
+  sketch.previewId = sketch.identifier + QStringLiteral("-1-200x100-0");
+  sketch.previewData = pngImage(200, 100, 0x22aa44);
+  sketch.orientation = 1;
+  safe.attachments << sketch;
+  ModernNote diary = note("6B8D0F2A-4C5E-4A7B-9C1D-3E5F7A9B1C06", "Diary", "", 723000000);
+  diary.text = QString();
+  diary.passcodeLocked = true;
+  ModernNote old = note("8C0E2A4B-6D7F-4B9C-8D2E-4F6A8B0C2D07", "Old idea", "Old idea\nThrown away.", 700000000.0);
+  old.inTrash = true;
+
+  LegacyNote again; // also in the modern store
+  again.guid = shopping.identifier;
+  again.title = shopping.title;
+  again.html = QStringLiteral("<div>Shopping list</div><div>Bread</div>");
+  LegacyNote garden;
+  garden.guid = QStringLiteral("legacy-0001");
+  garden.title = QStringLiteral("Garden");
+  garden.html =
+      QStringLiteral("<div>Garden</div><div>Tomatoes by the wall</div>"
+                     "<object type=\"image/jpeg\" data=\"cid:GardenPhoto@local\"></object><div>Water daily</div>");
+  garden.icloud = true;
+  // As a camera stores a portrait photo: sideways, with a tag that says to
+  // turn it a quarter clockwise.
+  QImage sideways(400, 300, QImage::Format_RGB32);
+  sideways.fill(0x88aa22);
+  garden.attachments << LegacyAttachment{QStringLiteral("GardenPhoto@local"), QStringLiteral("garden photo.jpeg"),
+                                         QStringLiteral("public.jpeg"), jpegWithOrientation(sideways, 6), false};
+  LegacyNote first;
+  first.title = QStringLiteral("First phone note");
+  first.html = QStringLiteral("First phone note<br>Written on the first iPhone.");
+  first.modified = 250000000;
+  return modernFiles({shopping, budget, safe, diary, old}, ModernLayout::Ios15) + legacyFiles({again, garden}, {first});
 }
 
 } // namespace notes
