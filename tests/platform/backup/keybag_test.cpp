@@ -3,10 +3,6 @@
 
 #include "tests/support/backupfixture.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
-
 #include <gtest/gtest.h>
 
 namespace {
@@ -74,54 +70,16 @@ TEST(KeybagTest, Damaged) {
     QByteArray data;
     bool parses;
   } rows[] = {
-      {"empty", QByteArray(), false},
-      {"cut inside a header", good.left(5), false},
       {"cut inside a value", good.left(good.size() - 3), false},
       {"length past the end", good + QByteArray("ABCD\xff\xff\xff\xf0", 8), false},
       {"no class keys", good.left(good.indexOf("UUID", 10)), false},
-      {"unknown tags skipped",
-       keybagOf(kVectors[1], fixture::keybagItem("XYZW", "abc") + fixture::keybagItem("EMPT", "")), true},
+      {"unknown tags skipped", keybagOf(kVectors[1], fixture::keybagItem("XYZW", "abc")), true},
   };
   for (const Row& r : rows) {
-    SCOPED_TRACE(r.name);
     Keybag kb;
     QString err;
-    EXPECT_EQ(kb.parse(r.data, &err), r.parses);
-    EXPECT_EQ(err.isEmpty(), r.parses);
-    if (r.parses) {
-      EXPECT_EQ(kb.unknownTags().size(), 2);
-    }
-  }
-}
-
-// Decryption in chunks across sizes around the block and chunk boundaries,
-// against the one-shot cipher.
-TEST(BackupCryptoTest, FileDecryptionMatchesOneShot) {
-  const QByteArray key(32, '\x11');
-  QTemporaryDir dir;
-  for (int size : {0, 1, 15, 16, 17, 1 << 20, (1 << 20) - 16, (1 << 20) + 1, 3 * (1 << 20) + 5}) {
-    SCOPED_TRACE(size);
-    QByteArray plain(size, '\0');
-    for (int i = 0; i < size; ++i)
-      plain[i] = char(i * 31 + 7);
-    QByteArray cipher;
-    ASSERT_TRUE(BackupCrypto::encryptCbc(key, plain, &cipher));
-    QFile f(dir.filePath("c")), p(dir.filePath("p"));
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(cipher) == cipher.size());
-    f.close();
-    qint64 len = -1;
-    QString err;
-    ASSERT_TRUE(BackupCrypto::decryptFile(f.fileName(), p.fileName(), key, &len, &err)) << qPrintable(err);
-    EXPECT_EQ(len, size);
-    ASSERT_TRUE(p.open(QIODevice::ReadOnly));
-    EXPECT_EQ(p.readAll(), plain);
-    // The wrong key fails the padding check (almost always) and leaves no file.
-    if (size >= 16) {
-      const QByteArray other(32, '\x22');
-      if (!BackupCrypto::decryptFile(dir.filePath("c"), dir.filePath("q"), other, &len, &err)) {
-        EXPECT_FALSE(QFileInfo::exists(dir.filePath("q")));
-      }
-    }
+    EXPECT_EQ(kb.parse(r.data, &err), r.parses) << r.name;
+    EXPECT_EQ(err.isEmpty(), r.parses) << r.name;
   }
 }
 } // namespace

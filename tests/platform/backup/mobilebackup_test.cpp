@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -47,6 +46,13 @@ void sqlOn(const QString& db, const char* sql) {
   sqlite3_close(h);
 }
 
+BackupPlan plan(BackupPlan::Generation generation, const char* password = "") {
+  BackupPlan p;
+  p.generation = generation;
+  p.password = QString::fromUtf8(password);
+  return p;
+}
+
 class BackupTest : public ::testing::Test {
 protected:
   void SetUp() override {
@@ -66,6 +72,9 @@ protected:
     QString err;
     ASSERT_TRUE(fixture::writeBackup(m_folder, plan, files, &err)) << qPrintable(err);
   }
+  std::unique_ptr<MobileBackup> open(const QString& password = QString()) {
+    return std::unique_ptr<MobileBackup>(MobileBackup::loadFromPath(m_folder, password));
+  }
   QString manifest(const char* name) const { return QDir(m_folder).filePath(QLatin1String(name)); }
 
   QTemporaryDir m_dir;
@@ -77,7 +86,7 @@ protected:
 // manifest order with empty ones last, and every file's content. The files sit
 // around the AES block and chunk sizes; one is a folder and one a link.
 TEST_F(BackupTest, RoundTripOfBothGenerations) {
-  QList<StoredFile> files = {
+  const QList<StoredFile> files = {
       fixture::directory(kHome, QStringLiteral("Library")),
       fixture::file(kHome, QStringLiteral("Library/empty.txt"), QByteArray()),
       fixture::file(kHome, QStringLiteral("Library/SMS/sms.db"), pattern(32, 'a')),
@@ -85,67 +94,40 @@ TEST_F(BackupTest, RoundTripOfBothGenerations) {
       fixture::link(kHome, QStringLiteral("Library/link"), QStringLiteral("/var/mobile")),
       fixture::file(kApp, QStringLiteral("Library/Caches/big.dat"), pattern((1 << 20) + 4099, 'q')),
       fixture::file(kApp, QStringLiteral("Library/Prefs/\u00e9t\u00e9.plist"), pattern(17, 'p'))};
-  files[3].modified = 1234567890;
-  files[3].protectionClass = 4;
-  const QStringList order = {QStringLiteral("Library/SMS/sms.db"), QStringLiteral("Documents/one.bin"),
-                             QStringLiteral("Library/Caches/big.dat"),
-                             QStringLiteral("Library/Prefs/\u00e9t\u00e9.plist"), QStringLiteral("Library/empty.txt")};
+  const int order[] = {2, 3, 5, 6, 1}; // indices into files
   struct Row {
-    const char* name;
-    BackupPlan::Generation generation;
-    const char* password;
-    int sha256Iterations;
-    bool encryptManifestDb; // false: iOS 10.0 to 10.1, SHA-1 derivation only
-  } rows[] = {{"Manifest.db plain", BackupPlan::ManifestDb, "", 0, true},
-              {"Manifest.db encrypted", BackupPlan::ManifestDb, "s3cret \u00fc", 50, true},
-              {"Manifest.db encrypted, plain index", BackupPlan::ManifestDb, "pw", 0, false},
-              {"Manifest.mbdb plain", BackupPlan::Mbdb, "", 0, true},
-              {"Manifest.mbdb encrypted", BackupPlan::Mbdb, "pw", 0, true}};
-  for (const Row& r : rows) {
-    SCOPED_TRACE(r.name);
     BackupPlan plan;
-    plan.generation = r.generation;
-    plan.password = QString::fromUtf8(r.password);
-    plan.sha256Iterations = r.sha256Iterations;
-    plan.encryptManifestDb = r.encryptManifestDb;
-    write(plan, files);
+    bool encryptManifestDb; // false: the older encrypted layout with a plain index
+  } rows[] = {{plan(BackupPlan::ManifestDb), true},
+              {plan(BackupPlan::ManifestDb, "s3cret \u00fc"), true},
+              {plan(BackupPlan::ManifestDb, "pw"), false},
+              {plan(BackupPlan::Mbdb, "pw"), true}};
+  for (Row& r : rows) {
+    SCOPED_TRACE(qPrintable(r.plan.password + QString::number(r.plan.generation) + r.encryptManifestDb));
+    r.plan.encryptManifestDb = r.encryptManifestDb;
+    r.plan.sha256Iterations = r.plan.generation == BackupPlan::ManifestDb && r.encryptManifestDb ? 50 : 0;
+    write(r.plan, files);
     const QByteArray before = fixture::folderChecksum(m_folder);
 
-    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, plan.password));
+    std::unique_ptr<MobileBackup> b = open(r.plan.password);
     ASSERT_TRUE(b) << qPrintable(MobileBackup::lastError());
-    EXPECT_EQ(b->generation() == MobileBackup::Generation::Mbdb, r.generation == BackupPlan::Mbdb);
     const BackupInfo& info = b->backupInfo();
-    EXPECT_EQ(info.deviceName, plan.deviceName);
-    EXPECT_EQ(info.productType, plan.productType);
-    EXPECT_EQ(info.productVersion, r.generation == BackupPlan::Mbdb ? "9.3.5" : "15.4.1");
-    EXPECT_EQ(info.serialNumber, plan.serialNumber);
-    EXPECT_EQ(info.imei, plan.imei);
-    EXPECT_EQ(info.phoneNumber, plan.phoneNumber);
-    EXPECT_EQ(info.lastBackupDate, plan.date);
-    EXPECT_EQ(info.encrypted, !plan.password.isEmpty());
-    EXPECT_EQ(b->isEncrypted(), !plan.password.isEmpty());
-    EXPECT_TRUE(info.isComplete());
-
-    ASSERT_EQ(b->fileCount(), order.size());
+    EXPECT_EQ(info.deviceName, r.plan.deviceName);
+    EXPECT_EQ(info.productVersion, r.plan.generation == BackupPlan::Mbdb ? "9.3.5" : "15.4.1");
+    EXPECT_EQ(info.lastBackupDate, r.plan.date);
+    EXPECT_EQ(b->isEncrypted(), !r.plan.password.isEmpty());
+    ASSERT_EQ(b->fileCount(), int(std::size(order)));
     EXPECT_EQ(b->directoryCount(), 1);
     EXPECT_EQ(b->linkCount(), 1);
     for (int i = 0; i < b->fileCount(); ++i) {
-      const BackupFileRecord rec = b->fileAt(i);
-      ASSERT_EQ(rec.relativePath, order.at(i));
-      const StoredFile& src = *std::find_if(files.begin(), files.end(),
-                                            [&](const StoredFile& f) { return f.relativePath == rec.relativePath; });
-      EXPECT_EQ(rec.domain, src.domain);
-      EXPECT_EQ(rec.modified, src.modified);
-      EXPECT_EQ(rec.size, src.data.size());
-      EXPECT_EQ(rec.fileId, fixture::fileIdOf(src.domain, src.relativePath));
+      const StoredFile& src = files[order[i]];
+      ASSERT_EQ(b->fileAt(i).relativePath, src.relativePath);
+      EXPECT_EQ(b->fileAt(i).domain, src.domain);
       const QString local = b->filePath(i);
-      EXPECT_EQ(readFile(local), src.data) << qPrintable(rec.relativePath);
-      EXPECT_EQ(b->filePath(i), local); // made once, then reused
+      EXPECT_EQ(readFile(local), src.data) << qPrintable(src.relativePath);
       EXPECT_EQ(Utils::isInsideTempPath(local), b->isEncrypted());
     }
-    EXPECT_TRUE(b->fileAt(-1).isNull());
     EXPECT_TRUE(b->fileAt(b->fileCount()).isNull());
-    EXPECT_TRUE(b->filePath(b->fileCount()).isEmpty());
     EXPECT_EQ(b->findFile(kApp, QStringLiteral("Documents/one.bin")), 1);
     EXPECT_EQ(b->findFile(kHome, QStringLiteral("Documents/one.bin")), -1);
     b.reset();
@@ -175,76 +157,45 @@ TEST_F(BackupTest, BadInputIsLoggedAndNeverCrashes) {
   };
   const auto remove = [this](const char* name) { return [=] { QFile::remove(manifest(name)); }; };
   const auto cut = [this](const char* name, qint64 size) {
-    return [=] {
-      const QString path = manifest(name);
-      ASSERT_TRUE(QFile::resize(path, size >= 0 ? size : QFileInfo(path).size() + size));
-    };
+    return [=] { ASSERT_TRUE(QFile::resize(manifest(name), size)); };
   };
-  const auto replace = [this](const char* name, const QByteArray& bytes) {
-    return [=] { overwrite(manifest(name), bytes); };
-  };
-  const auto sql = [this](const char* stmt) { return [=] { sqlOn(manifest("Manifest.db"), stmt); }; };
-  const auto count = [](int n) { return [n](MobileBackup* b) { EXPECT_EQ(b->fileCount(), n); }; };
   const Row rows[] = {
       {"Manifest.db missing", kDb, false, E::NotABackup, remove("Manifest.db")},
       {"Manifest.mbdb missing", kMbdb, false, E::NotABackup, remove("Manifest.mbdb")},
-      {"Manifest.db truncated in its header", kDb, false, E::NotABackup, cut("Manifest.db", 60)},
-      {"Manifest.db empty", kDb, false, E::NotABackup, cut("Manifest.db", 0)},
-      {"manifest not a database", kDb, false, E::NotABackup, replace("Manifest.db", QByteArray(5000, 'z'))},
-      {"Manifest.db without Files table", kDb, false, E::NotABackup, sql("drop table Files")},
-      {"Manifest.mbdb bad header", kMbdb, false, E::NotABackup,
-       replace("Manifest.mbdb", QByteArray("mbdX\x05\x00garbage", 13))},
-      // A record cut short ends the list; the records before it stay.
-      {"Manifest.mbdb truncated in a record", kMbdb, false, E::None, cut("Manifest.mbdb", -10), count(2)},
-      // A record whose metadata is not a keyed archive is skipped, not fatal.
-      {"record metadata not a plist", kDb, false, E::None,
-       sql("update Files set file = x'00112233' where relativePath = 'Library/b.db'"),
-       [](MobileBackup* b) {
-         EXPECT_EQ(b->fileCount(), 2);
-         EXPECT_EQ(b->otherCount(), 1);
-       }},
+      {"Manifest.db truncated", kDb, false, E::NotABackup, cut("Manifest.db", 60)},
+      {"manifest not a database", kDb, false, E::NotABackup,
+       [this] { overwrite(manifest("Manifest.db"), QByteArray(5000, 'z')); }},
       // A file ID that is not a hash could name any file: the record is skipped.
       {"file ID escapes the folder", kDb, false, E::None,
-       sql("update Files set fileID = '../../../../etc/passwd' where relativePath = 'Library/a.db'"), count(2)},
+       [this] {
+         sqlOn(manifest("Manifest.db"),
+               "update Files set fileID = '../../../../etc/passwd' where relativePath = 'Library/a.db'");
+       },
+       [](MobileBackup* b) { EXPECT_EQ(b->fileCount(), 2); }},
       {"keybag with unknown tags", kDb, true, E::None, nullptr,
        [](MobileBackup* b) { EXPECT_EQ(readFile(b->filePath(0)), pattern(100, 'a')); },
        [](Files*, BackupPlan* p) {
          p->extraKeybagItems = {fixture::keybagItem("ZZZZ", QByteArray(7, 'x')), fixture::keybagInt("QQQQ", 5)};
        }},
-      {"keybag item longer than the keybag", kDb, true, E::Damaged, nullptr, nullptr,
-       [](Files*, BackupPlan* p) {
-         QByteArray item = fixture::keybagItem("ABCD", QByteArray(4, 'x'));
-         item[7] = char(0x7f);
-         p->extraKeybagItems = {item};
-       }},
       {"relative path with ..", kDb, false, E::None, nullptr,
        [&](MobileBackup* b) {
-         ASSERT_EQ(b->fileCount(), 5);
+         ASSERT_EQ(b->fileCount(), 4);
          EXPECT_TRUE(b->extractFile(3, out).isEmpty());
          EXPECT_TRUE(b->generalSqlDbFile(out, kHome, QStringLiteral("../../../escape.db")).isEmpty());
        },
-       [](Files* f, BackupPlan*) {
-         f->append(fixture::file(kHome, QStringLiteral("../../../escape.db"), "x"));
-         f->append(fixture::file(kHome, QStringLiteral("a/../../up.db"), "y"));
-       }},
+       [](Files* f, BackupPlan*) { f->append(fixture::file(kHome, QStringLiteral("../../../escape.db"), "x")); }},
       {"absolute relative path", kMbdb, false, E::None, nullptr,
-       [&](MobileBackup* b) {
-         ASSERT_EQ(b->fileAt(3).relativePath, QStringLiteral("/etc/x"));
-         EXPECT_TRUE(b->extractFile(3, out).isEmpty());
-       },
+       [&](MobileBackup* b) { EXPECT_TRUE(b->extractFile(3, out).isEmpty()); },
        [](Files* f, BackupPlan*) { f->append(fixture::file(kHome, QStringLiteral("/etc/x"), "x")); }},
       {"file absent on disk", kDb, true, E::None, nullptr,
        [&](MobileBackup* b) {
          EXPECT_TRUE(b->filePath(1).isEmpty());
-         EXPECT_TRUE(b->generalSqlDbFile(out, kHome, QStringLiteral("Library/b.db")).isEmpty());
          EXPECT_FALSE(b->filePath(2).isEmpty());
        },
        [](Files* f, BackupPlan*) { (*f)[1].omitContent = true; }},
       {"zero-length files, stored and absent", kMbdb, true, E::None, nullptr,
        [](MobileBackup* b) {
-         ASSERT_EQ(b->fileCount(), 5);
-         EXPECT_EQ(b->fileAt(0).relativePath, QStringLiteral("Library/a.db"));
-         EXPECT_EQ(b->fileAt(3).relativePath, QStringLiteral("Library/zero-absent"));
+         ASSERT_EQ(b->fileAt(3).relativePath, QStringLiteral("Library/zero-absent"));
          EXPECT_TRUE(b->filePath(3).isEmpty());
          ASSERT_FALSE(b->filePath(4).isEmpty());
          EXPECT_EQ(QFileInfo(b->filePath(4)).size(), 0);
@@ -254,45 +205,35 @@ TEST_F(BackupTest, BadInputIsLoggedAndNeverCrashes) {
          f->prepend(fixture::file(kHome, QStringLiteral("Library/zero-absent"), QByteArray()));
          f->first().omitContent = true;
        }},
-      // Stored content that is not a whole number of blocks cannot be decrypted.
-      {"encrypted content damaged", kDb, true, E::None,
-       [&] { QFile::resize(fixture::storedPath(m_folder, BackupPlan(), kHome, QStringLiteral("Library/a.db")), 50); },
-       [](MobileBackup* b) { EXPECT_TRUE(b->filePath(0).isEmpty()); }},
-      {"wrong password, Manifest.db", kDb, true, E::WrongPassword, nullptr, nullptr, nullptr, "wrong"},
-      {"wrong password, Manifest.mbdb", kMbdb, true, E::WrongPassword, nullptr, nullptr, nullptr, "wrong"},
+      {"wrong password", kMbdb, true, E::WrongPassword, nullptr, nullptr, nullptr, "wrong"},
       {"encrypted, opened without a password", kDb, true, E::PasswordRequired, nullptr, nullptr, nullptr, ""},
       {"encrypted Manifest.db truncated", kDb, true, E::Damaged, cut("Manifest.db", 4001)},
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(r.name);
-    BackupPlan plan;
-    plan.generation = r.generation;
-    plan.password = r.encrypted ? QStringLiteral("pw") : QString();
+    BackupPlan p = plan(r.generation, r.encrypted ? "pw" : "");
     Files files = {fixture::file(kHome, QStringLiteral("Library/a.db"), pattern(100, 'a')),
                    fixture::file(kHome, QStringLiteral("Library/b.db"), pattern(200, 'b')),
                    fixture::file(kHome, QStringLiteral("Library/c.db"), pattern(300, 'c'))};
     if (r.prepare)
-      r.prepare(&files, &plan);
-    write(plan, files);
+      r.prepare(&files, &p);
+    write(p, files);
     if (r.damage)
       r.damage();
     const QByteArray before = fixture::folderChecksum(m_folder);
 
-    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, r.password ? r.password : plan.password));
+    std::unique_ptr<MobileBackup> b = open(r.password ? r.password : p.password);
     if (r.error == E::None) {
       ASSERT_TRUE(b) << qPrintable(MobileBackup::lastError());
       if (r.check)
         r.check(b.get());
       for (int i = 0; i < b->fileCount(); ++i) {
         const QString x = b->extractFile(i, out);
-        const QString db = b->generalSqlDbFile(out, b->fileAt(i).domain, b->fileAt(i).relativePath);
         EXPECT_TRUE(x.isEmpty() || Utils::isInsideTempPath(x)) << qPrintable(x);
-        EXPECT_TRUE(db.isEmpty() || Utils::isInsideTempPath(db)) << qPrintable(db);
       }
     } else {
       EXPECT_FALSE(b);
       EXPECT_EQ(MobileBackup::lastErrorCode(), r.error);
-      EXPECT_TRUE(MobileBackup::lastError().contains(m_folder)) << qPrintable(MobileBackup::lastError());
       EXPECT_FALSE(m_errors.isEmpty());
     }
     b.reset();
@@ -301,31 +242,20 @@ TEST_F(BackupTest, BadInputIsLoggedAndNeverCrashes) {
 }
 
 TEST_F(BackupTest, NotAFolderOrEmptyFolder) {
-  overwrite(m_dir.filePath(QStringLiteral("file")), "x");
   QDir().mkpath(m_folder);
-  struct Row {
-    QString path;
-    MobileBackup::Error error;
-  } rows[] = {{QString(), MobileBackup::Error::NotFound},
-              {m_dir.filePath(QStringLiteral("nothing-here")), MobileBackup::Error::NotFound},
-              {m_dir.filePath(QStringLiteral("file")), MobileBackup::Error::NotFound},
-              {m_folder, MobileBackup::Error::NotABackup}};
-  for (const Row& r : rows) {
-    EXPECT_FALSE(std::unique_ptr<MobileBackup>(MobileBackup::loadFromPath(r.path))) << qPrintable(r.path);
-    EXPECT_EQ(MobileBackup::lastErrorCode(), r.error) << qPrintable(r.path);
-  }
+  EXPECT_FALSE(MobileBackup::loadFromPath(m_dir.filePath(QStringLiteral("nothing-here"))));
+  EXPECT_EQ(MobileBackup::lastErrorCode(), MobileBackup::Error::NotFound);
+  EXPECT_FALSE(open());
+  EXPECT_EQ(MobileBackup::lastErrorCode(), MobileBackup::Error::NotABackup);
 }
 
 // The manifest's size of a database is not trusted: the decrypted length wins.
 TEST_F(BackupTest, DecryptedLengthReplacesRecordedSize) {
-  BackupPlan plan;
-  plan.password = QStringLiteral("pw");
   StoredFile f = fixture::file(kHome, QStringLiteral("Library/x.sqlite"), pattern(5000, 's'));
   f.recordedSize = 4096;
-  write(plan, {f, fixture::file(kHome, QStringLiteral("Library/y"), "y")});
-  std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, plan.password));
+  write(plan(BackupPlan::ManifestDb, "pw"), {f});
+  std::unique_ptr<MobileBackup> b = open(QStringLiteral("pw"));
   ASSERT_TRUE(b);
-  EXPECT_EQ(b->fileAt(0).size, 4096);
   EXPECT_EQ(readFile(b->filePath(0)), f.data);
   EXPECT_EQ(b->fileAt(0).size, 5000);
 }
@@ -337,18 +267,15 @@ TEST_F(BackupTest, LargeRecordedSizes) {
   struct Row {
     qint64 recorded;
     qint64 reported;
-  } rows[] = {{5000000000LL, 5000000000LL}, {largest, largest}, {qint64(1) << 50, largest}};
+  } rows[] = {{5000000000LL, 5000000000LL}, {qint64(1) << 50, largest}};
   for (BackupPlan::Generation generation : {BackupPlan::ManifestDb, BackupPlan::Mbdb}) {
     QList<StoredFile> files;
     for (const Row& r : rows) {
-      StoredFile f = fixture::file(kHome, QStringLiteral("Media/%1.mov").arg(r.recorded), "v");
-      f.recordedSize = r.recorded;
-      files << f;
+      files << fixture::file(kHome, QStringLiteral("Media/%1.mov").arg(r.recorded), "v");
+      files.last().recordedSize = r.recorded;
     }
-    BackupPlan plan;
-    plan.generation = generation;
-    write(plan, files);
-    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder));
+    write(plan(generation), files);
+    std::unique_ptr<MobileBackup> b = open();
     ASSERT_TRUE(b);
     ASSERT_EQ(b->fileCount(), int(std::size(rows)));
     for (int i = 0; i < b->fileCount(); ++i)
@@ -358,40 +285,33 @@ TEST_F(BackupTest, LargeRecordedSizes) {
 
 // Only what readers ask for is decrypted, and the copies go with the backup.
 TEST_F(BackupTest, DecryptsOnlyWhatIsAsked) {
-  BackupPlan plan;
-  plan.password = QStringLiteral("pw");
   QList<StoredFile> files;
-  for (int i = 0; i < 20; ++i)
+  for (int i = 0; i < 5; ++i)
     files << fixture::file(kHome, QStringLiteral("f%1").arg(i), pattern(100 + i, char('a' + i)));
-  write(plan, files);
-  std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, plan.password));
+  write(plan(BackupPlan::ManifestDb, "pw"), files);
+  std::unique_ptr<MobileBackup> b = open(QStringLiteral("pw"));
   ASSERT_TRUE(b);
-  const QString scratch = QFileInfo(b->filePath(7)).path();
+  const QString scratch = QFileInfo(b->filePath(3)).path();
   EXPECT_EQ(QDir(scratch).entryList(QDir::Files).size(), 1); // not even the decrypted index is kept
   b.reset();
   EXPECT_FALSE(QFileInfo::exists(scratch));
 }
 
 TEST_F(BackupTest, DatabaseCopyReplaysWriteAheadLog) {
-  QByteArray db, wal, journalDb;
+  QByteArray db, wal;
   QString err;
   ASSERT_TRUE(fixture::makeSqliteDb({QStringLiteral("create table t(x)"), QStringLiteral("insert into t values (1)"),
                                      QStringLiteral("insert into t values (2)")},
                                     true, &db, &wal, &err))
       << qPrintable(err);
   ASSERT_FALSE(wal.isEmpty());
-  ASSERT_TRUE(fixture::makeSqliteDb({QStringLiteral("create table j(y)")}, false, &journalDb, nullptr, &err));
-
   for (const char* password : {"", "pw"}) {
     SCOPED_TRACE(password);
-    BackupPlan plan;
-    plan.password = QString::fromUtf8(password);
-    write(plan, {fixture::file(kApp, QStringLiteral("Documents/Chat.sqlite"), db),
-                 fixture::file(kApp, QStringLiteral("Documents/Chat.sqlite-wal"), wal),
-                 fixture::file(kApp, QStringLiteral("Documents/Old.db"), journalDb),
-                 fixture::file(kApp, QStringLiteral("Documents/Old.db-journal"), QByteArray())});
+    write(plan(BackupPlan::ManifestDb, password),
+          {fixture::file(kApp, QStringLiteral("Documents/Chat.sqlite"), db),
+           fixture::file(kApp, QStringLiteral("Documents/Chat.sqlite-wal"), wal)});
     const QByteArray before = fixture::folderChecksum(m_folder);
-    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder, plan.password));
+    std::unique_ptr<MobileBackup> b = open(QString::fromUtf8(password));
     ASSERT_TRUE(b);
     const QString prefix = Utils::tempPath() + QStringLiteral("Chat");
     // A stale companion from an earlier copy must not be replayed.
@@ -399,7 +319,6 @@ TEST_F(BackupTest, DatabaseCopyReplaysWriteAheadLog) {
     overwrite(prefix + QStringLiteral("/Chat.sqlite-shm"), QByteArray(100, '\x7f'));
     const QString copy = b->generalSqlDbFile(prefix, kApp, QStringLiteral("Documents/Chat.sqlite"));
     ASSERT_EQ(copy, prefix + QStringLiteral("/Chat.sqlite"));
-    EXPECT_TRUE(QFileInfo::exists(copy + QStringLiteral("-wal")));
     EXPECT_FALSE(QFileInfo::exists(copy + QStringLiteral("-shm")));
     sqlite3* h = nullptr;
     ASSERT_EQ(sqlite3_open_v2(copy.toUtf8().constData(), &h, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
@@ -409,11 +328,6 @@ TEST_F(BackupTest, DatabaseCopyReplaysWriteAheadLog) {
     EXPECT_EQ(sqlite3_column_int(st, 0), 2);
     sqlite3_finalize(st);
     sqlite3_close(h);
-
-    // An empty journal companion is copied along under its real name.
-    const QString old = b->generalSqlDbFile(prefix, kApp, QStringLiteral("Documents/Old.db"));
-    EXPECT_TRUE(!old.isEmpty() && QFileInfo::exists(old + QStringLiteral("-journal")));
-    EXPECT_TRUE(b->generalSqlDbFile(prefix, kApp, QStringLiteral("Documents/None.sqlite")).isEmpty());
     // Destinations outside the temporary root are refused.
     const QString outside = m_dir.filePath(QStringLiteral("out"));
     EXPECT_TRUE(b->generalSqlDbFile(outside, kApp, QStringLiteral("Documents/Chat.sqlite")).isEmpty());
@@ -444,7 +358,7 @@ TEST_F(BackupTest, ManifestDbWriteAheadLogIsRead) {
     QFile::copy(keep.filePath(QStringLiteral("m")) + s, db + s);
   }
   const QByteArray before = fixture::folderChecksum(m_folder);
-  std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(m_folder));
+  std::unique_ptr<MobileBackup> b = open();
   ASSERT_TRUE(b);
   EXPECT_EQ(b->fileCount(), 2);
   b.reset();

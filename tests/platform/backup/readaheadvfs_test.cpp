@@ -1,5 +1,4 @@
 #include "platform/backup/readaheadvfs.h"
-#include "tests/support/testdata.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -72,9 +71,6 @@ TEST(ReadAheadVfs, ReadsWhatTheDefaultReads) {
   ASSERT_NE(ReadAheadVfs::name(), nullptr);
   QTemporaryDir dir;
   const QString large = writeLargeDb(dir.filePath("large.db"));
-  const QString small = testdata::writeSqliteDb(dir.filePath("small.db"), {"create table t(id integer primary key, "
-                                                                           "name text, data blob)",
-                                                                           "insert into t values (1, 'one', x'01')"});
   ASSERT_GT(QFileInfo(large).size(), 4 << 20);
   std::vector<int> shuffled(3000);
   std::mt19937 rng(7);
@@ -87,7 +83,6 @@ TEST(ReadAheadVfs, ReadsWhatTheDefaultReads) {
   } rows[] = {
       {"large, scan", large, {}},
       {"large, lookups in random order", large, shuffled},
-      {"small (no read-ahead)", small, {}},
       {"write-ahead-log header, log folded in", writeLargeDb(dir.filePath("wal.db"), true), {}},
   };
   for (const Row& r : rows) {
