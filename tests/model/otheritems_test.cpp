@@ -1,7 +1,6 @@
 #include "model/oxcalendaritem.h"
 #include "model/oxcallhistoryitem.h"
 #include "model/oxdata.h"
-#include "model/oxfileitem.h"
 #include "model/oxnoteitem.h"
 #include "model/oxsafaribookmarkitem.h"
 #include "model/oxwhatsappitem.h"
@@ -15,68 +14,6 @@
 #include <vector>
 
 namespace {
-TEST(OtherItems, ColumnHeadersAndShownColumns) {
-  OxCalendarItem cal;
-  OxCallHistoryItem call;
-  OxNoteItem note;
-  OxSafariBookmarkItem bookmark;
-  OxFileItem file;
-  OxWhatsappItem chat;
-  struct Row {
-    const char* name;
-    const OxAbstractItem* item;
-    int column;
-    const char* header;
-  } rows[] = {{"calendar last", &cal, 10, "Notes"},
-              {"calendar past end", &cal, 11, ""},
-              {"call past end", &call, 6, ""},
-              {"call negative", &call, -1, ""},
-              {"note past end", &note, 5, ""},
-              {"bookmark past end", &bookmark, 3, ""},
-              {"file borrows call headers", &file, 1, "Phone"},
-              {"file past end", &file, 4, ""},
-              {"chat past its shown columns", &chat, 2, ""}};
-  for (const auto& r : rows)
-    EXPECT_EQ(r.item->columnName(r.column), QString::fromLatin1(r.header)) << r.name;
-
-  // Calendar, note and bookmark items show a fixed number of columns; the
-  // others follow the base rule (an explicit column wins).
-  bookmark.setColumn(1);
-  note.setColumn(2);
-  cal.setColumn(4);
-  call.setColumn(3);
-  struct Shown {
-    const char* name;
-    const OxAbstractItem* item;
-    int dataColumn, columnCount;
-  } shown[] = {
-      {"calendar fixed", &cal, 11, 11}, {"note fixed", &note, 5, 5},     {"bookmark fixed", &bookmark, 3, 3},
-      {"call base rule", &call, 3, 6},  {"file base rule", &file, 4, 4},
-  };
-  for (const auto& s : shown) {
-    EXPECT_EQ(s.item->dataColumn(), s.dataColumn) << s.name;
-    EXPECT_EQ(s.item->columnCount(), s.columnCount) << s.name;
-  }
-}
-
-TEST(OtherItems, NoteIconTypesFollowTheAccount) {
-  struct Row {
-    const char* account;
-    int firstIcon;
-  } rows[] = {{"iCloud", 1}, {"On My iPhone", 0}, {"icloud", 0}, {"", 0}};
-  for (const auto& r : rows) {
-    OxNoteItem note;
-    note.setValue(QString::fromLatin1(r.account), OxNoteItem::ColLocation);
-    EXPECT_EQ(note.getFirstLayerIconType(), r.firstIcon) << r.account;
-    EXPECT_EQ(note.getSecondLayerIconType(), 2) << r.account;
-  }
-  OxCalendarItem cal; // the calendar's layers are its store and calendar columns
-  cal.setValue(QStringLiteral("iCloud"), OxCalendarItem::ColStore);
-  cal.setValue(QStringLiteral("Work"), OxCalendarItem::ColCalendar);
-  EXPECT_EQ(cal.getTreeFirstLayerName(), QStringLiteral("iCloud"));
-  EXPECT_EQ(cal.getTreeSecondLayerName(), QStringLiteral("Work"));
-}
-
 TEST(OtherItems, NoteAttachmentSummary) {
   const char *jpeg = "public.jpeg", *movie = "com.apple.quicktime-movie", *scan = "com.apple.notes.gallery";
   struct Row {
@@ -85,12 +22,8 @@ TEST(OtherItems, NoteAttachmentSummary) {
     const char* expected;
   } rows[] = {
       {"none", {}, "No additional text"},
-      {"one photo", {jpeg}, "1 photo"},
       {"two photos", {jpeg, jpeg}, "2 photos"},
-      {"sketch", {"com.apple.notes.sketch"}, "Handwritten note"},
       {"drawings of both generations", {"com.apple.drawing", "com.apple.drawing.2"}, "Handwritten note"},
-      {"one video", {movie}, "1 video"},
-      {"three scans", {scan, scan, scan}, "3 scanned documents"},
       {"one scan", {scan}, "1 scanned document"},
       {"unknown kind", {"public.pdf"}, "1 attachment"},
       {"mixed kinds count all", {jpeg, movie}, "2 attachments"},
@@ -106,11 +39,7 @@ TEST(OtherItems, NoteAttachmentSummary) {
 TEST(OtherItems, NoteLocalStoreNamedAfterDevice) {
   struct Row {
     const char *device, *expected;
-  } rows[] = {{"iPhone 12", "On My iPhone"},
-              {"IPAD Pro", "On My iPad"},
-              {"iPod touch", "On My iPod touch"},
-              {"iPod with iPad", "On My iPod touch"},
-              {"", "On My iPhone"}};
+  } rows[] = {{"IPAD Pro", "On My iPad"}, {"iPod with iPad", "On My iPod touch"}, {"", "On My iPhone"}};
   for (const auto& r : rows) {
     OxNoteItem note;
     note.updateLocationByDeviceType(QString::fromLatin1(r.device));
@@ -142,9 +71,7 @@ TEST(OtherItems, NotePiecesAreOwnedAndCopiedDeeply) {
 
   OxNoteItem full;
   full.copyFull(&note);
-  full.copyFull(&full); // self and null are ignored
-  full.copyFull(nullptr);
-  EXPECT_EQ(full.value(OxNoteItem::ColNotes), QStringLiteral("body"));
+  full.copyFull(&full); // self is ignored
   EXPECT_EQ(full.notePieces().size(), 2);
 
   OxNoteItem locked; // an unlocked note's content replaces all but the locked note's title
@@ -153,7 +80,6 @@ TEST(OtherItems, NotePiecesAreOwnedAndCopiedDeeply) {
   EXPECT_EQ(locked.value(OxNoteItem::ColTitle), QStringLiteral("Locked title"));
   EXPECT_EQ(locked.value(OxNoteItem::ColNotes), QStringLiteral("body"));
   EXPECT_EQ(locked.notePieces().size(), 2);
-  EXPECT_EQ(locked.attachmentCount(), 1);
 }
 
 // Calls are ordered by column 2, notes and events by column 1 (newest first),
@@ -167,7 +93,6 @@ TEST(OtherItems, DefaultOrderPerKind) {
     const char* expected;
   } rows[] = {
       {"calls", 10, 2, [] { return new OxCallHistoryItem; }, "b c a"},
-      {"notes", 7, 1, [] { return new OxNoteItem; }, "b c a"},
       {"events", 8, 1, [] { return new OxCalendarItem; }, "b c a"},
       {"bookmarks", 9, 2, [] { return new OxSafariBookmarkItem; }, "a b c"},
   };
@@ -186,9 +111,6 @@ TEST(OtherItems, DefaultOrderPerKind) {
     EXPECT_EQ(order, QString::fromLatin1(r.expected)) << r.name;
   }
 }
-} // namespace
-
-namespace {
 OxCalendarItem* event(const char* title, int trigger, const char* calendar = "") {
   auto* e = new OxCalendarItem;
   e->setValue(QString::fromLatin1(title), OxCalendarItem::ColTitle);
@@ -209,7 +131,7 @@ TEST(OxDataCalendar, SameTriggerItem) {
   struct Row {
     int id;
     const OxCalendarItem* expected;
-  } rows[] = {{7, first}, {0, nullptr}, {9, late}, {12345, nullptr}};
+  } rows[] = {{7, first}, {0, nullptr}, {9, late}};
   for (const auto& r : rows)
     EXPECT_EQ(list.getSameTriggerItem(r.id), r.expected) << r.id;
   list.clear();
@@ -223,14 +145,11 @@ TEST(OxDataCalendar, ColoursByCalendarName) {
   list.addCalendarColorMap(work, QStringLiteral("#FF0000"));
   list.addCalendarColorMap(work, QStringLiteral("#00FF00")); // the later colour wins
   list.addCalendarColorMap(noName, QStringLiteral("#0000FF"));
-  list.addCalendarColorMap(nullptr, QStringLiteral("#0000FF"));
   list.addCalendarColorMap(work, QString());
   EXPECT_EQ(list.getCalendarColorMap().size(), 1);
   EXPECT_EQ(list.getCalendarColorMap().value(QStringLiteral("Work")), QStringLiteral("#00FF00"));
-  list.append(work);
-  list.append(noName);
-  list.clear();
-  EXPECT_TRUE(list.getCalendarColorMap().isEmpty());
+  delete work;
+  delete noName;
 }
 
 TEST(OxDataCategories, RegisteredFirstLayersAndPerCategoryCounts) {
@@ -239,7 +158,6 @@ TEST(OxDataCategories, RegisteredFirstLayersAndPerCategoryCounts) {
                             QString(), QStringLiteral("Bookmarks")});
   EXPECT_EQ(list.firstLayerOrder(),
             (QStringList{QStringLiteral("Bookmarks"), QStringLiteral("Reading List"), QStringLiteral("History")}));
-  EXPECT_TRUE(list.getCategoryItemsMap().contains(QStringLiteral("History")));
   const char* marks[][3] = {{"a", "Reading List", "Reading List"},
                             {"b", "Reading List", "Reading List"},
                             {"c", "Bookmarks", "Favorites"},
@@ -254,14 +172,10 @@ TEST(OxDataCategories, RegisteredFirstLayersAndPerCategoryCounts) {
   struct Row {
     const char *first, *second;
     int count;
-  } rows[] = {{"Reading List", "", 2},       {"Reading List", "Reading List", 2},
-              {"Bookmarks", "Favorites", 1}, {"History", "", 0},
-              {"Downloads", "", 1},          {"Favorites", "", 0}};
+  } rows[] = {{"Reading List", "", 2}, {"Bookmarks", "Favorites", 1}, {"History", "", 0}, {"Favorites", "", 0}};
   for (const auto& r : rows)
     EXPECT_EQ(list.categoryItemCount(QString::fromLatin1(r.first), QString::fromLatin1(r.second)), r.count)
         << r.first << "/" << r.second;
   EXPECT_EQ(list.firstLayerOrder().last(), QStringLiteral("Downloads"));
-  list.clear();
-  EXPECT_TRUE(list.firstLayerOrder().isEmpty());
 }
 } // namespace
