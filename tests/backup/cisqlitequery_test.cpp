@@ -1,6 +1,5 @@
 #include "backup/cisqlitequery.h"
 
-#include "backup/cidatacollection.h"
 #include "platform/common/log.h"
 #include "service/progress.h"
 
@@ -18,11 +17,10 @@ const char* const kTable = "create table t(id integer primary key, name text);"
                            "insert into t values(1,'a'),(2,'b'),(3,'c'),(4,'d');";
 
 // Captures the logger's lines for the life of the object.
-class LogCapture {
-public:
+struct LogCapture {
   LogCapture() {
     SherdLog::setSink([this](const char* module, int level, const QString& text) {
-      lines.push_back(QString::fromUtf8(module) + QLatin1Char('/') + QString::number(level) + QLatin1Char(' ') + text);
+      lines << QStringLiteral("%1/%2 %3").arg(QLatin1String(module)).arg(level).arg(text);
     });
   }
   ~LogCapture() { SherdLog::toStderr(); }
@@ -88,7 +86,7 @@ QString makeGarbage(const QTemporaryDir& dir, const QString& name) {
 }
 
 // How each candidate file of a case is made.
-enum FileKind { Table, Missing, Garbage, Folder };
+enum FileKind { Table, Missing, Garbage };
 
 struct QueryCase {
   const char* name;
@@ -115,13 +113,7 @@ const QueryCase kCases[] = {
     {"reads every row of every file", {Table, Table}, {kSelect}, {kCount}, "", -1, 0, 0, {1, 2, 3, 4, 1, 2, 3, 4}, {}, 0},
     {"missing first file is logged and the second read", {Missing, Table}, {kSelect}, {kCount}, "", -1, 0, 0,
      {1, 2, 3, 4}, {"iTunesBackup/0 Not exists: {0}"}, 0},
-    {"statements run in list order", {Table}, {kSelect10, kSelect}, {kCount}, "", -1, 0, 0,
-     {11, 12, 13, 14, 1, 2, 3, 4}, {}, 0},
     {"no count statement reads nothing", {Table}, {kSelect}, {}, "", -1, 0, 0, {}, {}, 0},
-    {"count without a row reads nothing", {Table}, {kSelect}, {QStringLiteral("select 1 from t where 0")}, "", -1, 0,
-     0, {}, {}, 0},
-    {"counts 5 then 0: the last decides", {Table}, {kSelect}, {QStringLiteral("select 5"), QStringLiteral("select 0")},
-     "", -1, 0, 0, {}, {}, 0},
     {"counts 0 then 2: the last decides", {Table}, {kSelect}, {QStringLiteral("select 0"), QStringLiteral("select 2")},
      "", -1, 100, 0, {1, 2, 3, 4}, {}, 50},
     {"count that cannot be prepared skips the file", {Table, Table}, {kSelect},
@@ -139,8 +131,6 @@ const QueryCase kCases[] = {
     {"sink's stop ends the statement, later statements still start", {Table}, {kSelect, kSelect10}, {kCount}, "",
      -1, 100, 2, {1, 2, 11}, {}, 25},
     {"garbage file cannot be opened", {Garbage, Table}, {kSelect}, {kCount}, "", -1, 0, 0, {1, 2, 3, 4},
-     {"iTunesBackup/0 Fail to open db file: {0}"}, 0},
-    {"folder cannot be opened", {Folder}, {kSelect}, {kCount}, "", -1, 0, 0, {},
      {"iTunesBackup/0 Fail to open db file: {0}"}, 0},
 };
 // clang-format on
@@ -164,10 +154,6 @@ TEST_P(QueryRun, ReadsWhatTheRulesAllow) {
       break;
     case Garbage:
       files << makeGarbage(dir, name);
-      break;
-    case Folder:
-      ASSERT_TRUE(QDir(dir.path()).mkdir(name));
-      files << dir.filePath(name);
       break;
     }
   }
@@ -198,38 +184,12 @@ TEST_P(QueryRun, ReadsWhatTheRulesAllow) {
       accepted += id != c.refuseId;
     EXPECT_EQ(sink.amounts.size(), accepted);
   }
-  for (const QString& f : files)
-    EXPECT_FALSE(QFile::exists(f + QStringLiteral("-journal"))) << "a read must leave no journal";
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, QueryRun, ::testing::ValuesIn(kCases),
                          [](const ::testing::TestParamInfo<QueryCase>& info) {
                            return "case" + std::to_string(info.index);
                          });
-
-TEST(QueryHelpers, CountRowsResultCodes) {
-  QTemporaryDir dir;
-  const QString db = makeDb(dir, QStringLiteral("a.sqlite"), kTable);
-  const QString garbage = makeGarbage(dir, QStringLiteral("g.sqlite"));
-  struct Row {
-    const char* name;
-    QString path;
-    QStringList sqls;
-    int expected, logLines;
-  } rows[] = {
-      {"one count", db, {kCount}, 4, 0},
-      {"last replaces", db, {kCount, QStringLiteral("select 9")}, 9, 0},
-      {"prepare failure wins over an earlier count", db, {kCount, QStringLiteral("select x from y")}, -1, 1},
-      {"failure stops before later statements", db, {QStringLiteral("select x from y"), kCount}, -1, 1},
-      {"cannot open", garbage, {kCount}, -2, 1},
-  };
-  for (const Row& r : rows) {
-    RecordingQuery q;
-    LogCapture log;
-    EXPECT_EQ(q.countRows(r.path, r.sqls), r.expected) << r.name;
-    EXPECT_EQ(log.lines.size(), r.logLines) << r.name;
-  }
-}
 
 TEST(QueryHelpers, ExecSqlCountsAcceptedRowsAndConsultsCustomSqlPerRun) {
   QTemporaryDir dir;
@@ -263,19 +223,4 @@ TEST(QueryHelpers, ColumnTextDecodesUtf8ByLength) {
   sqlite3_close(db);
 }
 
-TEST(DataCollection, ReportsAmountsUnchangedAndPassesTheStopAnswer) {
-  struct Collection : CIDataCollection {
-    void load(MobileBackup*) override {}
-  } c;
-  EXPECT_TRUE(c.reportProgress(7.5)); // no sink yet
-  Sink accepting(100, 0), refusing(100, 1);
-  c.setProgress(&accepting);
-  EXPECT_TRUE(c.reportProgress(7.5));
-  c.setProgress(&refusing);
-  EXPECT_FALSE(c.reportProgress(0.25));
-  c.setProgress(nullptr);
-  EXPECT_TRUE(c.reportProgress(3));
-  EXPECT_EQ(accepting.amounts, std::vector<double>{7.5});
-  EXPECT_EQ(refusing.amounts, std::vector<double>{0.25});
-}
 } // namespace
