@@ -71,13 +71,10 @@ TEST(CalendarRead, WhichRowsIconsAndBadInputs) {
                                     event("Reminder", "673174800", "673174800", 4),
                                     event("Old default without end", "673174800", "NULL")}));
   ASSERT_EQ(list.count(0), 2);
-  OxCalendarItem *work = titled(list, "Work"), *local = titled(list, "Local");
-  EXPECT_EQ(testdata::fields(work->getFirstLayerIconType(), work->getSecondLayerIconType(),
-                             list.getCalendarColorMap().value(QStringLiteral("Work"))),
-            QStringLiteral("4|13|#FF2968"));
-  // No colour recorded, no location.
-  EXPECT_EQ(testdata::fields(local->getSecondLayerIconType(), local->value(OxCalendarItem::ColLocation)),
-            QStringLiteral("-1|None"));
+  EXPECT_EQ(titled(list, "Work")->getFirstLayerIconType(), 4);
+  EXPECT_EQ(titled(list, "Work")->getSecondLayerIconType(), 13);
+  EXPECT_EQ(titled(list, "Local")->getSecondLayerIconType(), -1); // no colour recorded
+  EXPECT_EQ(list.getCalendarColorMap().value(QStringLiteral("Work")), QStringLiteral("#FF2968"));
 
   CalendarEvent wordTrigger = event("Word trigger");
   wordTrigger.alarms = QStringList{QStringLiteral("'soon'"), QStringLiteral("-60")};

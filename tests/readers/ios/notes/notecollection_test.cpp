@@ -93,15 +93,7 @@ TEST_F(NoteBackup, SampleShowsAllThreeGenerationsWithTheLockedNoteOpened) {
   EXPECT_EQ(garden->value(OxNoteItem::ColNotes), QStringLiteral("Garden\nTomatoes by the wall\nWater daily"));
 }
 
-TEST_F(NoteBackup, WithAWrongPasswordTheLockedNoteIsListedMarkedWithItsTitleOnly) {
-  load(sampleNoteFiles(), {QStringLiteral("wrong")});
-  OxNoteItem* safe = byTitle("Safe combination");
-  ASSERT_TRUE(safe);
-  EXPECT_TRUE(safe->flag(OxAbstractItem::ItemNoteLocked));
-  EXPECT_TRUE(safe->notePieces().isEmpty());
-}
-
-TEST_F(NoteBackup, MissingAndDamagedPartsLeaveWhatCanBeRead) {
+TEST_F(NoteBackup, MissingAndDamagedPartsAndAWrongPasswordLeaveWhatCanBeRead) {
   ModernNote n;
   n.identifier = QStringLiteral("E0000000-0000-4000-8000-000000000001");
   n.title = QStringLiteral("Pictures");
@@ -116,6 +108,10 @@ TEST_F(NoteBackup, MissingAndDamagedPartsLeaveWhatCanBeRead) {
   };
   n.attachments << attachment(2, "gone.jpeg", QByteArray()) // named, no file in the backup
                 << attachment(4, "broken.jpeg", "not a picture");
+  ModernNote locked;
+  locked.identifier = QStringLiteral("E0000000-0000-4000-8000-000000000009");
+  locked.title = locked.text = QStringLiteral("Locked");
+  locked.password = QStringLiteral("right");
   const QString jpeg = QStringLiteral("image/jpeg");
   LegacyNote legacy = legacyNote("L1", "Unclosed",
                                  "<div><b>fish &amp; <i>chips<br>never closed<object type=\"x\" data=\"cid:one\">"
@@ -124,8 +120,11 @@ TEST_F(NoteBackup, MissingAndDamagedPartsLeaveWhatCanBeRead) {
                         {"two", QString(), jpeg, QByteArray(), true}}; // no row for "two"
   LegacyNote deleted = legacyNote("L2", "Deleted legacy", "");
   deleted.deleted = true;
-  load(modernFiles({n}, ModernLayout::Ios17) + legacyFiles({legacy, deleted}, {}), {}, QStringLiteral("iPad8,1"));
-  ASSERT_EQ(titles(), QStringLiteral("Pictures|Unclosed"));
+  load(modernFiles({n, locked}, ModernLayout::Ios17) + legacyFiles({legacy, deleted}, {}), {QStringLiteral("wrong")},
+       QStringLiteral("iPad8,1"));
+  ASSERT_EQ(titles(), QStringLiteral("Locked|Pictures|Unclosed"));
+  EXPECT_TRUE(byTitle("Locked")->flag(OxAbstractItem::ItemNoteLocked)); // listed, marked, its title only
+  EXPECT_TRUE(byTitle("Locked")->notePieces().isEmpty());
   const QList<OxNoteItem::NotePiece*> pictures = byTitle("Pictures")->notePieces();
   ASSERT_EQ(pictures.size(), 3);
   EXPECT_EQ(pictures[1]->name, QStringLiteral("gone.jpeg"));
