@@ -1,12 +1,9 @@
-// WhatsApp in a backup: the file index, the paths the database stores, the
-// database copy with its -wal, bad inputs, and the real iOS 15 database.
 #include "readers/whatsapp/whatsappitunescollection.h"
 
 #include "model/oxbackup.h"
 #include "model/oxdata.h"
 #include "model/oxwhatsappitem.h"
 #include "platform/backup/mobilebackup.h"
-#include "platform/common/commonutils.h"
 #include "tests/support/apps/whatsapp.h"
 #include "tests/support/testdata.h"
 
@@ -28,13 +25,11 @@ const QString kApp = fixture::whatsappAppDomain();
 class WhatsappBackup : public testdata::ErrorLogTest {
 protected:
   // Writes a backup of the files and opens it.
-  std::unique_ptr<MobileBackup> backupOf(const QList<StoredFile>& files, const QString& password = QString()) {
+  std::unique_ptr<MobileBackup> backupOf(const QList<StoredFile>& files) {
     const QString folder = dir.filePath(QStringLiteral("b%1").arg(++m_backups));
-    fixture::BackupPlan plan;
-    plan.password = password;
     QString error;
-    EXPECT_TRUE(fixture::writeBackup(folder, plan, files, &error)) << qPrintable(error);
-    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(folder, password));
+    EXPECT_TRUE(fixture::writeBackup(folder, fixture::BackupPlan(), files, &error)) << qPrintable(error);
+    std::unique_ptr<MobileBackup> b(MobileBackup::loadFromPath(folder));
     EXPECT_TRUE(b);
     return b;
   }
@@ -65,21 +60,19 @@ WaMessage message(qint64 pk, qint64 session, int sort, const char* text, double 
   return fixture::waMessage(pk, session, sort, date, QString::fromUtf8(text));
 }
 
-TEST_F(WhatsappBackup, FileIndexKeysAndAliases) {
+TEST_F(WhatsappBackup, FileIndexAliasesAndMediaNames) {
+  const quint32 t = 1684333287; // the record time names the file
   auto f = [](const QString& domain, const char* path, int size = 3) {
     return fixture::file(domain, QString::fromUtf8(path), QByteArray(size, 'x'));
   };
   std::unique_ptr<MobileBackup> backup = backupOf({
       f(kGroup, "ChatStorage.sqlite"),
-      f(kGroup, "ChatStorage.sqlite-wal"),
       f(kGroup, "Message/Media/12345/a/b.jpg"),
-      f(kGroup, "Media/Profile/1-2.jpg"),
-      f(kGroup, "Library/gif/x.mp4"),
       f(kGroup, "Library/Preferences/x.plist"),
       f(kGroup, "Message/Media/12345/a/empty.jpg", 0),
       f(kApp, "Library/Media/555/c/d.jpg"),
-      f(kApp, "Library/Preferences/y.plist"),
       f(QStringLiteral("HomeDomain"), "Media/elsewhere.jpg"),
+      fixture::whatsappMediaFile(QStringLiteral("Media/j/x.thumb"), t),
   });
   ASSERT_TRUE(backup);
   OxBackup registry;
@@ -88,73 +81,44 @@ TEST_F(WhatsappBackup, FileIndexKeysAndAliases) {
   whatsapp.buildFileIndex();
   whatsapp.mediaPass(nullptr);
   EXPECT_EQ(whatsapp.fileIndex().keys(),
-            QStringList({"/Documents/ChatStorage.sqlite", "/Library/Media/555/c/d.jpg", "/Library/Preferences/y.plist",
-                         "/Library/gif/x.mp4", "/Media/Profile/1-2.jpg", "/Message/Media/12345/a/b.jpg"}));
+            QStringList({"/Documents/ChatStorage.sqlite", "/Library/Media/555/c/d.jpg", "/Message/Media/12345/a/b.jpg",
+                         "/Message/Media/j/x.thumb"}));
 
-  struct Row {
+  const struct {
     const char* stored;       // as the database names it
-    const QString* domain;    // of the record found; null: none
-    const char* relativePath; // of the record found
+    const char* relativePath; // of the record found; null: none
   } rows[] = {
-      {"Media/12345/a/b.jpg", &kGroup, "Message/Media/12345/a/b.jpg"},
-      {"/Media/12345/a/b.jpg", &kGroup, "Message/Media/12345/a/b.jpg"},
-      {"Message/Media/12345/a/b.jpg", &kGroup, "Message/Media/12345/a/b.jpg"},
-      {"Media/555/c/d.jpg", &kApp, "Library/Media/555/c/d.jpg"},
-      {"Media/Profile/1-2.jpg", &kGroup, "Media/Profile/1-2.jpg"},
-      {"Media/12345/a/empty.jpg", nullptr, nullptr},
-      {"Media/12345/a/B.jpg", nullptr, nullptr},
+      {"Media/12345/a/b.jpg", "Message/Media/12345/a/b.jpg"},
+      {"/Media/12345/a/b.jpg", "Message/Media/12345/a/b.jpg"},
+      {"Media/555/c/d.jpg", "Library/Media/555/c/d.jpg"},
+      {"Media/12345/a/empty.jpg", nullptr},
+      {"Media/12345/a/B.jpg", nullptr},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const QString stored = QString::fromUtf8(row.stored);
     const WAFileEntry* e = whatsapp.findFile(stored);
-    ASSERT_EQ(bool(e), bool(row.domain)) << row.stored;
-    EXPECT_EQ(QFileInfo(whatsapp.mediaFilePath(stored)).isFile(), bool(row.domain)) << row.stored;
-    if (e) {
-      EXPECT_EQ(e->domain, *row.domain) << row.stored;
-      EXPECT_EQ(e->relativePath, QString::fromUtf8(row.relativePath)) << row.stored;
-    }
+    ASSERT_EQ(bool(e), bool(row.relativePath)) << row.stored;
+    EXPECT_EQ(QFileInfo(whatsapp.mediaFilePath(stored)).isFile(), bool(e)) << row.stored;
+    EXPECT_EQ(e ? e->relativePath : QString(), QString::fromUtf8(row.relativePath)) << row.stored;
   }
-}
 
-TEST_F(WhatsappBackup, MediaFileNamesUseTheRecordTime) {
-  const quint32 t = 1684333287; // 2023-05-17 14:21:27 UTC
-  std::unique_ptr<MobileBackup> backup = backupOf({fixture::whatsappMediaFile(QStringLiteral("Media/j/x.mp4"), t),
-                                                   fixture::whatsappMediaFile(QStringLiteral("Media/j/x.thumb"), t)});
-  OxBackup registry;
-  CWhatsappiTunesCollection whatsapp(&registry);
-  whatsapp.setBackup(backup.get());
-  whatsapp.buildFileIndex();
-  whatsapp.mediaPass(nullptr);
   const QString when = QLocale::system().toString(QDateTime::fromSecsSinceEpoch(t, Qt::UTC), QLocale::ShortFormat);
-  struct Row {
-    const char *path, *source;
-    QString name;
-  } rows[] = {
-      {"Media/j/x.mp4", "Media/j/x.mp4", when + QStringLiteral(".MOV")},
-      {"Media/j/x.thumb", "Media/j/x.mp4", when + QStringLiteral(".MOV")},
-      {"Media/j/x.thumb", "Media/j/x.MP4", when + QStringLiteral(".MP4")}, // only "mp4" is rewritten
-      {"Media/j/x.thumb", "https://mmg.whatsapp.net/v/t62/1.enc?x=1", when + QStringLiteral(".enc?x=1")},
-      {"Media/j/missing.mp4", "Media/j/missing.mp4", QString()},
-  };
-  for (const Row& row : rows)
-    EXPECT_EQ(whatsapp.mediaFileName(QString::fromUtf8(row.path), QString::fromUtf8(row.source)), row.name) << row.path;
+  const QString thumb = QStringLiteral("Media/j/x.thumb");
+  EXPECT_EQ(whatsapp.mediaFileName(thumb, QStringLiteral("Media/j/x.mp4")), when + QStringLiteral(".MOV"));
+  EXPECT_EQ(whatsapp.mediaFileName(thumb, QStringLiteral("Media/j/x.MP4")), when + QStringLiteral(".MP4"));
+  EXPECT_EQ(whatsapp.mediaFileName(thumb, QStringLiteral("https://m/1.enc?x=1")), when + QStringLiteral(".enc?x=1"));
+  EXPECT_EQ(whatsapp.mediaFileName(QStringLiteral("Media/j/no.mp4"), QStringLiteral("Media/j/no.mp4")), QString());
 }
 
-// Two chats, three texts and a picture.
+// Two chats, four texts and a media row.
 WhatsappDb smallRows() {
   WhatsappDb d;
+  d.media << fixture::WaMedia();
+  d.media[0].pk = 1;
   d.sessions << WaSession{1, QStringLiteral("111@s.whatsapp.net"), QStringLiteral("Anna"), 0, 0, 300, 0, 0}
              << WaSession{2, QStringLiteral("222@s.whatsapp.net"), QStringLiteral("Ben"), 0, 0, 200, 0, 0};
-  fixture::WaMedia picture;
-  picture.pk = 1;
-  picture.message = 4;
-  picture.localPath = QStringLiteral("Media/111@s.whatsapp.net/0/1/p.jpg");
-  picture.thumbPath = QStringLiteral("Media/111@s.whatsapp.net/0/1/p.thumb");
-  d.media << picture;
-  WaMessage pic = message(4, 1, 4, "", 104);
-  pic.type = 1;
-  pic.mediaItem = 1;
-  d.messages << message(1, 1, 1, "a1", 101) << message(2, 1, 2, "a2", 102) << message(3, 2, 3, "b1", 103) << pic;
+  d.messages << message(1, 1, 1, "a1", 101) << message(2, 1, 2, "a2", 102) << message(3, 2, 3, "b1", 103)
+             << message(4, 1, 4, "a3", 104);
   return d;
 }
 
@@ -184,22 +148,10 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
     int chats, messages;
     const char* error; // a logged error that must appear; null: none
   } cases[] = {
-      {"plain database", with({}), 2, 4, nullptr},
-      {"backup without WhatsApp",
-       {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("Library/x.db"), QByteArray("x"))},
-       0,
-       0,
+      {"backup without WhatsApp", {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("x.db"), "x")}, 0, 0,
        "Not exists"},
-      {"no picture table", with(sql("DROP TABLE ZWAPROFILEPICTUREITEM")), 2, 4, "Fail to query sql"},
       {"no member table", with(sql("DROP TABLE ZWAGROUPMEMBER")), 2, 4, "Fail to query sql"},
       {"no message table", with(sql("DROP TABLE ZWAMESSAGE")), 2, 0, "Fail to query sql"},
-      {"message table without ZSORT",
-       with(sql("DROP INDEX Z_WAMessage_compoundIndex;DROP INDEX Z_WAMessage_bySortIndex;"
-                "ALTER TABLE ZWAMESSAGE DROP COLUMN ZSORT")),
-       2, 0, "Fail to query sql"},
-      {"session table without ZREMOVED",
-       with(sql("DROP INDEX Z_WAChatSession_byRemovedIndex;ALTER TABLE ZWACHATSESSION DROP COLUMN ZREMOVED")), 0, 0,
-       "Fail to query sql"},
       {"media table without ZTITLE", with(sql("ALTER TABLE ZWAMEDIAITEM DROP COLUMN ZTITLE")), 2, 4,
        "Fail to query sql"},
       {"NULL columns", fixture::whatsappDbFilesFrom(schema + fixture::whatsappInserts(nulls)), 1, 1, nullptr},
@@ -210,14 +162,7 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
       {"corrupt database",
        {fixture::file(kGroup, QStringLiteral("ChatStorage.sqlite"),
                       QByteArray("SQLite format 3\0", 16) + QByteArray(3000, '\x5a'))},
-       0,
-       0,
-       "Fail to open db file"},
-      {"not a database",
-       {fixture::file(kGroup, QStringLiteral("ChatStorage.sqlite"), QByteArray(5000, '\x01'))},
-       0,
-       0,
-       "Fail to open db file"},
+       0, 0, "Fail to open db file"},
   };
   for (Row& row : cases) {
     errors.clear();
@@ -234,25 +179,9 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
   }
 }
 
-// Runs a query on a private copy of the real database; the first column of
-// each row as text.
-QStringList sqlite(const QString& dbCopy, const QByteArray& sql) {
-  sqlite3* db = nullptr;
-  QStringList out;
-  sqlite3_stmt* st = nullptr;
-  if (sqlite3_open_v2(dbCopy.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
-      sqlite3_prepare_v2(db, sql.constData(), -1, &st, nullptr) == SQLITE_OK) {
-    while (sqlite3_step(st) == SQLITE_ROW)
-      out << QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
-  }
-  sqlite3_finalize(st);
-  sqlite3_close(db);
-  return out;
-}
-
+// The real iOS 15 database with its -wal, wrapped in a backup; the figures
+// are what sqlite3 answers for the same file.
 TEST_F(WhatsappBackup, RealIos15Database) {
-  // A scratch copy for sqlite3 to answer from; the backup is made from it, so
-  // the originals are never opened.
   const QString db = testdata::copyReal(QStringLiteral(SHERD_REALDATA_DIR "/whatsapp-ios15/ChatStorage.sqlite"),
                                         dir.filePath(QStringLiteral("scratch/ChatStorage.sqlite")));
   if (db.isEmpty())
@@ -273,42 +202,12 @@ TEST_F(WhatsappBackup, RealIos15Database) {
   load(backup.get(), registry);
   EXPECT_TRUE(errors.isEmpty()) << qPrintable(errors.join(QLatin1Char('\n')));
   OxData* list = registry.getWhatsappMsg();
-
-  const QByteArray shown = " zhidden = 0 and zremoved = 0";
   EXPECT_EQ(list->count(OxData::CountRaw), 5);
-  EXPECT_EQ(QString::number(list->count(OxData::CountRaw)),
-            sqlite(db, "select count(*) from zwachatsession where" + shown).value(0));
-  EXPECT_EQ(QString::number(messageTotal(list)),
-            sqlite(db, "select count(*) from zwamessage m join zwachatsession s on m.zchatsession = s.z_pk where" +
-                           shown + " and m.zmessagetype != 10")
-                .value(0));
+  EXPECT_EQ(messageTotal(list), 27); // all but the system notices
 
-  // Every chat: its numbers and date as sqlite3 gives them. The date is that
-  // of the chat's oldest shown message.
-  for (const QString& name : sqlite(db, "select zpartnername from zwachatsession where" + shown)) {
-    OxWhatsappItem* item = itemNamed(list, name);
-    ASSERT_TRUE(item) << qPrintable(name);
-    const QByteArray chat = "(select z_pk from zwachatsession where zpartnername = '" + name.toUtf8() + "')";
-    const double oldest =
-        sqlite(db, "select min(zmessagedate) from zwamessage where zmessagetype != 10 and zchatsession = " + chat)
-            .value(0)
-            .toDouble();
-    EXPECT_EQ(item->sortValue(6).toDateTime(), CCommonUtils::buildDateTimeBase2001(oldest)) << qPrintable(name);
-    const QStringList numbers = sqlite(db, "select '+' || substr(zmemberjid, 1, instr(zmemberjid, '@') - 1) from "
-                                           "zwagroupmember where zchatsession = " +
-                                               chat + " order by z_pk");
-    if (!numbers.isEmpty()) {
-      EXPECT_EQ(item->value(2), numbers.join(QLatin1Char(','))) << qPrintable(name);
-    }
-  }
-  // The one-to-one chat: its first text, its number, its picture.
   OxWhatsappItem* dfir = itemNamed(list, QStringLiteral("This Is DFIR Two"));
   ASSERT_TRUE(dfir);
-  EXPECT_EQ(dfir->value(1), QStringLiteral("This Is DFIR Two")); // no address-book id: the name
-  EXPECT_EQ(dfir->value(2), QStringLiteral("+19198887386"));
-  EXPECT_EQ(dfir->value(4), sqlite(db, "select ztext from zwamessage where zchatsession = 5 and zmessagetype = 0 "
-                                       "order by zmessagedate limit 1")
-                                .value(0));
+  EXPECT_EQ(testdata::fields(dfir->value(1), dfir->value(2)), QStringLiteral("This Is DFIR Two|+19198887386"));
   EXPECT_TRUE(QFileInfo(dfir->value(5)).isFile()) << qPrintable(dfir->value(5));
   int withThumb = 0;
   for (const OxWhatsappMsg* m : dfir->detailContent()->messages())
