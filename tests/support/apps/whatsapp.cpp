@@ -113,8 +113,8 @@ QStringList whatsappInserts(const WhatsappDb& rows) {
              .arg(EntMedia)
              .arg(r.fileSize)
              .arg(r.movieDuration)
-             .arg(key(r.message), lit(r.authorName), lit(r.localPath), lit(r.mediaUrl), lit(r.title),
-                  lit(r.vcardName), lit(r.vcardString), lit(r.thumbPath));
+             .arg(key(r.message), lit(r.authorName), lit(r.localPath), lit(r.mediaUrl), lit(r.title), lit(r.vcardName),
+                  lit(r.vcardString), lit(r.thumbPath));
   for (const WaMessage& r : rows.messages)
     s << QStringLiteral("INSERT INTO ZWAMESSAGE (Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZGROUPEVENTTYPE, ZISFROMME, "
                         "ZMESSAGEERRORSTATUS, ZMESSAGESTATUS, ZMESSAGETYPE, ZSORT, ZSTARRED, ZCHATSESSION, "
@@ -130,7 +130,8 @@ QStringList whatsappInserts(const WhatsappDb& rows) {
              .arg(key(r.session), key(r.groupMember), key(r.mediaItem), key(r.parent), real(r.date), lit(r.text),
                   lit(r.toJid), lit(r.fromJid));
   for (const WaPicture& r : rows.pictures)
-    s << QStringLiteral("INSERT INTO ZWAPROFILEPICTUREITEM (Z_PK, Z_ENT, Z_OPT, ZJID, ZPATH) VALUES (%1, %2, 1, %3, %4)")
+    s << QStringLiteral(
+             "INSERT INTO ZWAPROFILEPICTUREITEM (Z_PK, Z_ENT, Z_OPT, ZJID, ZPATH) VALUES (%1, %2, 1, %3, %4)")
              .arg(r.pk)
              .arg(EntPicture)
              .arg(lit(r.jid), lit(r.path));
@@ -218,8 +219,7 @@ StoredFile whatsappMediaFile(const QString& path, quint32 modified) {
     data = QByteArray::fromHex("0000001c667479706d703432") + QByteArray("isommp42") + path.toUtf8();
   else
     data = QByteArray::fromHex("ffd8ffe000104a46494600010100000100010000") + path.toUtf8();
-  const QString relative =
-      path.startsWith(QLatin1String("Media/Profile/")) ? path : QStringLiteral("Message/") + path;
+  const QString relative = path.startsWith(QLatin1String("Media/Profile/")) ? path : QStringLiteral("Message/") + path;
   StoredFile f = file(whatsappGroupDomain(), relative, data);
   f.modified = modified;
   return f;
@@ -239,14 +239,11 @@ constexpr double kT0 = 671702400;
 QString annaMedia(const char* name) { return QStringLiteral("Media/%1/a/4/%2").arg(kAnna, QLatin1String(name)); }
 QString groupMedia(const char* name) { return QStringLiteral("Media/%1/7/c/%2").arg(kGroup, QLatin1String(name)); }
 
-WaMessage msg(qint64 pk, qint64 session, int sort, double minutes, const QString& text, int fromMe = 0) {
-  WaMessage m;
-  m.pk = pk;
-  m.session = session;
-  m.sort = sort;
-  m.date = kT0 + minutes * 60;
-  m.text = text;
+WaMessage msg(qint64 pk, qint64 session, int sort, double minutes, const QString& text, int fromMe = 0, int type = 0,
+              qint64 member = 0) {
+  WaMessage m = waMessage(pk, session, sort, kT0 + minutes * 60, text, type);
   m.isFromMe = fromMe;
+  m.groupMember = member;
   m.toJid = fromMe ? QString() : kOwner;
   return m;
 }
@@ -254,146 +251,71 @@ WaMessage msg(qint64 pk, qint64 session, int sort, double minutes, const QString
 
 WhatsappDb sampleWhatsappRows() {
   WhatsappDb d;
-  WaSession anna;
-  anna.pk = 1;
-  anna.jid = kAnna;
-  anna.partnerName = QStringLiteral("Anna Berg");
-  anna.contactAbId = 12;
-  anna.lastMessageDate = kT0 + 3000;
-  WaSession group;
-  group.pk = 2;
-  group.jid = kGroup;
-  group.partnerName = QStringLiteral("Climbing Club");
-  group.sessionType = 1;
-  group.lastMessageDate = kT0 + 2000;
-  WaSession dora;
-  dora.pk = 3;
-  dora.jid = QStringLiteral("447700900123@s.whatsapp.net");
-  dora.partnerName = QStringLiteral("\u200e+44 7700 900123");
-  dora.lastMessageDate = kT0 - 86400;
-  WaSession hidden;
-  hidden.pk = 4;
-  hidden.jid = QStringLiteral("status@broadcast");
-  hidden.partnerName = QStringLiteral("Status");
-  hidden.sessionType = 3;
-  hidden.hidden = 1;
-  WaSession removed;
-  removed.pk = 5;
-  removed.jid = QStringLiteral("4915155555555@s.whatsapp.net");
-  removed.partnerName = QStringLiteral("Old Contact");
-  removed.removed = 1;
-  d.sessions << anna << group << dora << hidden << removed;
+  // pk, jid, partner name, session type, address-book id, last message, hidden, removed
+  d.sessions = {{1, kAnna, QStringLiteral("Anna Berg"), 0, 12, kT0 + 3000, 0, 0},
+                {2, kGroup, QStringLiteral("Climbing Club"), 1, 0, kT0 + 2000, 0, 0},
+                {3, QStringLiteral("447700900123@s.whatsapp.net"), QStringLiteral("\u200e+44 7700 900123"), 0, 0,
+                 kT0 - 86400, 0, 0},
+                {4, QStringLiteral("status@broadcast"), QStringLiteral("Status"), 3, 0, 0, 1, 0},
+                {5, QStringLiteral("4915155555555@s.whatsapp.net"), QStringLiteral("Old Contact"), 0, 0, 0, 0, 1}};
+  d.members = {{1, 2, kOwner, QString(), 0},
+               {2, 2, kAnna, QStringLiteral("Anna Berg"), 12},
+               {3, 2, kBen, QStringLiteral("Ben Ode"), 0}};
 
-  WaMember me{1, 2, kOwner, QString(), 0};
-  WaMember annaMember{2, 2, kAnna, QStringLiteral("Anna Berg"), 12};
-  WaMember benMember{3, 2, kBen, QStringLiteral("Ben Ode"), 0};
-  d.members << me << annaMember << benMember;
+  // One-to-one chat with Anna: a notice, talk, a picture, a document, a
+  // contact card, a location and a message not yet delivered.
+  d.messages << msg(1, 1, 1, 0, QString(), 0, 10, 0)
+             << msg(2, 1, 2, 1, QStringLiteral("Hi Anna, are we still on for Saturday?"), 1)
+             << msg(3, 1, 3, 4, QStringLiteral("Yes! 10:00 at the gym \u2013 bring chalk \U0001F9D7"))
+             << msg(4, 1, 4, 6, QString(), 0, 1) << msg(5, 1, 5, 9, QString(), 1, 8)
+             << msg(6, 1, 6, 12, QString(), 0, 4) << msg(7, 1, 7, 15, QString(), 1, 5)
+             << msg(8, 1, 8, 16, QStringLiteral("See you there"), 1);
+  d.messages[0].groupEventType = 2;
+  d.messages[0].status = 0;
+  for (int i = 3; i < 7; ++i)
+    d.messages[i].mediaItem = i - 2;
+  d.messages[7].status = 7; // not delivered
 
-  // One-to-one chat with Anna.
-  WaMessage notice = msg(1, 1, 1, 0, QString());
-  notice.type = 10;
-  notice.status = 0;
-  notice.groupEventType = 2;
-  d.messages << notice << msg(2, 1, 2, 1, QStringLiteral("Hi Anna, are we still on for Saturday?"), 1)
-             << msg(3, 1, 3, 4, QStringLiteral("Yes! 10:00 at the gym \u2013 bring chalk \U0001F9D7"));
-  WaMessage picture = msg(4, 1, 4, 6, QString());
-  picture.type = 1;
-  picture.mediaItem = 1;
-  WaMessage document = msg(5, 1, 5, 9, QString(), 1);
-  document.type = 8;
-  document.mediaItem = 2;
-  WaMessage card = msg(6, 1, 6, 12, QString());
-  card.type = 4;
-  card.mediaItem = 3;
-  WaMessage place = msg(7, 1, 7, 15, QString(), 1);
-  place.type = 5;
-  place.mediaItem = 4;
-  WaMessage pending = msg(8, 1, 8, 16, QStringLiteral("See you there"), 1);
-  pending.status = 7; // not delivered
-  d.messages << picture << document << card << place << pending;
-
-  WaMedia pic;
-  pic.pk = 1;
-  pic.message = 4;
-  pic.localPath = annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.jpg");
-  pic.thumbPath = annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.thumb");
-  pic.mediaUrl = QStringLiteral("https://mmg.whatsapp.net/v/t62.7118-24/000001.enc");
-  pic.title = QStringLiteral("The new wall");
-  pic.vcardString = QStringLiteral("image/jpeg");
-  pic.fileSize = 52311;
-  WaMedia doc;
-  doc.pk = 2;
-  doc.message = 5;
-  doc.localPath = annaMedia("a4f1c2d0-2222-4a2b-9c3d-000000000002.pdf");
-  doc.title = QStringLiteral("route-map.pdf");
-  doc.authorName = QStringLiteral("Route map, 3 pages");
-  doc.vcardString = QStringLiteral("application/pdf");
-  doc.fileSize = 18000;
-  WaMedia vcard;
-  vcard.pk = 3;
-  vcard.message = 6;
-  vcard.vcardName = QStringLiteral("Gym front desk");
-  vcard.vcardString = QStringLiteral("BEGIN:VCARD\nVERSION:3.0\nFN:Gym front desk\nTEL:+49301234567\nEND:VCARD");
-  WaMedia location;
-  location.pk = 4;
-  location.message = 7;
-  location.thumbPath = annaMedia("a4f1c2d0-4444-4a2b-9c3d-000000000004.thumb");
-  location.title = QStringLiteral("Boulderhalle Nord");
-  d.media << pic << doc << vcard << location;
+  // pk, message, local path, thumbnail, URL, title, author, vCard name, vCard string, size, duration
+  d.media = {{1, 4, annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.jpg"),
+              annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.thumb"),
+              QStringLiteral("https://mmg.whatsapp.net/v/t62.7118-24/000001.enc"), QStringLiteral("The new wall"),
+              QString(), QString(), QStringLiteral("image/jpeg"), 52311, 0},
+             {2, 5, annaMedia("a4f1c2d0-2222-4a2b-9c3d-000000000002.pdf"), QString(), QString(),
+              QStringLiteral("route-map.pdf"), QStringLiteral("Route map, 3 pages"), QString(),
+              QStringLiteral("application/pdf"), 18000, 0},
+             {3, 6, QString(), QString(), QString(), QString(), QString(), QStringLiteral("Gym front desk"),
+              QStringLiteral("BEGIN:VCARD\nVERSION:3.0\nFN:Gym front desk\nTEL:+49301234567\nEND:VCARD"), 0, 0},
+             {4, 7, QString(), annaMedia("a4f1c2d0-4444-4a2b-9c3d-000000000004.thumb"), QString(),
+              QStringLiteral("Boulderhalle Nord"), QString(), QString(), QString(), 0, 0},
+             {5, 25, groupMedia("7c0e9a11-5555-4a2b-9c3d-000000000005.mp4"),
+              groupMedia("7c0e9a11-5555-4a2b-9c3d-000000000005.thumb"), QString(), QStringLiteral("First ascent"),
+              QString(), QString(), QString(), 1200000, 14}};
 
   // The group: created by Ben, the owner added, a subject change, talk, a video.
-  WaMessage created = msg(20, 2, 1, 0, QStringLiteral("Climbing"));
-  created.type = 6;
-  created.groupEventType = 12;
-  created.groupMember = 3;
-  created.status = 0;
-  WaMessage added = msg(21, 2, 2, 0.5, kOwner);
-  added.type = 6;
-  added.groupEventType = 2;
-  added.groupMember = 3;
-  added.status = 0;
-  WaMessage subject = msg(22, 2, 3, 5, QStringLiteral("Climbing Club"));
-  subject.type = 6;
-  subject.groupEventType = 1;
-  subject.groupMember = 2;
-  subject.status = 0;
-  WaMessage benSays = msg(23, 2, 4, 10, QStringLiteral("Welcome everyone"));
-  benSays.groupMember = 3;
-  WaMessage ownerSays = msg(24, 2, 5, 12, QStringLiteral("Thanks Ben!"), 1);
-  WaMessage video = msg(25, 2, 6, 20, QString());
-  video.type = 2;
-  video.groupMember = 2;
-  video.mediaItem = 5;
-  d.messages << created << added << subject << benSays << ownerSays << video;
-  WaMedia clip;
-  clip.pk = 5;
-  clip.message = 25;
-  clip.localPath = groupMedia("7c0e9a11-5555-4a2b-9c3d-000000000005.mp4");
-  clip.thumbPath = groupMedia("7c0e9a11-5555-4a2b-9c3d-000000000005.thumb");
-  clip.title = QStringLiteral("First ascent");
-  clip.movieDuration = 14;
-  clip.fileSize = 1200000;
-  d.media << clip;
+  d.messages << msg(20, 2, 1, 0, QStringLiteral("Climbing"), 0, 6, 3) << msg(21, 2, 2, 0.5, kOwner, 0, 6, 3)
+             << msg(22, 2, 3, 5, QStringLiteral("Climbing Club"), 0, 6, 2)
+             << msg(23, 2, 4, 10, QStringLiteral("Welcome everyone"), 0, 0, 3)
+             << msg(24, 2, 5, 12, QStringLiteral("Thanks Ben!"), 1) << msg(25, 2, 6, 20, QString(), 0, 2, 2);
+  const int events[] = {12, 2, 1}; // created, added, subject
+  for (int i = 0; i < 3; ++i) {
+    d.messages[8 + i].groupEventType = events[i];
+    d.messages[8 + i].status = 0;
+  }
+  d.messages.last().mediaItem = 5;
 
   // Messages of the hidden and removed chats are never shown.
   d.messages << msg(30, 4, 1, 30, QStringLiteral("status update")) << msg(31, 5, 1, 31, QStringLiteral("gone"));
 
-  WaPicture annaPicture{1, kAnna, QStringLiteral("Media/Profile/4915112345678-1649999999")};
-  WaPicture groupPicture{2, kGroup, QString()}; // groups have no path
-  WaPicture junk{3, QStringLiteral("a_") + kAnna, QStringLiteral("CiIKHDQ5MTUxMTIzNDU2Nzg6MEBzLndoYXRzYXBwLm5ldBAB")};
-  d.pictures << annaPicture << groupPicture << junk;
+  d.pictures = {{1, kAnna, QStringLiteral("Media/Profile/4915112345678-1649999999")},
+                {2, kGroup, QString()}, // groups have no path
+                {3, QStringLiteral("a_") + kAnna, QStringLiteral("CiIKHDQ5MTUxMTIzNDU2Nzg6MEBzLndoYXRzYXBwLm5ldBAB")}};
   return d;
 }
 
 WhatsappDb sampleWhatsappWalRows() {
   WhatsappDb d;
-  WaSession carl;
-  carl.pk = 6;
-  carl.jid = kCarl;
-  carl.partnerName = QStringLiteral("Carl Diaz");
-  carl.contactAbId = 31;
-  carl.lastMessageDate = kT0 + 86400;
-  d.sessions << carl;
+  d.sessions = {{6, kCarl, QStringLiteral("Carl Diaz"), 0, 31, kT0 + 86400, 0, 0}};
   d.messages << msg(40, 6, 1, 1440, QStringLiteral("Hello from the other side of the log"))
              << msg(41, 6, 2, 1442, QStringLiteral("Got it."), 1)
              << msg(42, 1, 9, 50, QStringLiteral("One more thing: bring water"));
