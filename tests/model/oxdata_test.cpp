@@ -43,33 +43,16 @@ QString names(const OxData& data, bool filtered) {
   return out.join(QLatin1Char(' '));
 }
 
-TEST(OxDataOrder, AppendAndPrependPlaceItemsAsTheDefaultOrderSays) {
-  struct Step {
-    bool prepend;
-    const char* name;
-    qint64 secs;
-    bool deleted;
-  };
-  struct Row {
-    const char* name;
-    std::vector<Step> steps;
-    const char* expected;
-  } rows[] = {
-      {"newest first", {{false, "a", 10, false}, {false, "b", 30, false}, {false, "c", 20, false}}, "b c a"},
-      {"deleted first", {{false, "old", 10, false}, {false, "new", 99, false}, {false, "del", 1, true}}, "del new old"},
-      {"prepend goes before its equals",
-       {{false, "a", 5, false}, {false, "b", 5, false}, {true, "p", 5, false}},
-       "p a b"},
-  };
-  for (const auto& r : rows) {
-    OxData data(0);
-    for (const auto& s : r.steps) {
-      OxWhatsappItem* item = chat(s.name, s.secs, s.deleted);
-      s.prepend ? data.prepend(item) : data.append(item);
-    }
-    EXPECT_EQ(names(data, false), QString::fromLatin1(r.expected)) << r.name;
-    EXPECT_EQ(names(data, true), QString::fromLatin1(r.expected)) << r.name << " (view)";
-  }
+// Appends follow the default order (see the random test below); a prepend
+// goes before its equals, in the raw list and in the view.
+TEST(OxDataOrder, PrependGoesBeforeItsEquals) {
+  OxData data(0);
+  data.append(chat("a", 5));
+  data.append(chat("b", 5));
+  data.prepend(chat("p", 5));
+  data.append(chat("n", 9));
+  EXPECT_EQ(names(data, false), QStringLiteral("n p a b"));
+  EXPECT_EQ(names(data, true), QStringLiteral("n p a b"));
 }
 
 // Few distinct dates and some deleted items: many ties, which keep arrival order.

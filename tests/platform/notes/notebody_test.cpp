@@ -47,16 +47,8 @@ QByteArray gzip(const QByteArray& raw) {
   return out;
 }
 
-// Compares with the golden file, or writes it when SHERD_WRITE_GOLDEN is set.
 void checkGolden(const QString& name, const QString& actual) {
   const QString path = QStringLiteral(SHERD_NOTES_GOLDEN_DIR "/%1.txt").arg(name);
-  if (qEnvironmentVariableIsSet("SHERD_WRITE_GOLDEN")) {
-    QDir().mkpath(QStringLiteral(SHERD_NOTES_GOLDEN_DIR));
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    f.write(actual.toUtf8());
-    return;
-  }
   const QByteArray expected = readAll(path);
   ASSERT_FALSE(expected.isEmpty()) << "no golden file " << path.toStdString();
   EXPECT_EQ(QString::fromUtf8(expected).toStdString(), actual.toStdString()) << name.toStdString();
