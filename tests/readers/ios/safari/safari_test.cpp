@@ -8,7 +8,6 @@
 #include "tests/support/apps/safari.h"
 #include "tests/support/testdata.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -154,16 +153,14 @@ TEST(SafariService, EveryGenerationAndDomainThroughTheService) {
   auto entry = [](const char* title) {
     return QList<SafariPlistEntry>{{QStringLiteral("http://x.example/") + title, QString::fromLatin1(title), {}}};
   };
-  auto visits = [](const char* title, int count) {
-    QList<fixture::SafariVisit> v;
-    for (int i = 0; i < count; ++i)
-      v << fixture::SafariVisit{QStringLiteral("https://x.example/"), QString::fromLatin1(title), 673034400.0 + i};
-    return fixture::historyStatements(v);
-  };
+  const QString url = QStringLiteral("https://x.example/");
   QList<fixture::StoredFile> files = fixture::bookmarksDbFiles(
       fixture::bookmarksStatements({{10, 1, QStringLiteral("Fav"), QStringLiteral("https://fav.example/"), 0},
                                     {11, 3, QStringLiteral("To read"), QStringLiteral("https://read.example/"), 0}}));
-  files << fixture::historyDbFiles(visits("App domain", 1)) << fixture::historyDbFiles(visits("Home domain", 2), home)
+  files << fixture::historyDbFiles(fixture::historyStatements({{url, QStringLiteral("App domain"), 673034400}}))
+        << fixture::historyDbFiles(fixture::historyStatements({{url, QStringLiteral("Home domain"), 673034400},
+                                                               {url, QStringLiteral("Home domain"), 673034409}}),
+                                   home)
         << fixture::file(home, QStringLiteral("Library/Safari/History.plist"), fixture::historyPlist(entry("Old home")))
         << fixture::file(app, QStringLiteral("Library/Safari/History.plist"), fixture::historyPlist(entry("Old app")))
         << fixture::file(home, QStringLiteral("Library/Safari/Bookmarks.plist"),
