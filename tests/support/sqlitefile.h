@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <type_traits>
+
 namespace fixture {
 
 // Replaces the file at path with a database made by the statements, in order.
@@ -20,5 +22,16 @@ bool writeSqliteFile(const QString& path, const QStringList& statements, QString
 QString sqlQuoted(const QString& text);
 QString sqlNullable(const QString& text);
 QString sqlQuotedOrNull(const QString& text);
+
+// The statement with %1, %2, ... replaced in one pass: texts as they are,
+// integers in decimal (format other numbers before).
+inline QString sqlArg(const QString& text) { return text; }
+template <typename T, typename = std::enable_if_t<std::is_integral<T>::value || std::is_enum<T>::value>>
+QString sqlArg(T v) {
+  return QString::number(qlonglong(v));
+}
+template <typename... T> QString sqlf(const char* statement, const T&... values) {
+  return QString::fromUtf8(statement).arg(sqlArg(values)...);
+}
 
 } // namespace fixture

@@ -1,5 +1,7 @@
 #include "tests/support/apps/whatsapp.h"
 
+#include "tests/support/sqlitefile.h"
+
 namespace fixture {
 namespace {
 QString lit(const QString& text) {
@@ -88,53 +90,32 @@ QStringList whatsappSchema(bool allIndexes) {
 QStringList whatsappInserts(const WhatsappDb& rows) {
   QStringList s;
   for (const WaSession& r : rows.sessions)
-    s << QStringLiteral("INSERT INTO ZWACHATSESSION (Z_PK, Z_ENT, Z_OPT, ZARCHIVED, ZCONTACTABID, ZFLAGS, ZHIDDEN, "
-                        "ZREMOVED, ZSESSIONTYPE, ZUNREADCOUNT, ZLASTMESSAGEDATE, ZCONTACTJID, ZPARTNERNAME) "
-                        "VALUES (%1, %2, 1, 0, %3, 0, %4, %5, %6, 0, %7, %8, %9)")
-             .arg(r.pk)
-             .arg(EntSession)
-             .arg(r.contactAbId)
-             .arg(r.hidden)
-             .arg(r.removed)
-             .arg(r.sessionType)
-             .arg(real(r.lastMessageDate), lit(r.jid), lit(r.partnerName));
+    s << sqlf("INSERT INTO ZWACHATSESSION (Z_PK, Z_ENT, Z_OPT, ZARCHIVED, ZCONTACTABID, ZFLAGS, ZHIDDEN, ZREMOVED, "
+              "ZSESSIONTYPE, ZUNREADCOUNT, ZLASTMESSAGEDATE, ZCONTACTJID, ZPARTNERNAME) "
+              "VALUES (%1, %2, 1, 0, %3, 0, %4, %5, %6, 0, %7, %8, %9)",
+              r.pk, EntSession, r.contactAbId, r.hidden, r.removed, r.sessionType, real(r.lastMessageDate), lit(r.jid),
+              lit(r.partnerName));
   for (const WaMember& r : rows.members)
-    s << QStringLiteral("INSERT INTO ZWAGROUPMEMBER (Z_PK, Z_ENT, Z_OPT, ZCONTACTABID, ZISACTIVE, ZISADMIN, "
-                        "ZCHATSESSION, ZCONTACTNAME, ZMEMBERJID) VALUES (%1, %2, 1, %3, 1, 0, %4, %5, %6)")
-             .arg(r.pk)
-             .arg(EntMember)
-             .arg(r.contactAbId)
-             .arg(key(r.session), lit(r.contactName), lit(r.jid));
+    s << sqlf("INSERT INTO ZWAGROUPMEMBER (Z_PK, Z_ENT, Z_OPT, ZCONTACTABID, ZISACTIVE, ZISADMIN, ZCHATSESSION, "
+              "ZCONTACTNAME, ZMEMBERJID) VALUES (%1, %2, 1, %3, 1, 0, %4, %5, %6)",
+              r.pk, EntMember, r.contactAbId, key(r.session), lit(r.contactName), lit(r.jid));
   for (const WaMedia& r : rows.media)
-    s << QStringLiteral("INSERT INTO ZWAMEDIAITEM (Z_PK, Z_ENT, Z_OPT, ZFILESIZE, ZMOVIEDURATION, ZMESSAGE, "
-                        "ZAUTHORNAME, ZMEDIALOCALPATH, ZMEDIAURL, ZTITLE, ZVCARDNAME, ZVCARDSTRING, ZXMPPTHUMBPATH) "
-                        "VALUES (%1, %2, 1, %3, %4, %5, %6, %7, %8, %9, %10, %11, %12)")
-             .arg(r.pk)
-             .arg(EntMedia)
-             .arg(r.fileSize)
-             .arg(r.movieDuration)
-             .arg(key(r.message), lit(r.authorName), lit(r.localPath), lit(r.mediaUrl), lit(r.title), lit(r.vcardName),
-                  lit(r.vcardString), lit(r.thumbPath));
+    s << sqlf("INSERT INTO ZWAMEDIAITEM (Z_PK, Z_ENT, Z_OPT, ZFILESIZE, ZMOVIEDURATION, ZMESSAGE, ZAUTHORNAME, "
+              "ZMEDIALOCALPATH, ZMEDIAURL, ZTITLE, ZVCARDNAME, ZVCARDSTRING, ZXMPPTHUMBPATH) "
+              "VALUES (%1, %2, 1, %3, %4, %5, %6, %7, %8, %9, %10, %11, %12)",
+              r.pk, EntMedia, r.fileSize, r.movieDuration, key(r.message), lit(r.authorName), lit(r.localPath),
+              lit(r.mediaUrl), lit(r.title), lit(r.vcardName), lit(r.vcardString), lit(r.thumbPath));
   for (const WaMessage& r : rows.messages)
-    s << QStringLiteral("INSERT INTO ZWAMESSAGE (Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZGROUPEVENTTYPE, ZISFROMME, "
-                        "ZMESSAGEERRORSTATUS, ZMESSAGESTATUS, ZMESSAGETYPE, ZSORT, ZSTARRED, ZCHATSESSION, "
-                        "ZGROUPMEMBER, ZMEDIAITEM, ZPARENTMESSAGE, ZMESSAGEDATE, ZTEXT, ZTOJID, ZFROMJID) "
-                        "VALUES (%1, %2, 1, 0, %3, %4, 0, %5, %6, %7, 0, %8, %9, %10, %11, %12, %13, %14, %15)")
-             .arg(r.pk)
-             .arg(EntMessage)
-             .arg(r.groupEventType)
-             .arg(r.isFromMe)
-             .arg(r.status)
-             .arg(r.type)
-             .arg(r.sort)
-             .arg(key(r.session), key(r.groupMember), key(r.mediaItem), key(r.parent), real(r.date), lit(r.text),
-                  lit(r.toJid), lit(r.fromJid));
+    s << sqlf("INSERT INTO ZWAMESSAGE (Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZGROUPEVENTTYPE, ZISFROMME, ZMESSAGEERRORSTATUS, "
+              "ZMESSAGESTATUS, ZMESSAGETYPE, ZSORT, ZSTARRED, ZCHATSESSION, ZGROUPMEMBER, ZMEDIAITEM, "
+              "ZPARENTMESSAGE, ZMESSAGEDATE, ZTEXT, ZTOJID, ZFROMJID) "
+              "VALUES (%1, %2, 1, 0, %3, %4, 0, %5, %6, %7, 0, %8, %9, %10, %11, %12, %13, %14, %15)",
+              r.pk, EntMessage, r.groupEventType, r.isFromMe, r.status, r.type, r.sort, key(r.session),
+              key(r.groupMember), key(r.mediaItem), key(r.parent), real(r.date), lit(r.text), lit(r.toJid),
+              lit(r.fromJid));
   for (const WaPicture& r : rows.pictures)
-    s << QStringLiteral(
-             "INSERT INTO ZWAPROFILEPICTUREITEM (Z_PK, Z_ENT, Z_OPT, ZJID, ZPATH) VALUES (%1, %2, 1, %3, %4)")
-             .arg(r.pk)
-             .arg(EntPicture)
-             .arg(lit(r.jid), lit(r.path));
+    s << sqlf("INSERT INTO ZWAPROFILEPICTUREITEM (Z_PK, Z_ENT, Z_OPT, ZJID, ZPATH) VALUES (%1, %2, 1, %3, %4)", r.pk,
+              EntPicture, lit(r.jid), lit(r.path));
   return s;
 }
 
