@@ -14,6 +14,7 @@
 namespace {
 using fixture::CalendarDef;
 using fixture::CalendarEvent;
+using fixture::calendarStatements;
 using fixture::CalendarStore;
 
 CalendarEvent event(const char* summary, const char* start = "673174800", const char* end = "673174860",
@@ -66,10 +67,10 @@ TEST(CalendarRead, WhichRowsIconsAndBadInputs) {
   const QList<CalendarDef> calendars = {{1, 1, QStringLiteral("Calendar"), QString(), 0},
                                         {3, 3, QStringLiteral("Work"), QStringLiteral("#FF2968"), 4},
                                         {4, 3, QStringLiteral("Tasks"), QStringLiteral("#FF9500"), 8}};
-  read(fixture::calendarStatements(stores, calendars,
-                                   {event("Work", "673174800", "673175700", 3), event("Local"),
-                                    event("Reminder", "673174800", "673174800", 4),
-                                    event("Old default without end", "673174800", "NULL")}));
+  read(calendarStatements(stores, calendars,
+                          {event("Work", "673174800", "673175700", 3), event("Local"),
+                           event("Reminder", "673174800", "673174800", 4),
+                           event("Old default without end", "673174800", "NULL")}));
   ASSERT_EQ(list.count(0), 2);
   EXPECT_EQ(titled(list, "Work")->getFirstLayerIconType(), 4);
   EXPECT_EQ(titled(list, "Work")->getSecondLayerIconType(), 13);
@@ -89,11 +90,7 @@ TEST(CalendarRead, WhichRowsIconsAndBadInputs) {
       {"oldest generation", fixture::oldCalendarStatements(damaged.mid(0, 2)), {}, 2, ""},
       {"neither table", {QStringLiteral("CREATE TABLE Store (ROWID INTEGER PRIMARY KEY)")}, {}, 0, "No calendar table"},
       {"not a database", {}, QByteArray(4096, 'x'), 0, "Fail to open"},
-      {"NULL dates, trigger not a number",
-       fixture::calendarStatements(stores, calendars, damaged),
-       {},
-       3,
-       "without a start date"},
+      {"NULL dates, word trigger", calendarStatements(stores, calendars, damaged), {}, 3, "without a start date"},
   };
   for (const auto& r : rows) {
     testdata::LogCapture log;
