@@ -41,7 +41,6 @@ const char* const kSchema[] = {
     "CREATE INDEX ZKIKATTACHMENT_ZMESSAGE_INDEX ON ZKIKATTACHMENT (ZMESSAGE)",
 };
 
-
 QStringList schema() {
   QStringList statements;
   for (const char* s : kSchema)
@@ -56,40 +55,26 @@ QStringList schema() {
 QStringList kikStatements(const KikStore& store) {
   QStringList s = schema();
   for (const KikUserRow& u : store.users)
-    s << QStringLiteral(
-             "INSERT INTO ZKIKUSER(Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZDISPLAYNAME, ZJID) VALUES(%1, 6, 1, %2, %3, %4)")
-             .arg(u.pk)
-             .arg(u.flags)
-             .arg(sqlNullable(u.displayName), sqlNullable(u.jid));
+    s << sqlf("INSERT INTO ZKIKUSER(Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZDISPLAYNAME, ZJID) VALUES(%1, 6, 1, %2, %3, %4)", u.pk,
+              u.flags, sqlNullable(u.displayName), sqlNullable(u.jid));
   for (const auto& c : store.chats)
-    s << QStringLiteral("INSERT INTO ZKIKCHAT(Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZUSER) VALUES(%1, 3, 1, 18, %2)")
-             .arg(c.first)
-             .arg(c.second);
+    s << sqlf("INSERT INTO ZKIKCHAT(Z_PK, Z_ENT, Z_OPT, ZFLAGS, ZUSER) VALUES(%1, 3, 1, 18, %2)", c.first, c.second);
   for (const auto& l : store.chatMessages)
-    s << QStringLiteral("INSERT INTO Z_3MESSAGES VALUES(%1, %2)").arg(l.first).arg(l.second);
+    s << sqlf("INSERT INTO Z_3MESSAGES VALUES(%1, %2)", l.first, l.second);
   for (const auto& m : store.members)
-    s << QStringLiteral("INSERT INTO Z_6MEMBERS VALUES(%1, %2)").arg(m.first).arg(m.second);
+    s << sqlf("INSERT INTO Z_6MEMBERS VALUES(%1, %2)", m.first, m.second);
   for (const KikAttachmentRow& a : store.attachments)
-    s << QStringLiteral("INSERT INTO ZKIKATTACHMENT(Z_PK, Z_ENT, Z_OPT, ZTYPE, ZMESSAGE, ZCONTENT)"
-                        " VALUES(%1, 1, 1, %2, %3, %4)")
-             .arg(a.pk)
-             .arg(a.type)
-             .arg(a.message)
-             .arg(sqlNullable(a.content));
+    s << sqlf("INSERT INTO ZKIKATTACHMENT(Z_PK, Z_ENT, Z_OPT, ZTYPE, ZMESSAGE, ZCONTENT) VALUES(%1, 1, 1, %2, %3, %4)",
+              a.pk, a.type, a.message, sqlNullable(a.content));
   for (const KikMessageRow& m : store.messages)
-    s << QStringLiteral("INSERT INTO ZKIKMESSAGE(Z_PK, Z_ENT, Z_OPT, ZTYPE, ZSTATE, ZFLAGS, ZUSER, ZTIMESTAMP, ZBODY)"
-                        " VALUES(%1, 5, 1, %2, %3, %4, %5, %6, %7)")
-             .arg(m.pk)
-             .arg(m.type)
-             .arg(m.state)
-             .arg(m.flags)
-             .arg(m.user)
-             .arg(QString::number(m.timestamp, 'f', 6), sqlNullable(m.body.isEmpty() ? QString() : m.body));
+    s << sqlf("INSERT INTO ZKIKMESSAGE(Z_PK, Z_ENT, Z_OPT, ZTYPE, ZSTATE, ZFLAGS, ZUSER, ZTIMESTAMP, ZBODY)"
+              " VALUES(%1, 5, 1, %2, %3, %4, %5, %6, %7)",
+              m.pk, m.type, m.state, m.flags, m.user, QString::number(m.timestamp, 'f', 6), sqlQuotedOrNull(m.body));
   return s;
 }
 
 QList<StoredFile> kikFiles(const KikStore& store, const QString& account,
-                         const QList<QPair<QString, QByteArray>>& extraFiles) {
+                           const QList<QPair<QString, QByteArray>>& extraFiles) {
   const QString folder = QStringLiteral("cores/private/%1/").arg(account);
   QByteArray db, wal;
   QString error;

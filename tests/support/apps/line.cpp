@@ -21,7 +21,6 @@ const char* const kSchema[] = {
     "CREATE INDEX ZMESSAGE_ZCHAT_INDEX ON ZMESSAGE (ZCHAT)",
 };
 
-
 QStringList schema() {
   QStringList statements;
   for (const char* s : kSchema)
@@ -33,33 +32,22 @@ QStringList schema() {
 QStringList lineStatements(const LineStore& store) {
   QStringList s = schema();
   for (const LineUserRow& u : store.users)
-    s << QStringLiteral("INSERT INTO ZUSER(Z_PK, Z_ENT, Z_OPT, ZMID, ZNAME) VALUES(%1, 12, 1, %2, %3)")
-             .arg(u.pk)
-             .arg(sqlQuotedOrNull(u.mid), sqlQuotedOrNull(u.name));
+    s << sqlf("INSERT INTO ZUSER(Z_PK, Z_ENT, Z_OPT, ZMID, ZNAME) VALUES(%1, 12, 1, %2, %3)", u.pk,
+              sqlQuotedOrNull(u.mid), sqlQuotedOrNull(u.name));
   qint64 pk = 1;
   for (const auto& g : store.groups)
-    s << QStringLiteral("INSERT INTO ZGROUP(Z_PK, Z_ENT, Z_OPT, ZID, ZNAME) VALUES(%1, 5, 1, %2, %3)")
-             .arg(pk++)
-             .arg(sqlQuotedOrNull(g.first), sqlQuotedOrNull(g.second));
+    s << sqlf("INSERT INTO ZGROUP(Z_PK, Z_ENT, Z_OPT, ZID, ZNAME) VALUES(%1, 5, 1, %2, %3)", pk++,
+              sqlQuotedOrNull(g.first), sqlQuotedOrNull(g.second));
   for (const auto& c : store.chats)
-    s << QStringLiteral("INSERT INTO ZCHAT(Z_PK, Z_ENT, Z_OPT, ZTYPE, ZMID) VALUES(%1, 1, 1, %2, %3)")
-             .arg(c.first)
-             .arg(c.second.startsWith(QLatin1Char('c')) ? 2 : 0)
-             .arg(sqlQuotedOrNull(c.second));
+    s << sqlf("INSERT INTO ZCHAT(Z_PK, Z_ENT, Z_OPT, ZTYPE, ZMID) VALUES(%1, 1, 1, %2, %3)", c.first,
+              c.second.startsWith(QLatin1Char('c')) ? 2 : 0, sqlQuotedOrNull(c.second));
   for (const auto& m : store.members)
-    s << QStringLiteral("INSERT INTO Z_1MEMBERS VALUES(%1, %2)").arg(m.first).arg(m.second);
+    s << sqlf("INSERT INTO Z_1MEMBERS VALUES(%1, %2)", m.first, m.second);
   for (const LineMessageRow& m : store.messages)
-    s << QStringLiteral("INSERT INTO ZMESSAGE(Z_PK, Z_ENT, Z_OPT, ZID, ZCHAT, ZSENDER, ZTIMESTAMP, ZTEXT,"
-                        " ZCONTENTTYPE, ZSENDSTATUS, ZLONGITUDE) VALUES(%1, 8, 1, %2, %3, %4, %5, %6, %7, %8, %9)")
-             .arg(m.pk)
-             .arg(sqlQuotedOrNull(m.id))
-             .arg(m.chat)
-             .arg(m.sender ? QString::number(m.sender) : QStringLiteral("NULL"))
-             .arg(m.timestamp)
-             .arg(sqlQuotedOrNull(m.text))
-             .arg(m.contentType)
-             .arg(m.sendStatus)
-             .arg(m.longitude, 0, 'f', 1);
+    s << sqlf("INSERT INTO ZMESSAGE(Z_PK, Z_ENT, Z_OPT, ZID, ZCHAT, ZSENDER, ZTIMESTAMP, ZTEXT, ZCONTENTTYPE,"
+              " ZSENDSTATUS, ZLONGITUDE) VALUES(%1, 8, 1, %2, %3, %4, %5, %6, %7, %8, %9)",
+              m.pk, sqlQuotedOrNull(m.id), m.chat, m.sender ? QString::number(m.sender) : QStringLiteral("NULL"),
+              m.timestamp, sqlQuotedOrNull(m.text), m.contentType, m.sendStatus, QString::number(m.longitude, 'f', 1));
   return s;
 }
 
