@@ -32,17 +32,12 @@ QStringList callHistoryStatements(const QList<StoredCall>& calls, bool withServi
   QStringList rows;
   for (const StoredCall& c : calls) {
     max = qMax(max, c.pk);
-    rows << QStringLiteral("(%1, 2, 1, %2, 1, %3, 0, %4, 0, 2, 0, 1, %5, 1, 0, %6, %7, %8, %9, %10, %11 '%12', %13)")
-                .arg(c.pk)
-                .arg(c.answered)
-                .arg(c.callType)
-                .arg(c.faceTimeData)
-                .arg(c.originated)
-                .arg(c.date, 0, 'f', 6)
-                .arg(c.duration, 0, 'f', 6)
-                .arg(sqlQuotedOrNull(c.countryCode), sqlQuotedOrNull(c.location), sqlQuotedOrNull(c.name))
-                .arg(withServiceProvider ? sqlQuotedOrNull(c.serviceProvider) + QLatin1Char(',') : QString())
-                .arg(QStringLiteral("UID-%1").arg(c.pk), blob(c.address));
+    rows << sqlf("(%1, 2, 1, %2, 1, %3, 0, %4, 0, 2, 0, 1, %5, 1, 0, %6, %7, %8, %9, %10, %11 '%12', %13)", c.pk,
+                 c.answered, c.callType, c.faceTimeData, c.originated, QString::number(c.date, 'f', 6),
+                 QString::number(c.duration, 'f', 6), sqlQuotedOrNull(c.countryCode), sqlQuotedOrNull(c.location),
+                 sqlQuotedOrNull(c.name),
+                 withServiceProvider ? sqlQuotedOrNull(c.serviceProvider) + QLatin1Char(',') : QString(),
+                 QStringLiteral("UID-%1").arg(c.pk), blob(c.address));
   }
   // Several statements per transaction, as the phone commits them.
   for (int i = 0; i < rows.size(); i += 500)
@@ -63,14 +58,8 @@ QStringList oldCallHistoryStatements(const QList<OldCall>& calls) {
                       " read INTEGER, assisted INTEGER, face_time_data BLOB, originalAddress TEXT)")
     << QStringLiteral("CREATE TABLE _SqliteDatabaseProperties (key TEXT, value TEXT, UNIQUE(key))");
   for (const OldCall& c : calls)
-    s << QStringLiteral("INSERT INTO call VALUES (%1, %2, %3, %4, %5, %6, %7, '310', '410', 1, 0, NULL, %2)")
-             .arg(c.rowId)
-             .arg(sqlNullable(c.address))
-             .arg(c.date)
-             .arg(c.duration)
-             .arg(c.flags)
-             .arg(c.personId)
-             .arg(sqlQuotedOrNull(c.name));
+    s << sqlf("INSERT INTO call VALUES (%1, %2, %3, %4, %5, %6, %7, '310', '410', 1, 0, NULL, %2)", c.rowId,
+              sqlNullable(c.address), c.date, c.duration, c.flags, c.personId, sqlQuotedOrNull(c.name));
   return s;
 }
 
@@ -87,20 +76,14 @@ QStringList addressBookStatements(const QList<Contact>& contacts) {
     << QStringLiteral("INSERT INTO ABMultiValueLabel VALUES ('_$!<Mobile>!$_'), ('_$!<Home>!$_')");
   int uid = 0;
   for (const Contact& c : contacts) {
-    s << QStringLiteral("INSERT INTO ABPerson (ROWID, First, Last, Organization, Kind) VALUES (%1, %2, %3, %4, %5)")
-             .arg(c.rowId)
-             .arg(sqlQuotedOrNull(c.first), sqlQuotedOrNull(c.last), sqlQuotedOrNull(c.organization))
-             .arg(c.first.isEmpty() && c.last.isEmpty() ? 1 : 0);
+    s << sqlf("INSERT INTO ABPerson (ROWID, First, Last, Organization, Kind) VALUES (%1, %2, %3, %4, %5)", c.rowId,
+              sqlQuotedOrNull(c.first), sqlQuotedOrNull(c.last), sqlQuotedOrNull(c.organization),
+              c.first.isEmpty() && c.last.isEmpty() ? 1 : 0);
+    // Phone numbers are property 3 with label 1 (mobile), addresses 4 with label 2 (home).
     for (const QString& p : c.phones)
-      s << QStringLiteral("INSERT INTO ABMultiValue VALUES (%1, %2, 3, 0, 1, %3, 'g%1')")
-               .arg(++uid)
-               .arg(c.rowId)
-               .arg(sqlNullable(p));
+      s << sqlf("INSERT INTO ABMultiValue VALUES (%1, %2, 3, 0, 1, %3, 'g%1')", ++uid, c.rowId, sqlNullable(p));
     for (const QString& e : c.emails)
-      s << QStringLiteral("INSERT INTO ABMultiValue VALUES (%1, %2, 4, 0, 2, %3, 'g%1')")
-               .arg(++uid)
-               .arg(c.rowId)
-               .arg(sqlNullable(e));
+      s << sqlf("INSERT INTO ABMultiValue VALUES (%1, %2, 4, 0, 2, %3, 'g%1')", ++uid, c.rowId, sqlNullable(e));
   }
   return s;
 }
@@ -117,13 +100,8 @@ QStringList voicemailStatements(const QList<Voicemail>& messages) {
     << QStringLiteral("CREATE TABLE map (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, account TEXT, label TEXT)")
     << QStringLiteral("CREATE INDEX date_index on voicemail(date)");
   for (const Voicemail& v : messages)
-    s << QStringLiteral("INSERT INTO voicemail VALUES (%1, %2, %3, 'Complete', %4, %4, %5, %6, 0, 3, NULL, NULL)")
-             .arg(v.rowId)
-             .arg(100 + v.rowId)
-             .arg(v.date)
-             .arg(sqlQuotedOrNull(v.sender))
-             .arg(v.duration)
-             .arg(v.date + 30 * 86400);
+    s << sqlf("INSERT INTO voicemail VALUES (%1, %2, %3, 'Complete', %4, %4, %5, %6, 0, 3, NULL, NULL)", v.rowId,
+              100 + v.rowId, v.date, sqlQuotedOrNull(v.sender), v.duration, v.date + 30 * 86400);
   return s;
 }
 
@@ -156,7 +134,7 @@ QList<StoredFile> addressBookFiles(const QList<Contact>& contacts) {
 QList<StoredFile> voicemailFiles(const QList<Voicemail>& messages) {
   const QString home = QStringLiteral("HomeDomain");
   QList<StoredFile> files{file(home, QStringLiteral("Library/Voicemail/voicemail.db"),
-                             build(voicemailStatements(messages), false, nullptr))};
+                               build(voicemailStatements(messages), false, nullptr))};
   for (const Voicemail& v : messages) {
     StoredFile f = file(home, QStringLiteral("Library/Voicemail/%1.amr").arg(v.rowId), amrRecording(v.duration * 50));
     f.modified = quint32(v.date);
@@ -196,20 +174,18 @@ QList<StoredFile> sampleCallHistoryFiles() {
   call(7, day + 95000, QStringLiteral("+15105550199"), 0, 1, 20)->faceTimeData = QStringLiteral("0");
   call(8, day + 99000, QStringLiteral("+15105550177"), 1, 0, 130)->name = QStringLiteral("Pizza Roma");
 
-  QList<Contact> contacts;
-  contacts << Contact{1,
-                      QStringLiteral("Anna"),
-                      QStringLiteral("Berg"),
-                      QString(),
-                      {QStringLiteral("(415) 555-0123")},
-                      {QStringLiteral("Anna.Berg@example.com")}}
-           << Contact{2,         QString::fromUtf8("小明"),         QString::fromUtf8("王"),
-                      QString(), {QStringLiteral("138 0013 8000")}, {}}
-           << Contact{3, QString(), QString(), QStringLiteral("Museum Shop"), {QStringLiteral("020 7183 8750")}, {}};
+  const QList<Contact> contacts = {
+      {1,
+       QStringLiteral("Anna"),
+       QStringLiteral("Berg"),
+       QString(),
+       {QStringLiteral("(415) 555-0123")},
+       {QStringLiteral("Anna.Berg@example.com")}},
+      {2, QString::fromUtf8("小明"), QString::fromUtf8("王"), QString(), {QStringLiteral("138 0013 8000")}, {}},
+      {3, QString(), QString(), QStringLiteral("Museum Shop"), {QStringLiteral("020 7183 8750")}, {}}};
 
-  QList<Voicemail> voicemail;
-  voicemail << Voicemail{1, 1650535200, QStringLiteral("+14155550123"), 3}
-            << Voicemail{2, 1650621600, QStringLiteral("+442071838750"), 2};
+  const QList<Voicemail> voicemail = {{1, 1650535200, QStringLiteral("+14155550123"), 3},
+                                      {2, 1650621600, QStringLiteral("+442071838750"), 2}};
 
   // The phone kept the store of its first system beside the current one; only
   // the current one is read.
