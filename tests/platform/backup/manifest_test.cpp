@@ -141,12 +141,4 @@ TEST(ManifestTest, DamagedArchivesAreSafe) {
   EXPECT_FALSE(Manifest::decodeMbFile(nullptr, 0, &e));
   EXPECT_FALSE(Manifest::decodeMbFile("bplist00", 8, &e));
 }
-
-TEST(ManifestTest, FileIds) {
-  unsigned char id[20];
-  EXPECT_TRUE(Manifest::parseFileId("3D0D7E5FB2CE288813306E4D4636395E047A3D28", 40, id));
-  EXPECT_EQ(Manifest::fileIdText(id), "3d0d7e5fb2ce288813306e4d4636395e047a3d28");
-  for (const char* bad : {"3d0d7e5fb2ce288813306e4d4636395e047a3d2", "../../../../../../../../../../etc/passwdx"})
-    EXPECT_FALSE(Manifest::parseFileId(bad, int(strlen(bad)), id)) << bad;
-}
 } // namespace
