@@ -52,16 +52,12 @@ QStringList calendarStatements(const QList<CalendarStore>& stores, const QList<C
   for (const char* line : kSchema)
     s << QString::fromLatin1(line);
   for (const CalendarStore& st : stores)
-    s << QStringLiteral("INSERT INTO Store (ROWID, name, type, disabled) VALUES (%1, %2, 0, 0)")
-             .arg(st.rowId)
-             .arg(sqlQuotedOrNull(st.name));
+    s << sqlf("INSERT INTO Store (ROWID, name, type, disabled) VALUES (%1, %2, 0, 0)", st.rowId,
+              sqlQuotedOrNull(st.name));
   for (const CalendarDef& c : calendars)
-    s << QStringLiteral("INSERT INTO Calendar (ROWID, store_id, title, color, supported_entity_types, flags) "
-                        "VALUES (%1, %2, %3, %4, %5, 0)")
-             .arg(c.rowId)
-             .arg(c.storeId)
-             .arg(sqlQuotedOrNull(c.title), sqlQuotedOrNull(c.colour))
-             .arg(c.supportedEntityTypes);
+    s << sqlf("INSERT INTO Calendar (ROWID, store_id, title, color, supported_entity_types, flags) "
+              "VALUES (%1, %2, %3, %4, %5, 0)",
+              c.rowId, c.storeId, sqlQuotedOrNull(c.title), sqlQuotedOrNull(c.colour), c.supportedEntityTypes);
   int row = 0;
   int locationId = 0;
   for (const CalendarEvent& e : events) {
@@ -69,35 +65,24 @@ QStringList calendarStatements(const QList<CalendarStore>& stores, const QList<C
     QString location = QStringLiteral("0");
     if (!e.location.isEmpty()) {
       ++locationId;
-      s << QStringLiteral("INSERT INTO Location (ROWID, title, item_owner_id) VALUES (%1, %2, %3)")
-               .arg(locationId)
-               .arg(sqlQuoted(e.location))
-               .arg(id);
+      s << sqlf("INSERT INTO Location (ROWID, title, item_owner_id) VALUES (%1, %2, %3)", locationId,
+                sqlQuoted(e.location), id);
       location = QString::number(locationId);
     }
-    s << QStringLiteral("INSERT INTO CalendarItem (ROWID, summary, location_id, description, start_date, start_tz, "
-                        "end_date, all_day, calendar_id, url, entity_type, hidden, has_recurrences) VALUES (%1, %2, "
-                        "%3, %4, %5, %6, %7, %8, %9, %10, 2, 0, %11)")
-             .arg(id)
-             .arg(sqlQuotedOrNull(e.summary), location, sqlQuotedOrNull(e.description), e.start,
-                  e.allDay ? QStringLiteral("'_float'") : QStringLiteral("'Europe/Berlin'"), e.end)
-             .arg(e.allDay)
-             .arg(e.calendarId)
-             .arg(sqlQuotedOrNull(e.url))
-             .arg(e.frequency ? 1 : 0);
+    s << sqlf("INSERT INTO CalendarItem (ROWID, summary, location_id, description, start_date, start_tz, end_date, "
+              "all_day, calendar_id, url, entity_type, hidden, has_recurrences) VALUES (%1, %2, %3, %4, %5, %6, %7, "
+              "%8, %9, %10, 2, 0, %11)",
+              id, sqlQuotedOrNull(e.summary), location, sqlQuotedOrNull(e.description), e.start,
+              e.allDay ? QStringLiteral("'_float'") : QStringLiteral("'Europe/Berlin'"), e.end, e.allDay, e.calendarId,
+              sqlQuotedOrNull(e.url), e.frequency ? 1 : 0);
     if (e.frequency)
-      s << QStringLiteral("INSERT INTO Recurrence (frequency, interval, week_start, count, end_date, specifier, "
-                          "owner_id) VALUES (%1, %2, 0, 0, %3, %4, %5)")
-               .arg(e.frequency)
-               .arg(e.interval)
-               .arg(e.recurrenceEnd, 0, 'f', 3)
-               .arg(sqlQuotedOrNull(e.specifier))
-               .arg(id);
+      s << sqlf("INSERT INTO Recurrence (frequency, interval, week_start, count, end_date, specifier, owner_id) "
+                "VALUES (%1, %2, 0, 0, %3, %4, %5)",
+                e.frequency, e.interval, QString::number(e.recurrenceEnd, 'f', 3), sqlQuotedOrNull(e.specifier), id);
     for (const QString& trigger : e.alarms)
-      s << QStringLiteral("INSERT INTO Alarm (trigger_interval, type, calendaritem_owner_id, calendar_owner_id) "
-                          "VALUES (%1, 0, %2, 0)")
-               .arg(trigger)
-               .arg(id);
+      s << sqlf("INSERT INTO Alarm (trigger_interval, type, calendaritem_owner_id, calendar_owner_id) "
+                "VALUES (%1, 0, %2, 0)",
+                trigger, id);
   }
   s << QStringLiteral("COMMIT");
   return s;
@@ -119,13 +104,11 @@ QStringList oldCalendarStatements(const QList<CalendarEvent>& events) {
                       "color TEXT, type INTEGER, store_id INTEGER)")
     << QStringLiteral("INSERT INTO Calendar (ROWID, title, color, type) VALUES (1, 'Calendar', '#0252D4', 0)");
   for (const CalendarEvent& e : events)
-    s << QStringLiteral("INSERT INTO Event (summary, location, description, start_date, start_tz, end_date, all_day, "
-                        "calendar_id, url, hidden, has_recurrences) VALUES (%1, %2, %3, %4, 'Europe/Berlin', %5, %6, "
-                        "1, %7, 0, 0)")
-             .arg(sqlQuotedOrNull(e.summary), sqlQuotedOrNull(e.location), sqlQuotedOrNull(e.description), e.start,
-                  e.end)
-             .arg(e.allDay)
-             .arg(sqlQuotedOrNull(e.url));
+    s << sqlf(
+        "INSERT INTO Event (summary, location, description, start_date, start_tz, end_date, all_day, "
+        "calendar_id, url, hidden, has_recurrences) VALUES (%1, %2, %3, %4, 'Europe/Berlin', %5, %6, 1, %7, 0, 0)",
+        sqlQuotedOrNull(e.summary), sqlQuotedOrNull(e.location), sqlQuotedOrNull(e.description), e.start, e.end,
+        e.allDay, sqlQuotedOrNull(e.url));
   s << QStringLiteral("COMMIT");
   return s;
 }
@@ -143,8 +126,8 @@ QList<StoredFile> calendarFiles(const QStringList& statements) {
 }
 
 QList<StoredFile> sampleCalendarFiles() {
-  const QList<CalendarStore> stores = {{1, QStringLiteral("Default")}, {2, QStringLiteral("iCloud")},
-                                       {3, QStringLiteral("Birthdays")}};
+  const QList<CalendarStore> stores = {
+      {1, QStringLiteral("Default")}, {2, QStringLiteral("iCloud")}, {3, QStringLiteral("Birthdays")}};
   const QList<CalendarDef> calendars = {
       {1, 1, QStringLiteral("Calendar"), QStringLiteral("#CC73E1"), 0},
       {2, 2, QStringLiteral("Home"), QStringLiteral("#34AADC"), 4},
@@ -155,52 +138,34 @@ QList<StoredFile> sampleCalendarFiles() {
   const double day = 86400;
   const double t0 = 673174800;
   auto at = [](double seconds) { return QString::number(seconds, 'f', 0); };
-  QList<CalendarEvent> events;
-  CalendarEvent standup;
-  standup.summary = QStringLiteral("Team stand-up");
+  auto event = [&](const char* summary, double start, double end, int calendar) {
+    CalendarEvent e;
+    e.summary = QString::fromUtf8(summary);
+    e.start = at(start);
+    e.end = at(end);
+    e.calendarId = calendar;
+    return e;
+  };
+  CalendarEvent standup = event("Team stand-up", t0, t0 + 900, 3);
   standup.location = QStringLiteral("Room 4.12");
-  standup.start = at(t0);
-  standup.end = at(t0 + 900);
-  standup.calendarId = 3;
   standup.alarms = QStringList{QStringLiteral("-300")};
   standup.frequency = 2;
-  standup.interval = 1;
   standup.specifier = QStringLiteral("D=0MO,0TU,0WE,0TH,0FR");
   standup.recurrenceEnd = t0 + 180 * day;
-  events << standup;
-  CalendarEvent dentist;
-  dentist.summary = QStringLiteral("Dentist");
+  CalendarEvent dentist = event("Dentist", t0 + 3 * day + 5400, t0 + 3 * day + 7200, 2);
   dentist.location = QStringLiteral("Hauptstraße 5, Köln");
   dentist.description = QStringLiteral("Bring the insurance card");
-  dentist.start = at(t0 + 3 * day + 5400);
-  dentist.end = at(t0 + 3 * day + 7200);
-  dentist.calendarId = 2;
   dentist.alarms = QStringList{QStringLiteral("-900"), QStringLiteral("-3600"), QStringLiteral("-86400")};
-  events << dentist;
-  CalendarEvent holiday;
-  holiday.summary = QStringLiteral("Holiday");
-  holiday.start = at(t0 + 10 * day - 32400);
-  holiday.end = at(t0 + 17 * day - 32400);
+  CalendarEvent holiday = event("Holiday", t0 + 10 * day - 32400, t0 + 17 * day - 32400, 2);
   holiday.allDay = 1;
-  holiday.calendarId = 2;
   holiday.url = QStringLiteral("https://example.org/booking/4711");
-  events << holiday;
-  CalendarEvent rent;
-  rent.summary = QStringLiteral("Pay the rent");
-  rent.start = at(t0 - 2 * day);
-  rent.end = at(t0 - 2 * day + 1800);
-  rent.calendarId = 1;
+  CalendarEvent rent = event("Pay the rent", t0 - 2 * day, t0 - 2 * day + 1800, 1);
   rent.frequency = 3;
-  rent.interval = 1;
   rent.specifier = QStringLiteral("M=1");
   rent.alarms = QStringList{QStringLiteral("0")};
-  events << rent;
-  CalendarEvent reminder;
-  reminder.summary = QStringLiteral("Buy milk");
-  reminder.start = at(t0);
+  CalendarEvent reminder = event("Buy milk", t0, 0, 4);
   reminder.end = QStringLiteral("NULL");
-  reminder.calendarId = 4;
-  events << reminder;
+  const QList<CalendarEvent> events = {standup, dentist, holiday, rent, reminder};
   return calendarFiles(calendarStatements(stores, calendars, events));
 }
 
