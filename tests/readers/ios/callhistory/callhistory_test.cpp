@@ -191,15 +191,13 @@ TEST_F(CallHistory, OldestSchemaAndDamagedStores) {
   EXPECT_TRUE(log.contains(QStringLiteral("Fail to query")));
 }
 
-// ---- whole backups ----
-
 TEST_F(CallHistory, WhichStoreAndWhichNames) {
   const QList<Contact> book{
       {1, QStringLiteral("Anna"), QStringLiteral("Berg"), QString(), {QStringLiteral("(415) 555-0123")}, {}}};
   QList<StoredCall> newer{call(1, 0, 1, 10)};
   newer[0].address = QStringLiteral("+14155550123");
-  const QList<OldCall> older{{1, QStringLiteral("4155550123"), 1300000000, 10, 4, -1, QString()},
-                             {2, QStringLiteral("5550001111"), 1300000100, 10, 4, -1, QString()}};
+  const QList<OldCall> older{{1, "4155550123", 1300000000, 10, 4, -1, {}},
+                             {2, "5550001111", 1300000100, 10, 4, -1, {}}};
   // Very old phones kept the book in AddressBook.db.
   QList<StoredFile> oldBook = addressBookFiles(book);
   for (StoredFile& f : oldBook)
@@ -271,8 +269,6 @@ TEST_F(CallHistory, ServiceLoadsCallsThenVoicemail) {
   EXPECT_EQ(calls->categoryItemCount(QStringLiteral("Voice Mail")), 2);
   EXPECT_EQ(calls->firstLayerOrder().mid(0, 2).join('|'), QStringLiteral("Call History|Voice Mail"));
 }
-
-// ---- real stores ----
 
 // Loads a real store (copied with its write-ahead log) with a real address
 // book; answers each call, the newest first, as "phone|type|duration|location|name".

@@ -149,6 +149,7 @@ TEST_F(NoteBackup, WithoutAModernStoreTheLegacyOnesAreStillRead) {
        legacyFiles({legacyNote("only", "Only legacy", "Only legacy")}, {}));
   EXPECT_EQ(titles(), QStringLiteral("Only legacy"));
 }
+
 // The file index answers every search as a walk over the whole file list does.
 TEST_F(NoteBackup, FileIndexFindsWhatAWalkOverTheListFinds) {
   const QString a = QStringLiteral("0C6A7E1B-55D2-4A0B-8F0E-6D2A9C1B7E11");
