@@ -7,6 +7,7 @@
 #include "model/oxwhatsappitem.h"
 #include "platform/backup/mobilebackup.h"
 #include "tests/support/apps/line.h"
+#include "tests/readers/messengers/common/chattest.h"
 #include "tests/support/testdata.h"
 
 #include <gtest/gtest.h>
@@ -14,23 +15,14 @@
 #include <memory>
 
 namespace {
+using chattest::itemNamed;
 using fixture::LineStore;
-
-OxWhatsappItem* itemNamed(OxData* list, const QString& name) {
-  for (int i = 0; i < list->count(OxData::CountRaw); ++i)
-    if (list->at(i, false)->value(0) == name)
-      return static_cast<OxWhatsappItem*>(list->at(i, false));
-  return nullptr;
-}
 
 // Line's files as plain files in a folder.
 class FolderLine : public CLineCollection {
 public:
   explicit FolderLine(const QString& folder) : m_folder(folder) {}
-  QString mediaFilePath(const QString& path) override {
-    const QString local = QDir(m_folder).filePath(path.startsWith(QLatin1Char('/')) ? path.mid(1) : path);
-    return QFile::exists(local) ? local : QString();
-  }
+  QString mediaFilePath(const QString& path) override { return chattest::fileIn(m_folder, path); }
 
 private:
   QString m_folder;

@@ -9,6 +9,7 @@
 #include "readers/whatsapp/whatsappqueries.h"
 #include "service/progress.h"
 #include "tests/support/apps/whatsapp.h"
+#include "tests/readers/messengers/common/chattest.h"
 #include "tests/support/testdata.h"
 
 #include <QFileInfo>
@@ -20,6 +21,7 @@
 #include <memory>
 
 namespace {
+using chattest::itemNamed;
 using fixture::WaMember;
 using fixture::WaMessage;
 using fixture::WaSession;
@@ -57,13 +59,6 @@ private:
   int m_range;
   double m_limit;
 };
-
-OxWhatsappItem* itemNamed(OxData* list, const QString& name) {
-  for (int i = 0; i < list->count(OxData::CountRaw); ++i)
-    if (list->at(i, false)->value(0) == name)
-      return static_cast<OxWhatsappItem*>(list->at(i, false));
-  return nullptr;
-}
 
 class WhatsappCollection : public testdata::ErrorLogTest {
 protected:

@@ -5,6 +5,7 @@
 #include "model/oxwhatsappitem.h"
 #include "platform/backup/mobilebackup.h"
 #include "tests/support/apps/whatsapp.h"
+#include "tests/readers/messengers/common/chattest.h"
 #include "tests/support/testdata.h"
 
 #include <QLocale>
@@ -14,6 +15,8 @@
 #include <memory>
 
 namespace {
+using chattest::itemNamed;
+using chattest::messageTotal;
 using fixture::StoredFile;
 using fixture::WaMessage;
 using fixture::WaSession;
@@ -41,20 +44,6 @@ protected:
   }
   int m_backups = 0;
 };
-
-int messageTotal(OxData* list) {
-  int n = 0;
-  for (int i = 0; i < list->count(OxData::CountRaw); ++i)
-    n += static_cast<OxWhatsappItem*>(list->at(i, false))->detailContent()->messages().size();
-  return n;
-}
-
-OxWhatsappItem* itemNamed(OxData* list, const QString& name) {
-  for (int i = 0; i < list->count(OxData::CountRaw); ++i)
-    if (list->at(i, false)->value(0) == name)
-      return static_cast<OxWhatsappItem*>(list->at(i, false));
-  return nullptr;
-}
 
 WaMessage message(qint64 pk, qint64 session, int sort, const char* text, double date = 0) {
   return fixture::waMessage(pk, session, sort, date, QString::fromUtf8(text));
