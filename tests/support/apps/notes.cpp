@@ -1,5 +1,7 @@
 #include "tests/support/apps/notes.h"
 
+#include "tests/support/sqlitefile.h"
+
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QHash>
@@ -435,7 +437,7 @@ bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wa
         "CREATE TABLE Z_11NOTES (Z_11FOLDERS INTEGER, Z_8NOTES INTEGER, PRIMARY KEY (Z_11FOLDERS, Z_8NOTES))");
   sql << QStringLiteral("BEGIN");
   for (auto it = L.ent.constBegin(); it != L.ent.constEnd(); ++it)
-    sql << QStringLiteral("INSERT INTO Z_PRIMARYKEY VALUES (%1, %2, 0, 0)").arg(it.value()).arg(q(it.key()));
+    sql << sqlf("INSERT INTO Z_PRIMARYKEY VALUES (%1, %2, 0, 0)", it.value(), q(it.key()));
   auto ent = [&](const char* name) { return L.ent.value(QLatin1String(name)); };
 
   qint64 pk = 0;
@@ -445,15 +447,10 @@ bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wa
     if (!accountPk.contains(name)) {
       const qint64 k = ++pk;
       accountPk.insert(name, k);
-      const QByteArray salt = accountSalt(name);
-      sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZNAME, ZIDENTIFIER, ZACCOUNTTYPE, "
-                            "ZCRYPTOSALT, ZCRYPTOITERATIONCOUNT) VALUES (%1, %2, %3, %4, %5, %6, %7)")
-                 .arg(k)
-                 .arg(ent("ICAccount"))
-                 .arg(name.isEmpty() ? QStringLiteral("NULL") : q(name), q(accountIdOf(name)))
-                 .arg(name == QLatin1String("iCloud") ? 1 : 0)
-                 .arg(blob(salt))
-                 .arg(kIterations);
+      sql << sqlf("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZNAME, ZIDENTIFIER, ZACCOUNTTYPE, ZCRYPTOSALT, "
+                  "ZCRYPTOITERATIONCOUNT) VALUES (%1, %2, %3, %4, %5, %6, %7)",
+                  k, ent("ICAccount"), name.isEmpty() ? QStringLiteral("NULL") : q(name), q(accountIdOf(name)),
+                  name == QLatin1String("iCloud") ? 1 : 0, blob(accountSalt(name)), kIterations);
     }
     return accountPk.value(name);
   };
@@ -463,15 +460,11 @@ bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wa
       const qint64 acc = accountOf(n.account);
       const qint64 k = ++pk;
       folderPk.insert(key, k);
-      sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZTITLE2, ZIDENTIFIER, ZOWNER, %1, "
-                            "ZFOLDERTYPE) VALUES (%2, %3, %4, %5, %6, %6, %7)")
-                 .arg(L.folderAccount)
-                 .arg(k)
-                 .arg(ent("ICFolder"))
-                 .arg(q(n.inTrash ? QStringLiteral("Recently Deleted") : n.folder),
-                      q(n.inTrash ? QStringLiteral("TrashFolder-CloudKit") : QStringLiteral("Folder-%1").arg(k)))
-                 .arg(acc)
-                 .arg(n.inTrash ? 1 : 0);
+      sql << sqlf("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZTITLE2, ZIDENTIFIER, ZOWNER, %1, ZFOLDERTYPE) "
+                  "VALUES (%2, %3, %4, %5, %6, %6, %7)",
+                  L.folderAccount, k, ent("ICFolder"), q(n.inTrash ? QStringLiteral("Recently Deleted") : n.folder),
+                  q(n.inTrash ? QStringLiteral("TrashFolder-CloudKit") : QStringLiteral("Folder-%1").arg(k)), acc,
+                  n.inTrash ? 1 : 0);
     }
     return folderPk.value(key);
   };
@@ -495,46 +488,32 @@ bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wa
       sealed.tag = derived(n.identifier.toUtf8() + "tag", 16);
       body = QByteArray("bplist00") + derived(n.identifier.toUtf8(), 32);
     }
-    sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTITLE1, ZSNIPPET, %1, %2, "
-                          "ZNOTEDATA, ZMODIFICATIONDATE1, %3, ZMARKEDFORDELETION, ZISPASSWORDPROTECTED, ZCRYPTOSALT, "
-                          "ZCRYPTOITERATIONCOUNT, ZCRYPTOWRAPPEDKEY, ZCRYPTOINITIALIZATIONVECTOR, ZCRYPTOTAG) VALUES "
-                          "(%4, %5, %6, %7, %8, %9, %10, %11, %12, %13, %14, %15, %16, %17, %18, %19, %20)")
-               .arg(L.joinTable ? QStringLiteral("ZACCOUNT1") : QStringLiteral("ZFOLDER"), L.noteAccount, L.created)
-               .arg(notePk)
-               .arg(ent("ICNote"))
-               .arg(q(n.identifier), n.title.isEmpty() ? QStringLiteral("NULL") : q(n.title),
-                    locked ? QStringLiteral("NULL") : q(n.text.left(40)))
-               .arg(L.joinTable ? QStringLiteral("NULL") : QString::number(folder))
-               .arg(acc)
-               .arg(dataPk)
-               .arg(num(n.modified), num(n.modified - 1000))
-               .arg(n.markedForDeletion ? 1 : 0)
-               .arg(locked ? 1 : 0)
-               .arg(blob(locked ? sealed.salt : QByteArray()))
-               .arg(!n.password.isEmpty() ? kIterations : 0)
-               .arg(blob(locked ? sealed.wrapped : QByteArray()), blob(locked ? sealed.iv : QByteArray()),
-                    blob(locked ? sealed.tag : QByteArray()));
+    // An open note stores nothing in the crypto columns (the default Sealed is all null).
+    const Sealed& c = locked ? sealed : Sealed();
+    sql << sqlf("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTITLE1, ZSNIPPET, %1, %2, ZNOTEDATA, "
+                "ZMODIFICATIONDATE1, %3, ZMARKEDFORDELETION, ZISPASSWORDPROTECTED, ZCRYPTOSALT, "
+                "ZCRYPTOITERATIONCOUNT, ZCRYPTOWRAPPEDKEY, ZCRYPTOINITIALIZATIONVECTOR, ZCRYPTOTAG) VALUES "
+                "(%4, %5, %6, %7, %8, %9, %10, %11, %12, %13, %14, %15, %16, %17, %18, %19, %20)",
+                L.joinTable ? QStringLiteral("ZACCOUNT1") : QStringLiteral("ZFOLDER"), L.noteAccount, L.created, notePk,
+                ent("ICNote"), q(n.identifier), n.title.isEmpty() ? QStringLiteral("NULL") : q(n.title),
+                locked ? QStringLiteral("NULL") : q(n.text.left(40)),
+                L.joinTable ? QStringLiteral("NULL") : QString::number(folder), acc, dataPk, num(n.modified),
+                num(n.modified - 1000), n.markedForDeletion ? 1 : 0, locked ? 1 : 0, blob(c.salt),
+                !n.password.isEmpty() ? kIterations : 0, blob(c.wrapped), blob(c.iv), blob(c.tag));
     if (L.joinTable)
-      sql << QStringLiteral("INSERT INTO Z_11NOTES VALUES (%1, %2)").arg(folder).arg(notePk);
-    sql << QStringLiteral("INSERT INTO ZICNOTEDATA (Z_PK, Z_ENT, %1ZDATA, ZCRYPTOINITIALIZATIONVECTOR, ZCRYPTOTAG) "
-                          "VALUES (%2, %3, %4%5, %6, %7)")
-               .arg(L.bodyBackLink ? QStringLiteral("ZNOTE, ") : QString())
-               .arg(dataPk)
-               .arg(ent("ICNoteData"))
-               .arg(L.bodyBackLink ? QStringLiteral("%1, ").arg(notePk) : QString())
-               .arg(blob(body), blob(locked ? sealed.iv : QByteArray()), blob(locked ? sealed.tag : QByteArray()));
+      sql << sqlf("INSERT INTO Z_11NOTES VALUES (%1, %2)", folder, notePk);
+    sql << sqlf("INSERT INTO ZICNOTEDATA (Z_PK, Z_ENT, %1ZDATA, ZCRYPTOINITIALIZATIONVECTOR, ZCRYPTOTAG) "
+                "VALUES (%2, %3, %4%5, %6, %7)",
+                L.bodyBackLink ? QStringLiteral("ZNOTE, ") : QString(), dataPk, ent("ICNoteData"),
+                L.bodyBackLink ? QStringLiteral("%1, ").arg(notePk) : QString(), blob(body), blob(c.iv), blob(c.tag));
 
     for (const ModernAttachment& a : n.attachments) {
       if (a.rowMissing)
         continue;
       if (a.inlineText) {
-        sql << QStringLiteral(
-                   "INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTYPEUTI1, ZALTTEXT, ZNOTE) "
-                   "VALUES (%1, %2, %3, %4, %5, %6)")
-                   .arg(++pk)
-                   .arg(ent("ICInlineAttachment"))
-                   .arg(q(a.identifier), q(a.uti), q(a.title))
-                   .arg(notePk);
+        sql << sqlf("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTYPEUTI1, ZALTTEXT, ZNOTE) "
+                    "VALUES (%1, %2, %3, %4, %5, %6)",
+                    ++pk, ent("ICInlineAttachment"), q(a.identifier), q(a.uti), q(a.title), notePk);
         continue;
       }
       const qint64 attPk = ++pk;
@@ -544,48 +523,32 @@ bool makeModernStore(const QList<ModernNote>& notes, ModernLayout which, bool wa
         Sealed m;
         if (!n.password.isEmpty())
           m = seal(n.password, accountSalt(n.account), a.mediaId.toUtf8(), a.mediaData);
-        sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZFILENAME, ZCRYPTOSALT, "
-                              "ZCRYPTOITERATIONCOUNT, ZCRYPTOWRAPPEDKEY, ZASSETCRYPTOINITIALIZATIONVECTOR, "
-                              "ZASSETCRYPTOTAG) VALUES (%1, %2, %3, %4, %5, %6, %7, %8, %9)")
-                   .arg(mediaPk)
-                   .arg(ent("ICMedia"))
-                   .arg(q(a.mediaId), q(n.password.isEmpty() ? a.fileName : a.mediaId), blob(m.salt))
-                   .arg(m.iterations)
-                   .arg(blob(m.wrapped), blob(m.iv), blob(m.tag));
+        sql << sqlf("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZFILENAME, ZCRYPTOSALT, "
+                    "ZCRYPTOITERATIONCOUNT, ZCRYPTOWRAPPEDKEY, ZASSETCRYPTOINITIALIZATIONVECTOR, ZASSETCRYPTOTAG) "
+                    "VALUES (%1, %2, %3, %4, %5, %6, %7, %8, %9)",
+                    mediaPk, ent("ICMedia"), q(a.mediaId), q(n.password.isEmpty() ? a.fileName : a.mediaId),
+                    blob(m.salt), m.iterations, blob(m.wrapped), blob(m.iv), blob(m.tag));
       }
-      sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTYPEUTI, ZNOTE, ZMEDIA, "
-                            "ZORIENTATION, ZTITLE, ZURLSTRING, ZMERGEABLEDATA1) VALUES (%1, %2, %3, %4, %5, %6, %7, "
-                            "%8, %9, %10)")
-                 .arg(attPk)
-                 .arg(ent("ICAttachment"))
-                 .arg(q(a.identifier), q(a.uti))
-                 .arg(notePk)
-                 .arg(mediaPk ? QString::number(mediaPk) : QStringLiteral("NULL"),
-                      a.orientation < 0 ? QStringLiteral("NULL") : QString::number(a.orientation),
-                      a.title.isEmpty() ? QStringLiteral("NULL") : q(a.title),
-                      a.url.isEmpty() ? QStringLiteral("NULL") : q(a.url), blob(a.mergeable));
+      sql << sqlf("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZTYPEUTI, ZNOTE, ZMEDIA, ZORIENTATION, "
+                  "ZTITLE, ZURLSTRING, ZMERGEABLEDATA1) VALUES (%1, %2, %3, %4, %5, %6, %7, %8, %9, %10)",
+                  attPk, ent("ICAttachment"), q(a.identifier), q(a.uti), notePk,
+                  mediaPk ? QString::number(mediaPk) : QStringLiteral("NULL"),
+                  a.orientation < 0 ? QStringLiteral("NULL") : QString::number(a.orientation),
+                  a.title.isEmpty() ? QStringLiteral("NULL") : q(a.title),
+                  a.url.isEmpty() ? QStringLiteral("NULL") : q(a.url), blob(a.mergeable));
       if (!a.previewId.isEmpty()) {
         Sealed p;
         if (!n.password.isEmpty())
           p = seal(n.password, accountSalt(n.account), a.previewId.toUtf8(), a.previewData);
         // A smaller preview first: the largest one is the one to show.
-        sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZATTACHMENT, ZWIDTH, "
-                              "ZHEIGHT) VALUES (%1, %2, %3, %4, 16, 16)")
-                   .arg(++pk)
-                   .arg(ent("ICAttachmentPreviewImage"))
-                   .arg(q(a.previewId + QStringLiteral("-small")))
-                   .arg(attPk);
-        sql << QStringLiteral("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZATTACHMENT, ZWIDTH, "
-                              "ZHEIGHT, ZCRYPTOSALT, ZCRYPTOITERATIONCOUNT, ZCRYPTOWRAPPEDKEY, "
-                              "ZCRYPTOINITIALIZATIONVECTOR, ZCRYPTOTAG) VALUES (%1, %2, %3, %4, 640, 480, %5, %6, "
-                              "%7, %8, %9)")
-                   .arg(++pk)
-                   .arg(ent("ICAttachmentPreviewImage"))
-                   .arg(q(a.previewId))
-                   .arg(attPk)
-                   .arg(blob(p.salt))
-                   .arg(p.iterations)
-                   .arg(blob(p.wrapped), blob(p.iv), blob(p.tag));
+        sql << sqlf("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZATTACHMENT, ZWIDTH, ZHEIGHT) "
+                    "VALUES (%1, %2, %3, %4, 16, 16)",
+                    ++pk, ent("ICAttachmentPreviewImage"), q(a.previewId + QStringLiteral("-small")), attPk);
+        sql << sqlf("INSERT INTO ZICCLOUDSYNCINGOBJECT (Z_PK, Z_ENT, ZIDENTIFIER, ZATTACHMENT, ZWIDTH, ZHEIGHT, "
+                    "ZCRYPTOSALT, ZCRYPTOITERATIONCOUNT, ZCRYPTOWRAPPEDKEY, ZCRYPTOINITIALIZATIONVECTOR, ZCRYPTOTAG) "
+                    "VALUES (%1, %2, %3, %4, 640, 480, %5, %6, %7, %8, %9)",
+                    ++pk, ent("ICAttachmentPreviewImage"), q(a.previewId), attPk, blob(p.salt), p.iterations,
+                    blob(p.wrapped), blob(p.iv), blob(p.tag));
       }
     }
   }
@@ -657,22 +620,17 @@ bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* e
   int pk = 0;
   for (const LegacyNote& n : notes) {
     ++pk;
-    sql << QStringLiteral("INSERT INTO ZNOTE VALUES (%1, 3, 1, %2, %1, %1, %3, %4, %5, %6, %7, %8)")
-               .arg(pk)
-               .arg(n.deleted ? 1 : 0)
-               .arg(n.icloud ? 1 : 2)
-               .arg(num(n.modified - 500), num(n.modified), q(n.title), q(n.title.left(20)), q(n.guid));
-    sql << QStringLiteral("INSERT INTO ZNOTEBODY VALUES (%1, 4, 1, %1, %2)").arg(pk).arg(q(n.html));
+    sql << sqlf("INSERT INTO ZNOTE VALUES (%1, 3, 1, %2, %1, %1, %3, %4, %5, %6, %7, %8)", pk, n.deleted ? 1 : 0,
+                n.icloud ? 1 : 2, num(n.modified - 500), num(n.modified), q(n.title), q(n.title.left(20)), q(n.guid));
+    sql << sqlf("INSERT INTO ZNOTEBODY VALUES (%1, 4, 1, %1, %2)", pk, q(n.html));
   }
   int attPk = 0;
   QHash<const LegacyNote*, int> notePk;
   for (int i = 0; i < notes.size(); ++i)
     notePk.insert(&notes.at(i), i + 1);
   for (const auto& row : legacyAttachmentRows(notes))
-    sql << QStringLiteral("INSERT INTO ZNOTEATTACHMENT VALUES (%1, 2, 1, %2, %3, %4, %5)")
-               .arg(++attPk)
-               .arg(notePk.value(row.first))
-               .arg(q(row.second->contentId), q(row.second->fileName), q(row.second->mimeType));
+    sql << sqlf("INSERT INTO ZNOTEATTACHMENT VALUES (%1, 2, 1, %2, %3, %4, %5)", ++attPk, notePk.value(row.first),
+                q(row.second->contentId), q(row.second->fileName), q(row.second->mimeType));
   sql << QStringLiteral("COMMIT");
   return makeSqliteDb(sql, false, db, nullptr, error);
 }
@@ -684,13 +642,10 @@ bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error
   int rowid = 0;
   for (const LegacyNote& n : notes) {
     ++rowid;
-    sql << QStringLiteral("INSERT INTO Note (ROWID, creation_date, modification_date, title, summary, contains_cjk) "
-                          "VALUES (%1, %2, %3, %4, %5, 0)")
-               .arg(rowid)
-               .arg(qint64(n.modified) - 500)
-               .arg(qint64(n.modified))
-               .arg(q(n.title), q(n.title.left(20)));
-    sql << QStringLiteral("INSERT INTO note_bodies VALUES (%1, %2)").arg(rowid).arg(q(n.html));
+    sql << sqlf("INSERT INTO Note (ROWID, creation_date, modification_date, title, summary, contains_cjk) "
+                "VALUES (%1, %2, %3, %4, %5, 0)",
+                rowid, qint64(n.modified) - 500, qint64(n.modified), q(n.title), q(n.title.left(20)));
+    sql << sqlf("INSERT INTO note_bodies VALUES (%1, %2)", rowid, q(n.html));
   }
   sql << QStringLiteral("COMMIT");
   return makeSqliteDb(sql, false, db, nullptr, error);
