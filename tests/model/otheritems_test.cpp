@@ -137,45 +137,4 @@ TEST(OxDataCalendar, SameTriggerItem) {
   list.clear();
   EXPECT_EQ(list.getSameTriggerItem(7), nullptr);
 }
-
-TEST(OxDataCalendar, ColoursByCalendarName) {
-  OxData list(8);
-  OxCalendarItem* work = event("a", 0, "Work");
-  OxCalendarItem* noName = event("b", 0);
-  list.addCalendarColorMap(work, QStringLiteral("#FF0000"));
-  list.addCalendarColorMap(work, QStringLiteral("#00FF00")); // the later colour wins
-  list.addCalendarColorMap(noName, QStringLiteral("#0000FF"));
-  list.addCalendarColorMap(work, QString());
-  EXPECT_EQ(list.getCalendarColorMap().size(), 1);
-  EXPECT_EQ(list.getCalendarColorMap().value(QStringLiteral("Work")), QStringLiteral("#00FF00"));
-  delete work;
-  delete noName;
-}
-
-TEST(OxDataCategories, RegisteredFirstLayersAndPerCategoryCounts) {
-  OxData list(9);
-  list.onInsertFirstLayers({QStringLiteral("Bookmarks"), QStringLiteral("Reading List"), QStringLiteral("History"),
-                            QString(), QStringLiteral("Bookmarks")});
-  EXPECT_EQ(list.firstLayerOrder(),
-            (QStringList{QStringLiteral("Bookmarks"), QStringLiteral("Reading List"), QStringLiteral("History")}));
-  const char* marks[][3] = {{"a", "Reading List", "Reading List"},
-                            {"b", "Reading List", "Reading List"},
-                            {"c", "Bookmarks", "Favorites"},
-                            {"d", "Downloads", ""}};
-  for (const auto& m : marks) {
-    auto* b = new OxSafariBookmarkItem;
-    b->setValue(QString::fromLatin1(m[0]), 0);
-    b->setTreeFirstLayerName(QString::fromLatin1(m[1]));
-    b->setTreeSecondLayerName(QString::fromLatin1(m[2]));
-    list.append(b);
-  }
-  struct Row {
-    const char *first, *second;
-    int count;
-  } rows[] = {{"Reading List", "", 2}, {"Bookmarks", "Favorites", 1}, {"History", "", 0}, {"Favorites", "", 0}};
-  for (const auto& r : rows)
-    EXPECT_EQ(list.categoryItemCount(QString::fromLatin1(r.first), QString::fromLatin1(r.second)), r.count)
-        << r.first << "/" << r.second;
-  EXPECT_EQ(list.firstLayerOrder().last(), QStringLiteral("Downloads"));
-}
 } // namespace
