@@ -1,5 +1,3 @@
-// Line chats: dates, stickers and media paths, titles, the file scan and the
-// sample backup.
 #include "readers/messengers/line/lineitunescollection.h"
 
 #include "model/oxbackup.h"
@@ -152,33 +150,33 @@ TEST_F(LineChats, FileScan) {
   const QString group = QStringLiteral("AppDomainGroup-group.com.linecorp.line");
   const QString app = QStringLiteral("AppDomain-jp.naver.line");
   const QString p = QStringLiteral("Library/Application Support/PrivateStore/P_u1/");
-  struct Rec {
+  const struct {
     bool app;
-    QString path;
+    const char* path; // under the account folder
     qint64 size;
-    QString key; // empty: not kept
-  } const recs[] = {
-      {false, p + "Messages/Line.sqlite", 10, p + "Messages/Line.sqlite"},
-      {false, p + "Messages/UnifiedGroup.sqlite", 10, QString()},
-      {false, p + "Message Thumbnails/u2/1.thumb", 10, "/" + p + "Message Thumbnails/u2/1.thumb"},
-      {false, p + "Message Attachments/u2/1", 10, QString()}, // originals are looked for in the app's container
-      {true, p + "Message Attachments/u2/S_1.jpg", 10, "/" + p + "Message Attachments/u2/S_1.jpg"},
-      {true, p + "Owned Sticons/packages/x_1/001_key.png", 10, "/" + p + "Owned Sticons/packages/x_1/001_key.png"},
-      {true, p + "Message Attachments/u2/S_2.jpg", 0, QString()}, // empty: passed over
-      {true, p + "Other/x", 10, QString()},
-      {true, p + "Message Attachments/u2/S_3.jpg", 10, "/" + p + "Message Attachments/u2/S_3.jpg"},
+    int kept; // 0 not kept, 1 under its path, 2 under "/" and its path
+  } recs[] = {
+      {false, "Messages/Line.sqlite", 10, 1},
+      {false, "Messages/UnifiedGroup.sqlite", 10, 0},
+      {false, "Message Thumbnails/u2/1.thumb", 10, 2},
+      {false, "Message Attachments/u2/1", 10, 0}, // originals are looked for in the app's container
+      {true, "Message Attachments/u2/S_1.jpg", 10, 2},
+      {true, "Owned Sticons/packages/x_1/001_key.png", 10, 2},
+      {true, "Message Attachments/u2/S_2.jpg", 0, 0}, // empty: passed over
+      {true, "Other/x", 10, 0},
+      {true, "Message Attachments/u2/S_3.jpg", 10, 2},
   };
   CLineiTunesCollection line(nullptr);
   QStringList kept;
   int i = 0;
-  for (const Rec& r : recs) {
+  for (const auto& r : recs) {
     BackupFileRecord rec;
     rec.domain = r.app ? app : group;
-    rec.relativePath = r.path;
+    rec.relativePath = p + QLatin1String(r.path);
     rec.size = r.size;
     line.scanRecord(i++, rec);
-    if (!r.key.isEmpty())
-      kept << r.key;
+    if (r.kept)
+      kept << (r.kept == 2 ? QStringLiteral("/") : QString()) + rec.relativePath;
   }
   kept.sort();
   EXPECT_EQ(line.fileMap().keys(), kept);

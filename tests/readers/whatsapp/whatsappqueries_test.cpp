@@ -78,27 +78,4 @@ TEST(WhatsappGroupEvent, TextOfEachEventCode) {
         << r.code << " " << r.actor << "/" << r.target << "/" << r.self;
 }
 
-TEST(WhatsappGroupEvent, ActorTargetAndSelfComeFromTheMessageAndMembers) {
-  WAGroupMember ann{1, 0, QStringLiteral("Ann"), QStringLiteral("ann@s")};
-  WAGroupMember ann2{4, 0, QStringLiteral("Ann (old)"), QStringLiteral("ann@s")};
-  WAGroupMember bob{2, 0, QStringLiteral("Bob"), QStringLiteral("bob@s")};
-  const QMap<qint64, WAGroupMember*> members{{4, &ann2}, {2, &bob}, {1, &ann}};
-  const struct {
-    qint64 member;
-    const char *text, *toJid, *expected;
-  } rows[] = {
-      {2, "ann@s", "", "Ann added Bob"}, // the target is the first member by pk with the jid
-      {2, "me@s", "me@s", "You added Bob"},
-      {99, "ann@s", "", "Ann added you"}, // an unknown actor counts as the owner
-  };
-  for (const auto& r : rows) {
-    WAMessage m;
-    m.messageType = CWAMessageQuery::GroupEventType;
-    m.groupEventType = 2;
-    m.groupMember = r.member;
-    m.text = QString::fromUtf8(r.text);
-    m.toJid = QString::fromUtf8(r.toJid);
-    EXPECT_EQ(CWAMessageQuery::groupEventText(m, members), QString::fromUtf8(r.expected)) << r.expected;
-  }
-}
 } // namespace
