@@ -52,15 +52,18 @@ plist_t entryNode(const SafariPlistEntry& e, bool underUriDictionary) {
 QStringList bookmarksStatements(const QList<SafariBookmark>& rows, bool withSpecialFolders) {
   QStringList s{QStringLiteral("BEGIN")};
   s << QStringLiteral(
-      "CREATE TABLE bookmarks (id INTEGER PRIMARY KEY AUTOINCREMENT, special_id INTEGER DEFAULT 0, parent INTEGER, "
-      "type INTEGER, title TEXT, url TEXT COLLATE NOCASE, num_children INTEGER DEFAULT 0, editable INTEGER DEFAULT "
-      "1, deletable INTEGER DEFAULT 1, hidden INTEGER DEFAULT 0, hidden_ancestor_count INTEGER DEFAULT 0, "
-      "order_index INTEGER NOT NULL, external_uuid TEXT, read INTEGER DEFAULT NULL, last_modified REAL DEFAULT NULL, "
-      "server_id TEXT, sync_key TEXT, sync_data BLOB, added INTEGER DEFAULT 1, deleted INTEGER DEFAULT 0, "
-      "extra_attributes BLOB DEFAULT NULL, local_attributes BLOB DEFAULT NULL, fetched_icon BOOL DEFAULT 0, icon "
-      "BLOB DEFAULT NULL, dav_generation INTEGER DEFAULT 0, locally_added BOOL DEFAULT 0, archive_status INTEGER "
-      "DEFAULT 0, syncable BOOL DEFAULT 1, web_filter_status INTEGER DEFAULT 0, modified_attributes UNSIGNED BIG "
-      "INT DEFAULT 0)")
+           "CREATE TABLE bookmarks (id INTEGER PRIMARY KEY AUTOINCREMENT, special_id INTEGER DEFAULT 0, parent "
+           "INTEGER, "
+           "type INTEGER, title TEXT, url TEXT COLLATE NOCASE, num_children INTEGER DEFAULT 0, editable INTEGER "
+           "DEFAULT "
+           "1, deletable INTEGER DEFAULT 1, hidden INTEGER DEFAULT 0, hidden_ancestor_count INTEGER DEFAULT 0, "
+           "order_index INTEGER NOT NULL, external_uuid TEXT, read INTEGER DEFAULT NULL, last_modified REAL DEFAULT "
+           "NULL, "
+           "server_id TEXT, sync_key TEXT, sync_data BLOB, added INTEGER DEFAULT 1, deleted INTEGER DEFAULT 0, "
+           "extra_attributes BLOB DEFAULT NULL, local_attributes BLOB DEFAULT NULL, fetched_icon BOOL DEFAULT 0, icon "
+           "BLOB DEFAULT NULL, dav_generation INTEGER DEFAULT 0, locally_added BOOL DEFAULT 0, archive_status INTEGER "
+           "DEFAULT 0, syncable BOOL DEFAULT 1, web_filter_status INTEGER DEFAULT 0, modified_attributes UNSIGNED BIG "
+           "INT DEFAULT 0)")
     << QStringLiteral("CREATE TABLE bookmark_title_words (id INTEGER PRIMARY KEY AUTOINCREMENT, bookmark_id "
                       "INTEGER NOT NULL REFERENCES bookmarks(id) ON DELETE CASCADE, word TEXT, word_index INTEGER)")
     << QStringLiteral("CREATE INDEX parent_index ON bookmarks (parent, order_index)");
@@ -73,14 +76,10 @@ QStringList bookmarksStatements(const QList<SafariBookmark>& rows, bool withSpec
   all << rows;
   int order = 0;
   for (const SafariBookmark& b : all)
-    s << QStringLiteral("INSERT INTO bookmarks (id, special_id, parent, type, title, url, order_index, "
-                        "external_uuid) VALUES (%1, %2, %3, %4, %5, %6, %7, lower(hex(randomblob(16))))")
-             .arg(b.id)
-             .arg(b.specialId)
-             .arg(b.parent)
-             .arg(b.url.isEmpty() ? 1 : 0)
-             .arg(sqlQuotedOrNull(b.title), b.url.isEmpty() ? QStringLiteral("NULL") : sqlQuoted(b.url))
-             .arg(order++);
+    s << sqlf("INSERT INTO bookmarks (id, special_id, parent, type, title, url, order_index, external_uuid) "
+              "VALUES (%1, %2, %3, %4, %5, %6, %7, lower(hex(randomblob(16))))",
+              b.id, b.specialId, b.parent, b.url.isEmpty() ? 1 : 0, sqlQuotedOrNull(b.title), sqlQuotedOrNull(b.url),
+              order++);
   s << QStringLiteral("COMMIT");
   return s;
 }
@@ -110,15 +109,12 @@ QStringList historyStatements(const QList<SafariVisit>& visits) {
   for (const SafariVisit& v : visits) {
     if (!itemIds.contains(v.url)) {
       itemIds.insert(v.url, itemIds.size() + 1);
-      s << QStringLiteral("INSERT INTO history_items (id, url, visit_count, daily_visit_counts, "
-                          "should_recompute_derived_visit_counts, visit_count_score) VALUES (%1, %2, 0, x'', 0, 0)")
-               .arg(itemIds.size())
-               .arg(sqlQuoted(v.url));
+      s << sqlf("INSERT INTO history_items (id, url, visit_count, daily_visit_counts, "
+                "should_recompute_derived_visit_counts, visit_count_score) VALUES (%1, %2, 0, x'', 0, 0)",
+                itemIds.size(), sqlQuoted(v.url));
     }
-    s << QStringLiteral("INSERT INTO history_visits (history_item, visit_time, title) VALUES (%1, %2, %3)")
-             .arg(itemIds.value(v.url))
-             .arg(v.visitTime, 0, 'f', 6)
-             .arg(v.title.isNull() ? QStringLiteral("NULL") : sqlQuoted(v.title));
+    s << sqlf("INSERT INTO history_visits (history_item, visit_time, title) VALUES (%1, %2, %3)", itemIds.value(v.url),
+              QString::number(v.visitTime, 'f', 6), sqlNullable(v.title));
   }
   s << QStringLiteral("UPDATE history_items SET visit_count = (SELECT count(*) FROM history_visits WHERE "
                       "history_item = history_items.id)")
@@ -186,7 +182,8 @@ QList<StoredFile> sampleSafariFiles() {
   }));
   files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Safari/History.plist"),
                 historyPlist({{QStringLiteral("http://www.example.com/old/page"), QStringLiteral("Old page"), {}},
-                              {QStringLiteral("http://short.example/x"), QString(),
+                              {QStringLiteral("http://short.example/x"),
+                               QString(),
                                {QStringLiteral("http://www.example.com/long/target")}}}));
   return files;
 }
