@@ -1,8 +1,6 @@
 #include "readers/messengers/kik/kikitunescollection.h"
 
 #include "model/oxbackup.h"
-#include "model/oxdata.h"
-#include "model/oxwhatsappitem.h"
 #include "platform/backup/mobilebackup.h"
 #include "tests/support/apps/kik.h"
 #include "tests/readers/messengers/common/chattest.h"
@@ -141,11 +139,6 @@ TEST_F(KikChats, MediaOnlyRegistersAttachments) {
   EXPECT_EQ(registry.getKikMsg()->count(OxData::CountRaw), 0);
   EXPECT_EQ(kik.registered, (QStringList{QStringLiteral("attachments/c1|content_manager/data_cache/c1|2"),
                                          QStringLiteral("attachments/c3|content_manager/data_cache/c3|1")}));
-  // Both switches off: nothing at all.
-  FolderKik none(dir.path());
-  none.setSwitches(false, false);
-  none.readDatabase(&registry, nullptr, writeDb(s));
-  EXPECT_TRUE(none.registered.isEmpty());
 }
 
 TEST_F(KikChats, MissingTablesLeaveTheListEmpty) {
@@ -161,34 +154,34 @@ TEST_F(KikChats, MissingTablesLeaveTheListEmpty) {
 TEST_F(KikChats, FileScanKeepsKikFilesAndEndsAtTheFirstEmptyRecord) {
   const QString group = QStringLiteral("AppDomainGroup-group.com.kik.chat");
   const QString app = QStringLiteral("AppDomain-com.kik.chat");
-  struct Rec {
-    const char* domain;
+  const struct {
+    char domain; // g the group's, a the app's, o another
     const char* path;
     qint64 size;
-    const char* key; // null: not kept
-  } const recs[] = {
-      {"g", "cores/private/a1/kik.sqlite", 10, "cores/private/a1/kik.sqlite"},
-      {"g", "cores/private/a1/kik.sqlite-wal", 10, "cores/private/a1/kik.sqlite-wal"},
-      {"g", "cores/private/a1/attachments/u1", 10, "/cores/private/a1/attachments/u1"},
-      {"g", "cores/private/a1/other/x", 10, nullptr},
-      {"a", "Documents/cache.bin", 10, "Documents/cache.bin"},
-      {"a", "Documents/settings.plist", 10, nullptr},
-      {"o", "cores/private/a1/attachments/u2", 10, nullptr},   // another app's domain
-      {"g", "cores/private/a1/attachments/empty", 0, nullptr}, // ends the scan
-      {"g", "cores/private/b2/kik.sqlite", 10, nullptr},
+    int kept; // 0 not kept, 1 under its path, 2 under "/" and its path
+  } recs[] = {
+      {'g', "cores/private/a1/kik.sqlite", 10, 1},
+      {'g', "cores/private/a1/kik.sqlite-wal", 10, 1},
+      {'g', "cores/private/a1/attachments/u1", 10, 2},
+      {'g', "cores/private/a1/other/x", 10, 0},
+      {'a', "Documents/cache.bin", 10, 1},
+      {'a', "Documents/settings.plist", 10, 0},
+      {'o', "cores/private/a1/attachments/u2", 10, 0},
+      {'g', "cores/private/a1/attachments/empty", 0, 0}, // ends the scan
+      {'g', "cores/private/b2/kik.sqlite", 10, 0},
   };
   CKikiTunesCollection kik(nullptr);
   QStringList kept;
   int i = 0;
-  for (const Rec& r : recs) {
+  for (const auto& r : recs) {
     BackupFileRecord rec;
-    rec.domain = r.domain[0] == 'g' ? group : r.domain[0] == 'a' ? app : QStringLiteral("HomeDomain");
+    rec.domain = r.domain == 'g' ? group : r.domain == 'a' ? app : QStringLiteral("HomeDomain");
     rec.relativePath = QString::fromLatin1(r.path);
     rec.size = r.size;
     if (!kik.scanRecord(i++, rec))
       break;
-    if (r.key)
-      kept << QString::fromLatin1(r.key);
+    if (r.kept)
+      kept << (r.kept == 2 ? QStringLiteral("/") : QString()) + rec.relativePath;
   }
   EXPECT_EQ(i, 8);
   kept.sort();

@@ -1,8 +1,6 @@
 #include "readers/messengers/line/lineitunescollection.h"
 
 #include "model/oxbackup.h"
-#include "model/oxdata.h"
-#include "model/oxwhatsappitem.h"
 #include "platform/backup/mobilebackup.h"
 #include "tests/support/apps/line.h"
 #include "tests/readers/messengers/common/chattest.h"

@@ -1,8 +1,6 @@
 #include "readers/whatsapp/whatsappcollection.h"
 
 #include "model/oxbackup.h"
-#include "model/oxdata.h"
-#include "model/oxwhatsappitem.h"
 #include "platform/common/commonutils.h"
 #include "readers/whatsapp/whatsappqueries.h"
 #include "service/progress.h"

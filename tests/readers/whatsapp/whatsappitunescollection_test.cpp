@@ -1,8 +1,6 @@
 #include "readers/whatsapp/whatsappitunescollection.h"
 
 #include "model/oxbackup.h"
-#include "model/oxdata.h"
-#include "model/oxwhatsappitem.h"
 #include "platform/backup/mobilebackup.h"
 #include "tests/support/apps/whatsapp.h"
 #include "tests/readers/messengers/common/chattest.h"
@@ -27,7 +25,6 @@ const QString kApp = fixture::whatsappAppDomain();
 
 class WhatsappBackup : public testdata::ErrorLogTest {
 protected:
-  // Writes a backup of the files and opens it.
   std::unique_ptr<MobileBackup> backupOf(const QList<StoredFile>& files) {
     const QString folder = dir.filePath(QStringLiteral("b%1").arg(++m_backups));
     QString error;
@@ -36,7 +33,6 @@ protected:
     EXPECT_TRUE(b);
     return b;
   }
-  // Loads WhatsApp out of the backup into the registry.
   void load(MobileBackup* backup, OxBackup& registry) {
     CWhatsappiTunesCollection whatsapp(&registry);
     whatsapp.setSwitches(true, false);
@@ -120,13 +116,6 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
   WhatsappDb nulls;
   nulls.sessions << WaSession{1, QString(), QString(), 0, 0, 0, 0, 0};
   nulls.messages << message(1, 1, 0, "");
-  WhatsappDb dangling = smallRows();
-  WaMessage ghostMember = message(10, 2, 5, "from nobody");
-  ghostMember.groupMember = 55;
-  WaMessage ghostMedia = message(11, 2, 6, "");
-  ghostMedia.type = 2;
-  ghostMedia.mediaItem = 66;
-  dangling.messages << message(9, 77, 0, "orphan") << ghostMember << ghostMedia; // chat 77 does not exist
   WhatsappDb newer;
   newer.sessions << WaSession{3, QStringLiteral("333@s.whatsapp.net"), QStringLiteral("Cleo"), 0, 0, 400, 0, 0};
   newer.messages << message(20, 3, 1, "only in the log", 500) << message(21, 1, 9, "newer in Anna's chat", 500);
@@ -144,8 +133,6 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
       {"media table without ZTITLE", with(sql("ALTER TABLE ZWAMEDIAITEM DROP COLUMN ZTITLE")), 2, 4,
        "Fail to query sql"},
       {"NULL columns", fixture::whatsappDbFilesFrom(schema + fixture::whatsappInserts(nulls)), 1, 1, nullptr},
-      {"messages pointing at missing chats, members and media",
-       fixture::whatsappDbFilesFrom(schema + fixture::whatsappInserts(dangling)), 2, 6, nullptr},
       {"-wal with newer rows", fixture::whatsappDbFilesFrom(schema + rows, fixture::whatsappInserts(newer)), 3, 6,
        nullptr},
       {"corrupt database",
