@@ -24,7 +24,7 @@ struct CalendarDef {
 struct CalendarEvent {
   int rowId = 0; // 0: numbered in list order from 1
   QString summary;
-  QString location;    // empty: no Location row
+  QString location; // empty: no Location row
   QString description;
   QString url;
   QString start = QStringLiteral("0"); // SQL literal

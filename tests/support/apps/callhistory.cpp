@@ -88,6 +88,7 @@ QStringList addressBookStatements(const QList<Contact>& contacts) {
   return s;
 }
 
+namespace {
 QStringList voicemailStatements(const QList<Voicemail>& messages) {
   QStringList s;
   s << QStringLiteral("CREATE TABLE _SqliteDatabaseProperties (key TEXT, value TEXT, UNIQUE(key))")
@@ -104,6 +105,8 @@ QStringList voicemailStatements(const QList<Voicemail>& messages) {
               100 + v.rowId, v.date, sqlQuotedOrNull(v.sender), v.duration, v.date + 30 * 86400);
   return s;
 }
+
+} // namespace
 
 QByteArray amrRecording(int frames) {
   // A NO_DATA frame header (type 15, quality bit set) per 20 ms.

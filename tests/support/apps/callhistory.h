@@ -53,14 +53,13 @@ struct Voicemail {
 QStringList callHistoryStatements(const QList<StoredCall>& calls, bool withServiceProvider = true);
 QStringList oldCallHistoryStatements(const QList<OldCall>& calls);
 QStringList addressBookStatements(const QList<Contact>& contacts);
-QStringList voicemailStatements(const QList<Voicemail>& messages);
 // An AMR-NB file of that many 20 ms silent frames.
 QByteArray amrRecording(int frames);
 
 // The store in WAL mode, as on the phone: the calls are in the -wal record.
 QList<StoredFile> callHistoryStoreFiles(const QList<StoredCall>& calls);
 QList<StoredFile> oldCallHistoryFiles(const QList<OldCall>& calls,
-                                    const QString& domain = QStringLiteral("WirelessDomain"));
+                                      const QString& domain = QStringLiteral("WirelessDomain"));
 QList<StoredFile> addressBookFiles(const QList<Contact>& contacts);
 // voicemail.db (rollback journal) and one recording per message.
 QList<StoredFile> voicemailFiles(const QList<Voicemail>& messages);

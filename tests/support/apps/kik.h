@@ -18,7 +18,7 @@ struct KikUserRow {
 
 struct KikMessageRow {
   qint64 pk = 0;
-  int type = 1;  // 1 received, 2 sent, 3 and 4 system lines
+  int type = 1; // 1 received, 2 sent, 3 and 4 system lines
   int state = 16;
   int flags = 0; // 0 text, 4 attachment
   qint64 user = 0;
@@ -49,7 +49,7 @@ QStringList kikStatements(const KikStore& store);
 // record, as on the phone) under cores/private/<account>/, plus the extra
 // files given by their paths relative to that folder.
 QList<StoredFile> kikFiles(const KikStore& store, const QString& account,
-                         const QList<QPair<QString, QByteArray>>& extraFiles);
+                           const QList<QPair<QString, QByteArray>>& extraFiles);
 
 // What the sample backup holds: a one-to-one chat with a picture, a group chat
 // with a video and system lines, and a chat of the Kik Team bot.

@@ -27,6 +27,11 @@ QStringList schema() {
     statements << QString::fromLatin1(s);
   return statements;
 }
+
+// The account folder of the sample.
+QString lineAccountFolder() {
+  return QStringLiteral("Library/Application Support/PrivateStore/P_u3f1e0a9c4b7d2e6f8a1b3c5d7e9f0a2b/");
+}
 } // namespace
 
 QStringList lineStatements(const LineStore& store) {
@@ -49,10 +54,6 @@ QStringList lineStatements(const LineStore& store) {
               m.pk, sqlQuotedOrNull(m.id), m.chat, m.sender ? QString::number(m.sender) : QStringLiteral("NULL"),
               m.timestamp, sqlQuotedOrNull(m.text), m.contentType, m.sendStatus, QString::number(m.longitude, 'f', 1));
   return s;
-}
-
-QString lineAccountFolder() {
-  return QStringLiteral("Library/Application Support/PrivateStore/P_u3f1e0a9c4b7d2e6f8a1b3c5d7e9f0a2b/");
 }
 
 QList<StoredFile> lineFiles(const LineStore& store, const QList<LineExtraFile>& extraFiles) {

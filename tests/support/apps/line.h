@@ -39,9 +39,6 @@ struct LineStore {
 // The statements that create and fill Line.sqlite.
 QStringList lineStatements(const LineStore& store);
 
-// The account folder of the sample ("Library/Application Support/PrivateStore/P_<id>/").
-QString lineAccountFolder();
-
 // Line.sqlite under the account folder's Messages/ in the group container,
 // and the given files: (domain, path relative to the account folder, data).
 struct LineExtraFile {

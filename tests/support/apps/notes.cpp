@@ -596,8 +596,6 @@ QList<QPair<const LegacyNote*, const LegacyAttachment*>> legacyAttachmentRows(co
   return rows;
 }
 
-} // namespace
-
 bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
   QStringList sql{QStringLiteral(
       "CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER);"
@@ -650,6 +648,8 @@ bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error
   sql << QStringLiteral("COMMIT");
   return makeSqliteDb(sql, false, db, nullptr, error);
 }
+
+} // namespace
 
 QList<StoredFile> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<LegacyNote>& dbNotes) {
   QList<StoredFile> files;

@@ -20,20 +20,20 @@ const QString kNotesDomain = QStringLiteral("AppDomainGroup-group.com.apple.note
 enum class ModernLayout { Ios11, Ios15, Ios17 };
 
 struct ModernAttachment {
-  QString identifier;                     // in the body and on the attachment row
+  QString identifier; // in the body and on the attachment row
   QString uti = QStringLiteral("public.jpeg");
-  QString mediaId;                        // media folder name; empty: no media row
-  QString fileName;                       // the media file's name
-  QByteArray mediaData;                   // written to the backup when not empty
-  QString previewId;                      // empty: no preview row
-  QByteArray previewData;                 // written when not empty
-  bool orientedPreview = false;           // preview file named <id>-oriented.png
-  int orientation = -1;                   // ZORIENTATION; -1 writes NULL
-  QString title;                          // ZTITLE (link cards)
-  QString url;                            // ZURLSTRING (link cards)
-  QByteArray mergeable;                   // ZMERGEABLEDATA1 (tables)
-  bool inlineText = false;                // an inline attachment row (hashtag) with title as its text
-  bool rowMissing = false;                // named in the body only
+  QString mediaId;              // media folder name; empty: no media row
+  QString fileName;             // the media file's name
+  QByteArray mediaData;         // written to the backup when not empty
+  QString previewId;            // empty: no preview row
+  QByteArray previewData;       // written when not empty
+  bool orientedPreview = false; // preview file named <id>-oriented.png
+  int orientation = -1;         // ZORIENTATION; -1 writes NULL
+  QString title;                // ZTITLE (link cards)
+  QString url;                  // ZURLSTRING (link cards)
+  QByteArray mergeable;         // ZMERGEABLEDATA1 (tables)
+  bool inlineText = false;      // an inline attachment row (hashtag) with title as its text
+  bool rowMissing = false;      // named in the body only
 };
 
 struct ModernNote {
@@ -73,22 +73,20 @@ struct LegacyAttachment {
   QString contentId;
   QString fileName;
   QString mimeType = QStringLiteral("image/jpeg");
-  QByteArray data;          // empty: the row without a file in the backup
-  bool rowMissing = false;  // the body names it, ZNOTEATTACHMENT does not
+  QByteArray data;         // empty: the row without a file in the backup
+  bool rowMissing = false; // the body names it, ZNOTEATTACHMENT does not
 };
 
 struct LegacyNote {
   QString guid;
   QString title;
-  QString html;             // the body; <object data="cid:..."></object> tags for attachments
+  QString html; // the body; <object data="cid:..."></object> tags for attachments
   double modified = 400000000.0;
   bool deleted = false;
   bool icloud = false;
   QList<LegacyAttachment> attachments;
 };
 
-bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* error);
-bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error);
 // notes.sqlite (when sqliteNotes is not empty), notes.db (when dbNotes is
 // not empty) and the attachment files of the first.
 QList<StoredFile> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<LegacyNote>& dbNotes);

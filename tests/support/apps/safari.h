@@ -41,7 +41,7 @@ QByteArray historyPlist(const QList<SafariPlistEntry>& entries, bool binary = tr
 QList<StoredFile> bookmarksDbFiles(const QStringList& statements);
 // Library/Safari/History.db of the domain, in WAL mode with its -wal record.
 QList<StoredFile> historyDbFiles(const QStringList& statements,
-                               const QString& domain = QStringLiteral("AppDomain-com.apple.mobilesafari"));
+                                 const QString& domain = QStringLiteral("AppDomain-com.apple.mobilesafari"));
 
 // What the sample backup holds: favourites, a folder, the reading list, two
 // history databases' worth of visits and an old History.plist.

@@ -190,10 +190,6 @@ WaMessage waMessage(qint64 pk, qint64 session, int sort, double date, const QStr
   return m;
 }
 
-QList<StoredFile> whatsappDbFiles(const WhatsappDb& rows, const WhatsappDb& newer) {
-  return whatsappDbFilesFrom(whatsappSchema() + whatsappInserts(rows), whatsappInserts(newer));
-}
-
 StoredFile whatsappMediaFile(const QString& path, quint32 modified) {
   QByteArray data;
   if (path.endsWith(QLatin1String(".mp4")))
@@ -228,8 +224,8 @@ WaMessage msg(qint64 pk, qint64 session, int sort, double minutes, const QString
   m.toJid = fromMe ? QString() : kOwner;
   return m;
 }
-} // namespace
 
+// The sample's rows in the main file.
 WhatsappDb sampleWhatsappRows() {
   WhatsappDb d;
   // pk, jid, partner name, session type, address-book id, last message, hidden, removed
@@ -294,6 +290,7 @@ WhatsappDb sampleWhatsappRows() {
   return d;
 }
 
+// The sample's rows in the -wal record.
 WhatsappDb sampleWhatsappWalRows() {
   WhatsappDb d;
   d.sessions = {{6, kCarl, QStringLiteral("Carl Diaz"), 0, 31, kT0 + 86400, 0, 0}};
@@ -303,8 +300,11 @@ WhatsappDb sampleWhatsappWalRows() {
   return d;
 }
 
+} // namespace
+
 QList<StoredFile> sampleWhatsappFiles() {
-  QList<StoredFile> files = whatsappDbFiles(sampleWhatsappRows(), sampleWhatsappWalRows());
+  QList<StoredFile> files = whatsappDbFilesFrom(whatsappSchema() + whatsappInserts(sampleWhatsappRows()),
+                                                whatsappInserts(sampleWhatsappWalRows()));
   // 2022-04-15 08:10 UTC and later: the times the media arrived.
   files << whatsappMediaFile(annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.jpg"), 1650010200)
         << whatsappMediaFile(annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.thumb"), 1650010200)

@@ -92,12 +92,9 @@ QStringList whatsappInserts(const WhatsappDb& rows);
 // when media is true, a picture with a media row), ordered by ZSORT per chat.
 QStringList whatsappGeneratedInserts(int messages, int chats, bool media);
 
-// The database file (and, when newer has rows, a -wal record that holds them
-// while the main file holds only `rows`), in the group domain.
 // A message row with the fields most tests set.
 WaMessage waMessage(qint64 pk, qint64 session, int sort, double date, const QString& text, int type = 0);
 
-QList<StoredFile> whatsappDbFiles(const WhatsappDb& rows, const WhatsappDb& newer = WhatsappDb());
 // The same from statements; walStatements run after a checkpoint, so their
 // rows live in the -wal record only.
 QList<StoredFile> whatsappDbFilesFrom(const QStringList& statements, const QStringList& walStatements = QStringList());
@@ -111,8 +108,5 @@ StoredFile whatsappMediaFile(const QString& path, quint32 modified = 1650000000)
 // without messages; a hidden and a removed chat; and a -wal that adds a chat
 // and newer messages.
 QList<StoredFile> sampleWhatsappFiles();
-// The rows of the sample (main file, -wal).
-WhatsappDb sampleWhatsappRows();
-WhatsappDb sampleWhatsappWalRows();
 
 } // namespace fixture
