@@ -18,6 +18,12 @@
 
 namespace fixture {
 namespace {
+// The stored file's name: SHA-1 of "domain-relativePath" in hex.
+QString fileIdOf(const QString& domain, const QString& relativePath) {
+  return QString::fromLatin1(
+      QCryptographicHash::hash((domain + QLatin1Char('-') + relativePath).toUtf8(), QCryptographicHash::Sha1).toHex());
+}
+
 struct PlistFree {
   void operator()(void* p) const { plist_free(static_cast<plist_t>(p)); }
 };
@@ -233,8 +239,8 @@ bool exec(sqlite3* db, const char* sql, QString* error) {
   return true;
 }
 
-bool writeManifestDb(const QString& path, const BackupPlan& plan, const QList<StoredFile>& files,
-                     const QList<QByteArray>& keyRecords, QString* error) {
+bool writeManifestDb(const QString& path, const QList<StoredFile>& files, const QList<QByteArray>& keyRecords,
+                     QString* error) {
   QFile::remove(path);
   sqlite3* db = nullptr;
   if (sqlite3_open(path.toUtf8().constData(), &db) != SQLITE_OK) {
@@ -279,7 +285,6 @@ bool writeManifestDb(const QString& path, const BackupPlan& plan, const QList<St
   sqlite3_finalize(st);
   ok = ok && exec(db, "commit;", error);
   sqlite3_close(db);
-  Q_UNUSED(plan);
   return ok;
 }
 
@@ -347,11 +352,6 @@ QByteArray keybagInt(const QByteArray& tag, quint32 value) {
   return keybagItem(tag, QByteArray(v, 4));
 }
 
-QString fileIdOf(const QString& domain, const QString& relativePath) {
-  return QString::fromLatin1(
-      QCryptographicHash::hash((domain + QLatin1Char('-') + relativePath).toUtf8(), QCryptographicHash::Sha1).toHex());
-}
-
 QString storedPath(const QString& folder, const BackupPlan& plan, const QString& domain, const QString& relativePath) {
   const QString id = fileIdOf(domain, relativePath);
   if (plan.generation == BackupPlan::ManifestDb)
@@ -401,14 +401,13 @@ bool writeBackup(const QString& folder, const BackupPlan& plan, const QList<Stor
     keyRecords.append(record);
   }
 
-  // Manifest
   QByteArray manifestKey;
   if (modern) {
     const QString dbPath = QDir(folder).filePath(QStringLiteral("Manifest.db"));
     if (encrypted && s.encryptManifestDb) {
       QTemporaryDir tmp;
       const QString plainPath = tmp.filePath(QStringLiteral("Manifest.db"));
-      if (!tmp.isValid() || !writeManifestDb(plainPath, s, files, keyRecords, error))
+      if (!tmp.isValid() || !writeManifestDb(plainPath, files, keyRecords, error))
         return false;
       QFile in(plainPath);
       if (!in.open(QIODevice::ReadOnly)) {
@@ -418,7 +417,7 @@ bool writeBackup(const QString& folder, const BackupPlan& plan, const QList<Stor
       QByteArray cipher;
       if (!encryptContent(keys, 3, in.readAll(), &cipher, &manifestKey, error) || !writeFile(dbPath, cipher, error))
         return false;
-    } else if (!writeManifestDb(dbPath, s, files, keyRecords, error)) {
+    } else if (!writeManifestDb(dbPath, files, keyRecords, error)) {
       return false;
     }
   } else if (!writeFile(QDir(folder).filePath(QStringLiteral("Manifest.mbdb")), mbdbBytes(files, keyRecords), error)) {

@@ -61,8 +61,6 @@ QByteArray keybagInt(const QByteArray& tag, quint32 value);
 // Writes the backup into folder (created; must not hold a backup already).
 bool writeBackup(const QString& folder, const BackupPlan& plan, const QList<StoredFile>& files, QString* error);
 
-// The stored file's name: SHA-1 of "domain-relativePath" in hex.
-QString fileIdOf(const QString& domain, const QString& relativePath);
 // Where writeBackup put the stored file of a record.
 QString storedPath(const QString& folder, const BackupPlan& plan, const QString& domain, const QString& relativePath);
 

@@ -39,22 +39,16 @@ struct LogCapture {
   }
 };
 
-// Sends the error lines (level 0) of the log to the list until the sink is
-// replaced; the list must outlive that.
-inline void collectErrors(QStringList* errors) {
-  SherdLog::setSink([errors](const char*, int level, const QString& text) {
-    if (level == 0)
-      *errors << text;
-  });
-}
-
 // A test with a temporary folder of its own whose error log lines (level 0)
 // land in errors; the log goes back to stderr afterwards.
 class ErrorLogTest : public ::testing::Test {
 protected:
   void SetUp() override {
     ASSERT_TRUE(dir.isValid());
-    collectErrors(&errors);
+    SherdLog::setSink([this](const char*, int level, const QString& text) {
+      if (level == 0)
+        errors << text;
+    });
   }
   void TearDown() override { SherdLog::toStderr(); }
 
