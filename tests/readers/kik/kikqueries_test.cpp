@@ -57,23 +57,4 @@ TEST_F(KikQueries, JoinTablesAreFoundWhateverTheirNumbers) {
     EXPECT_EQ(inChat.m_countSqls, QStringList{QStringLiteral("select count(*) from z_4messages")});
   }
 }
-
-TEST_F(KikQueries, ChatKeysFollowTheMessageListAndDropUnknownOnes) {
-  CKikMessageQuery q;
-  q.query({makeDb(QStringLiteral("k.sqlite"), "create table ZKIKMESSAGE(Z_PK integer primary key, ZTYPE integer,"
-                                              " ZSTATE integer, ZFLAGS integer, ZUSER integer, ZTIMESTAMP timestamp,"
-                                              " ZBODY varchar);"
-                                              "insert into ZKIKMESSAGE values(29, 2, 78, 0, 8, 300.5, 'c');"
-                                                  "insert into ZKIKMESSAGE values(30, 1, 16, 0, 8, 200.0, 'b');"
-                                                  "insert into ZKIKMESSAGE values(27, 2, 94, 0, 8, 100.0, 'a');")},
-          nullptr);
-  EXPECT_EQ(q.keys(), (QList<qint64>{27, 30, 29}));
-  EXPECT_EQ(q.position(30), 1);
-  EXPECT_EQ(q.position(28), -1);
-  QList<qint64> ordered;
-  for (const KikMessage* m : q.inMessageOrder({29, 28, 30, 27}))
-    ordered << m->key;
-  EXPECT_EQ(ordered, (QList<qint64>{27, 30, 29}));
-}
-
 } // namespace

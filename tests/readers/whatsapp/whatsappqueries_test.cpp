@@ -49,7 +49,6 @@ TEST(WhatsappGroupEvent, TextOfEachEventCode) {
     const char* expected;
   } rows[] = {
       {0, "x", "Bob", "Ann", false, ""},
-      {1, "Trip", "", "", false, "You changed the subject to \"Trip\""},
       {1, "Trip", "Bob", "", false, "Bob changed the subject to \"Trip\""},
       {2, "a@s", "", "Ann", false, "Ann added you"},
       {2, "me@s", "", "", true, "You were added"},      // no actor: self does not matter
