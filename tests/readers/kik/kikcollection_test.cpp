@@ -2,8 +2,8 @@
 
 #include "model/oxbackup.h"
 #include "platform/backup/mobilebackup.h"
-#include "tests/support/apps/kik.h"
 #include "tests/readers/messengers/common/chattest.h"
+#include "tests/support/apps/kik.h"
 #include "tests/support/testdata.h"
 
 #include <gtest/gtest.h>
@@ -14,8 +14,7 @@ namespace {
 using chattest::itemNamed;
 using fixture::KikStore;
 
-// Kik's files as plain files in a folder: paths are relative to the folder,
-// and registered attachments are recorded.
+// Kik's files in a folder; registered attachments are recorded.
 class FolderKik : public CKikCollection {
 public:
   explicit FolderKik(const QString& folder) : m_folder(folder) {}

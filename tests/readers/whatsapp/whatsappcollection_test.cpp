@@ -4,8 +4,8 @@
 #include "platform/common/commonutils.h"
 #include "readers/whatsapp/whatsappqueries.h"
 #include "service/progress.h"
-#include "tests/support/apps/whatsapp.h"
 #include "tests/readers/messengers/common/chattest.h"
+#include "tests/support/apps/whatsapp.h"
 #include "tests/support/testdata.h"
 
 #include <QFileInfo>
@@ -65,8 +65,8 @@ TEST_F(WhatsappCollection, CreateMsgOneRowPerKind) {
   WAGroupMember ben{2, 0, QStringLiteral("Ben"), QStringLiteral("ben@s.whatsapp.net")};
   const QMap<qint64, WAGroupMember*> members{{1, &ann}, {2, &ben}};
   auto mediaItem = [](const char* local, const char* thumb, const char* card, const char* title, const char* author) {
-    return WAMediaItem{0, 0, 0, 0, QString::fromUtf8(local), QString(), QString::fromUtf8(thumb),
-                       QString::fromUtf8(card), QString(), QString::fromUtf8(title), QString::fromUtf8(author)};
+    auto q = [](const char* text) { return QString::fromUtf8(text); };
+    return WAMediaItem{0, 0, 0, 0, q(local), QString(), q(thumb), q(card), QString(), q(title), q(author)};
   };
   WAMediaItem picture = mediaItem("Media/x/1.jpg", "Media/x/1.thumb", "vcard", "caption", "author");
   WAMediaItem document = mediaItem("Media/x/2.pdf", "", "", "doc.pdf", "Doc author");

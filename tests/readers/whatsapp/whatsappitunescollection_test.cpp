@@ -2,14 +2,15 @@
 
 #include "model/oxbackup.h"
 #include "platform/backup/mobilebackup.h"
-#include "tests/support/apps/whatsapp.h"
 #include "tests/readers/messengers/common/chattest.h"
+#include "tests/support/apps/whatsapp.h"
 #include "tests/support/testdata.h"
 
 #include <QLocale>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -65,9 +66,8 @@ TEST_F(WhatsappBackup, FileIndexAliasesAndMediaNames) {
   whatsapp.setBackup(backup.get());
   whatsapp.buildFileIndex();
   whatsapp.mediaPass(nullptr);
-  EXPECT_EQ(whatsapp.fileIndex().keys(),
-            QStringList({"/Documents/ChatStorage.sqlite", "/Library/Media/555/c/d.jpg", "/Message/Media/12345/a/b.jpg",
-                         "/Message/Media/j/x.thumb"}));
+  EXPECT_EQ(whatsapp.fileIndex().keys(), QStringList({"/Documents/ChatStorage.sqlite", "/Library/Media/555/c/d.jpg",
+                                                      "/Message/Media/12345/a/b.jpg", "/Message/Media/j/x.thumb"}));
 
   const struct {
     const char* stored;       // as the database names it
@@ -120,14 +120,16 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
   newer.sessions << WaSession{3, QStringLiteral("333@s.whatsapp.net"), QStringLiteral("Cleo"), 0, 0, 400, 0, 0};
   newer.messages << message(20, 3, 1, "only in the log", 500) << message(21, 1, 9, "newer in Anna's chat", 500);
 
+  const QList<StoredFile> elsewhere{fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("x.db"), "x")};
+  const QList<StoredFile> corrupt{fixture::file(kGroup, QStringLiteral("ChatStorage.sqlite"),
+                                                QByteArray("SQLite format 3\0", 16) + QByteArray(3000, '\x5a'))};
   struct Row {
     const char* name;
     QList<StoredFile> files;
     int chats, messages;
     const char* error; // a logged error that must appear; null: none
   } cases[] = {
-      {"backup without WhatsApp", {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("x.db"), "x")}, 0, 0,
-       "Not exists"},
+      {"backup without WhatsApp", elsewhere, 0, 0, "Not exists"},
       {"no member table", with(sql("DROP TABLE ZWAGROUPMEMBER")), 2, 4, "Fail to query sql"},
       {"no message table", with(sql("DROP TABLE ZWAMESSAGE")), 2, 0, "Fail to query sql"},
       {"media table without ZTITLE", with(sql("ALTER TABLE ZWAMEDIAITEM DROP COLUMN ZTITLE")), 2, 4,
@@ -135,10 +137,7 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
       {"NULL columns", fixture::whatsappDbFilesFrom(schema + fixture::whatsappInserts(nulls)), 1, 1, nullptr},
       {"-wal with newer rows", fixture::whatsappDbFilesFrom(schema + rows, fixture::whatsappInserts(newer)), 3, 6,
        nullptr},
-      {"corrupt database",
-       {fixture::file(kGroup, QStringLiteral("ChatStorage.sqlite"),
-                      QByteArray("SQLite format 3\0", 16) + QByteArray(3000, '\x5a'))},
-       0, 0, "Fail to open db file"},
+      {"corrupt database", corrupt, 0, 0, "Fail to open db file"},
   };
   for (Row& row : cases) {
     errors.clear();
@@ -185,10 +184,8 @@ TEST_F(WhatsappBackup, RealIos15Database) {
   ASSERT_TRUE(dfir);
   EXPECT_EQ(testdata::fields(dfir->value(1), dfir->value(2)), QStringLiteral("This Is DFIR Two|+19198887386"));
   EXPECT_TRUE(QFileInfo(dfir->value(5)).isFile()) << qPrintable(dfir->value(5));
-  int withThumb = 0;
-  for (const OxWhatsappMsg* m : dfir->detailContent()->messages())
-    withThumb += QFileInfo(m->media()).isFile() ? 1 : 0;
-  EXPECT_EQ(withThumb, 1);
+  const QList<OxWhatsappMsg*>& msgs = dfir->detailContent()->messages();
+  EXPECT_EQ(std::count_if(msgs.begin(), msgs.end(), [](auto* m) { return QFileInfo(m->media()).isFile(); }), 1);
   // A group: the owner was added, by nobody known.
   EXPECT_EQ(itemNamed(list, QStringLiteral("Our Test Group"))->value(4), QStringLiteral("You were added"));
 }

@@ -6,9 +6,8 @@
 #include <gtest/gtest.h>
 
 namespace {
-// Two copies of the same database: the maps point at the second file's
-// records, the lists keep both, and every record is freed (the sanitizer
-// build checks the latter).
+// Two copies of one database: the maps point at the second file's records,
+// the lists keep both, and every record is freed (checked by the sanitizer).
 TEST(WhatsappQueries, RepeatedKeysAcrossFilesReplaceWithoutLeaking) {
   QTemporaryDir dir;
   fixture::WhatsappDb rows;
