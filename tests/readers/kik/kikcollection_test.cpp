@@ -39,7 +39,6 @@ protected:
   int m_dbs = 0;
 };
 
-// A group chat with messages of every kind, read through a folder.
 TEST_F(KikChats, GroupChatWithEveryKindOfMessage) {
   KikStore s;
   s.users = {{1, QStringLiteral("Me"), QStringLiteral("me_a1@talk.kik.com"), 258},
@@ -208,8 +207,7 @@ TEST_F(KikChats, SampleBackupReadOnlyWithMediaFromTheBackup) {
   EXPECT_TRUE(QFile::exists(picture->media()));
 }
 
-// The sample device's database: the chats and their messages as sqlite3
-// shows them (join tables Z_3MESSAGES and Z_6MEMBERS).
+// The sample device's database (join tables Z_3MESSAGES and Z_6MEMBERS).
 TEST_F(KikChats, RealDatabase) {
   const QString db = testdata::copyReal(QStringLiteral(SHERD_REALDATA_DIR "/kik/kik.sqlite"),
                                         dir.filePath(QStringLiteral("kik.sqlite")));
@@ -230,7 +228,6 @@ TEST_F(KikChats, RealDatabase) {
   EXPECT_EQ(counts.join(QLatin1Char(',')), QStringLiteral("EveryoneButRoss 44,Ken Doh 6,Kik Team 1,Rofl Harris 3,"
                                                           "Sina Babadi 5,Solid Snake 2"));
   OxWhatsappItem* group = itemNamed(list, QStringLiteral("EveryoneButRoss"));
-  // Senders in the order of their first messages; the owner adds none.
   EXPECT_TRUE(group->value(1).startsWith(QStringLiteral("Sina Babadi(sbabadi61_jet@talk.kik.com), Solid Snake(")))
       << qPrintable(group->value(1));
   EXPECT_EQ(group->value(1).count(QLatin1Char('(')), 5);

@@ -95,7 +95,6 @@ TEST_F(WhatsappBackup, FileIndexAliasesAndMediaNames) {
   EXPECT_EQ(whatsapp.mediaFileName(QStringLiteral("Media/j/no.mp4"), QStringLiteral("Media/j/no.mp4")), QString());
 }
 
-// Two chats, four texts and a media row.
 WhatsappDb smallRows() {
   WhatsappDb d;
   d.media << fixture::WaMedia();
