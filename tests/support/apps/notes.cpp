@@ -1,5 +1,7 @@
 #include "tests/support/apps/notes.h"
 
+#include "platform/backup/backupcrypto.h"
+
 #include "tests/support/sqlitefile.h"
 
 #include <QBuffer>
@@ -90,29 +92,6 @@ QByteArray derived(const QByteArray& seed, int length) {
   return QCryptographicHash::hash(seed, QCryptographicHash::Sha256).left(length);
 }
 
-QByteArray kekOf(const QString& password, const QByteArray& salt, int iterations) {
-  const QByteArray pw = password.toUtf8();
-  QByteArray out(16, '\0');
-  PKCS5_PBKDF2_HMAC(pw.constData(), pw.size(), reinterpret_cast<const unsigned char*>(salt.constData()), salt.size(),
-                    iterations, EVP_sha256(), 16, reinterpret_cast<unsigned char*>(out.data()));
-  return out;
-}
-
-QByteArray wrap(const QByteArray& kek, const QByteArray& key) {
-  EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
-  EVP_CIPHER_CTX_set_flags(ctx, EVP_CIPHER_CTX_FLAG_WRAP_ALLOW);
-  EVP_EncryptInit_ex(ctx, EVP_aes_128_wrap(), nullptr, reinterpret_cast<const unsigned char*>(kek.constData()),
-                     nullptr);
-  QByteArray out(key.size() + 16, '\0');
-  int len = 0, fin = 0;
-  EVP_EncryptUpdate(ctx, reinterpret_cast<unsigned char*>(out.data()), &len,
-                    reinterpret_cast<const unsigned char*>(key.constData()), key.size());
-  EVP_EncryptFinal_ex(ctx, reinterpret_cast<unsigned char*>(out.data()) + len, &fin);
-  EVP_CIPHER_CTX_free(ctx);
-  out.resize(len + fin);
-  return out;
-}
-
 void gcm(const QByteArray& key, const QByteArray& iv, const QByteArray& plain, QByteArray* cipher, QByteArray* tag) {
   EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
   EVP_EncryptInit_ex(ctx, EVP_aes_128_gcm(), nullptr, nullptr, nullptr);
@@ -147,10 +126,13 @@ Sealed seal(const QString& password, const QByteArray& salt, const QByteArray& s
   s.iterations = kIterations;
   static QHash<QByteArray, QByteArray> kekCache;
   const QByteArray cacheKey = password.toUtf8() + '\0' + salt;
-  if (!kekCache.contains(cacheKey))
-    kekCache.insert(cacheKey, kekOf(password, salt, kIterations));
+  if (!kekCache.contains(cacheKey)) {
+    QByteArray kek;
+    BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, password.toUtf8(), salt, kIterations, 16, &kek);
+    kekCache.insert(cacheKey, kek);
+  }
   const QByteArray key = derived(seed + "key", 16);
-  s.wrapped = wrap(kekCache.value(cacheKey), key);
+  BackupCrypto::aesWrap(kekCache.value(cacheKey), key, &s.wrapped);
   s.iv = derived(seed + "iv", 16);
   gcm(key, s.iv, plain, &s.data, &s.tag);
   return s;
