@@ -51,19 +51,13 @@ plist_t newDate(const QDateTime& dt) {
   return plist_new_date(int32_t(secs), 0);
 }
 
-QByteArray toBinary(plist_t p) {
+QByteArray toBinary(plist_t p, bool binary = true) {
   char* out = nullptr;
   uint32_t len = 0;
-  plist_to_bin(p, &out, &len);
-  QByteArray b(out, int(len));
-  free(out);
-  return b;
-}
-
-QByteArray toXml(plist_t p) {
-  char* out = nullptr;
-  uint32_t len = 0;
-  plist_to_xml(p, &out, &len);
+  if (binary)
+    plist_to_bin(p, &out, &len);
+  else
+    plist_to_xml(p, &out, &len);
   QByteArray b(out, int(len));
   free(out);
   return b;
@@ -466,7 +460,7 @@ bool writeBackup(const QString& folder, const BackupPlan& plan, const QList<Stor
     setString(i.get(), "Target Type", QStringLiteral("Device"));
     setString(i.get(), "iTunes Version", QStringLiteral("12.12.4.1"));
     plist_dict_set_item(i.get(), "Last Backup Date", newDate(s.date));
-    if (!writeFile(QDir(folder).filePath(QStringLiteral("Info.plist")), toXml(i.get()), error))
+    if (!writeFile(QDir(folder).filePath(QStringLiteral("Info.plist")), toBinary(i.get(), false), error))
       return false;
   }
   // Status.plist

@@ -1,15 +1,12 @@
 #include "tests/support/samplebackup.h"
 
-#include "tests/support/apps/whatsapp.h"
-
-#include "tests/support/apps/notes.h"
-
 #include "tests/support/apps/calendar.h"
-#include "tests/support/apps/safari.h"
-
 #include "tests/support/apps/callhistory.h"
 #include "tests/support/apps/kik.h"
 #include "tests/support/apps/line.h"
+#include "tests/support/apps/notes.h"
+#include "tests/support/apps/safari.h"
+#include "tests/support/apps/whatsapp.h"
 
 namespace fixture {
 QList<StoredFile> sampleFiles() {
@@ -18,13 +15,8 @@ QList<StoredFile> sampleFiles() {
   files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Preferences/com.apple.springboard.plist"),
                 QByteArray("bplist00"))
         << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Caches/empty.log"), QByteArray());
-  // App writers add their files here.
-  files << sampleWhatsappFiles();
-  files << notes::sampleNoteFiles();
-  files << sampleCalendarFiles() << sampleSafariFiles();
-  files << sampleCallHistoryFiles();
-  files << sampleKikFiles() << sampleLineFiles();
-  return files;
+  return files + sampleWhatsappFiles() + notes::sampleNoteFiles() + sampleCalendarFiles() + sampleSafariFiles() +
+         sampleCallHistoryFiles() + sampleKikFiles() + sampleLineFiles();
 }
 
 bool writeSampleBackup(const QString& folder, const QString& password, QString* error) {
