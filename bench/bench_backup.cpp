@@ -5,7 +5,7 @@
 #include "platform/backup/mobilebackup.h"
 #include "platform/backup/readaheadvfs.h"
 #include "platform/common/log.h"
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 #include <QDir>
 #include <QFile>

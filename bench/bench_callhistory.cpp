@@ -7,8 +7,8 @@
 #include "model/oxdata.h"
 #include "readers/ios/callhistory/calllistcollection.h"
 #include "readers/ios/callhistory/contactnameindex.h"
-#include "tests/support/apps/callhistory.h"
-#include "tests/support/sqlitefile.h"
+#include "samples/apps/callhistory.h"
+#include "samples/sqlitefile.h"
 
 #include <QTemporaryDir>
 

@@ -9,8 +9,8 @@
 #include "platform/common/log.h"
 #include "readers/ios/calendar/calendarcollection.h"
 #include "readers/ios/safari/bookmarkcollection.h"
-#include "tests/support/apps/calendar.h"
-#include "tests/support/apps/safari.h"
+#include "samples/apps/calendar.h"
+#include "samples/apps/safari.h"
 
 #include <QTemporaryDir>
 

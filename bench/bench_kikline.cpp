@@ -13,8 +13,8 @@
 #include "platform/common/utils.h"
 #include "readers/messengers/kik/kikcollection.h"
 #include "readers/messengers/line/linecollection.h"
-#include "tests/support/apps/kik.h"
-#include "tests/support/apps/line.h"
+#include "samples/apps/kik.h"
+#include "samples/apps/line.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -9,7 +9,7 @@
 #include "platform/common/log.h"
 #include "readers/ios/notes/notecollection.h"
 #include "readers/ios/notes/notefileindex.h"
-#include "tests/support/apps/notes.h"
+#include "samples/apps/notes.h"
 
 #include <QFile>
 #include <QGuiApplication>

@@ -11,8 +11,8 @@
 #include "platform/common/log.h"
 #include "platform/common/utils.h"
 #include "service/whatsappservice.h"
-#include "tests/support/apps/whatsapp.h"
-#include "tests/support/backupfixture.h"
+#include "samples/apps/whatsapp.h"
+#include "samples/backupfixture.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -13,8 +13,8 @@
 #include "platform/common/commonutils.h"
 #include "platform/common/utils.h"
 #include "service/whatsappservice.h"
-#include "tests/support/apps/notes.h"
-#include "tests/support/samplebackup.h"
+#include "samples/apps/notes.h"
+#include "samples/samplebackup.h"
 
 #include <QCommandLineParser>
 #include <QDir>

@@ -5,7 +5,7 @@
 #include "model/oxdata.h"
 #include "model/oxwhatsappitem.h"
 #include "platform/common/log.h"
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -6,7 +6,7 @@
 // and -shm files beside a database even when it only reads, so tests copy
 // them (with their companions) into their own temporary folder first.
 #include "platform/common/log.h"
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 #include <QByteArray>
 #include <QDir>

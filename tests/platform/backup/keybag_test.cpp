@@ -1,7 +1,7 @@
 #include "platform/backup/backupcrypto.h"
 #include "platform/backup/keybag.h"
 
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
 #include "platform/common/utils.h"
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,5 +1,5 @@
 #include "platform/common/utils.h"
-#include "tests/support/apps/notes.h"
+#include "samples/apps/notes.h"
 
 #include <QColor>
 #include <QFile>

@@ -3,7 +3,7 @@
 #include "platform/notes/iosnote.h"
 
 #include "platform/common/log.h"
-#include "tests/support/apps/notes.h"
+#include "samples/apps/notes.h"
 
 #include <QDir>
 #include <QFile>

@@ -3,7 +3,7 @@
 #include "model/oxbackup.h"
 #include "platform/backup/mobilebackup.h"
 #include "tests/readers/messengers/common/chattest.h"
-#include "tests/support/apps/line.h"
+#include "samples/apps/line.h"
 #include "tests/support/testdata.h"
 
 #include <gtest/gtest.h>

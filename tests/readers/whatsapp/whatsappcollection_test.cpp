@@ -5,7 +5,7 @@
 #include "readers/whatsapp/whatsappqueries.h"
 #include "service/progress.h"
 #include "tests/readers/messengers/common/chattest.h"
-#include "tests/support/apps/whatsapp.h"
+#include "samples/apps/whatsapp.h"
 #include "tests/support/testdata.h"
 
 #include <QFileInfo>

@@ -3,7 +3,7 @@
 #include "model/oxbackup.h"
 #include "platform/backup/mobilebackup.h"
 #include "tests/readers/messengers/common/chattest.h"
-#include "tests/support/apps/whatsapp.h"
+#include "samples/apps/whatsapp.h"
 #include "tests/support/testdata.h"
 
 #include <QLocale>

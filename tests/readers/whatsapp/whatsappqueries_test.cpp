@@ -1,6 +1,6 @@
 #include "readers/whatsapp/whatsappqueries.h"
 
-#include "tests/support/apps/whatsapp.h"
+#include "samples/apps/whatsapp.h"
 #include "tests/support/testdata.h"
 
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 #include "model/oxdata.h"
 #include "platform/common/log.h"
 #include "service/whatsappservice.h"
-#include "tests/support/apps/calendar.h"
+#include "samples/apps/calendar.h"
 #include "tests/support/testdata.h"
 
 #include <QTemporaryDir>

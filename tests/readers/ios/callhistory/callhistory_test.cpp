@@ -8,8 +8,8 @@
 #include "model/oxfileitem.h"
 #include "platform/backup/mobilebackup.h"
 #include "service/whatsappservice.h"
-#include "tests/support/apps/callhistory.h"
-#include "tests/support/samplebackup.h"
+#include "samples/apps/callhistory.h"
+#include "samples/samplebackup.h"
 #include "tests/support/testdata.h"
 
 #include <QFile>

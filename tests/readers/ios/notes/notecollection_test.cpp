@@ -6,7 +6,7 @@
 #include "model/oxdata.h"
 #include "model/oxnoteitem.h"
 #include "platform/backup/mobilebackup.h"
-#include "tests/support/apps/notes.h"
+#include "samples/apps/notes.h"
 #include "tests/support/testdata.h"
 
 #include <QGuiApplication>

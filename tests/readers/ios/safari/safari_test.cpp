@@ -5,7 +5,7 @@
 #include "model/oxsafaribookmarkitem.h"
 #include "platform/common/log.h"
 #include "service/whatsappservice.h"
-#include "tests/support/apps/safari.h"
+#include "samples/apps/safari.h"
 #include "tests/support/testdata.h"
 
 #include <QTemporaryDir>

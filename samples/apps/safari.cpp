@@ -1,6 +1,6 @@
-#include "tests/support/apps/safari.h"
+#include "samples/apps/safari.h"
 
-#include "tests/support/sqlitefile.h"
+#include "samples/sqlitefile.h"
 
 #include <QHash>
 

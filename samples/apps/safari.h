@@ -2,7 +2,7 @@
 // Writers of the web browser's stores: Bookmarks.db, History.db (with the
 // phone's schema) and the older binary property lists Bookmarks.plist and
 // History.plist.
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 namespace fixture {
 

@@ -1,6 +1,6 @@
-#include "tests/support/apps/line.h"
+#include "samples/apps/line.h"
 
-#include "tests/support/sqlitefile.h"
+#include "samples/sqlitefile.h"
 
 namespace fixture {
 namespace {

@@ -1,6 +1,6 @@
-#include "tests/support/apps/kik.h"
+#include "samples/apps/kik.h"
 
-#include "tests/support/sqlitefile.h"
+#include "samples/sqlitefile.h"
 
 namespace fixture {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/support/sqlitefile.h"
+#include "samples/sqlitefile.h"
 
 #include <QFile>
 

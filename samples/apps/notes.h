@@ -5,7 +5,7 @@
 //    in three schema generations, with plain, password-locked and
 //    passcode-locked notes, attachments, previews and table data;
 //  - notes.sqlite and notes.db in HomeDomain, with legacy attachment files.
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 class QImage;
 

@@ -1,6 +1,6 @@
-#include "tests/support/apps/whatsapp.h"
+#include "samples/apps/whatsapp.h"
 
-#include "tests/support/sqlitefile.h"
+#include "samples/sqlitefile.h"
 
 namespace fixture {
 namespace {

@@ -3,7 +3,7 @@
 // whose Core Data model numbers KikChat 3, KikMessage 5 and KikUser 6 (so the
 // join tables are Z_3MESSAGES and Z_6MEMBERS), and of the files beside it:
 // attachment descriptors, full attachment files and profile pictures.
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 #include <QPair>
 

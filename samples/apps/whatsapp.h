@@ -7,7 +7,7 @@
 //
 // Rows are plain structures; an empty text and a zero key are written as NULL,
 // as Core Data leaves unset attributes.
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 namespace fixture {
 

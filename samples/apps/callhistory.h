@@ -2,7 +2,7 @@
 // Writers of the call-history, address-book and voicemail stores, with the
 // schemas the phone has: CallHistory.storedata (iOS 14), the older
 // call_history.db, AddressBook.sqlitedb, voicemail.db and AMR recordings.
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 namespace fixture {
 

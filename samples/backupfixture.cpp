@@ -1,4 +1,4 @@
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 #include "platform/backup/backupcrypto.h"
 

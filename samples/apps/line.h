@@ -4,7 +4,7 @@
 // Z_1MEMBERS(Z_1CHATS, Z_12MEMBERS)), and of the files beside it: message
 // thumbnails in the shared group container, previews and owned sticker
 // packages in the app's own container.
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 #include <QPair>
 

@@ -1,6 +1,6 @@
-#include "tests/support/apps/calendar.h"
+#include "samples/apps/calendar.h"
 
-#include "tests/support/sqlitefile.h"
+#include "samples/sqlitefile.h"
 
 namespace fixture {
 namespace {

@@ -1,6 +1,6 @@
-#include "tests/support/apps/callhistory.h"
+#include "samples/apps/callhistory.h"
 
-#include "tests/support/sqlitefile.h"
+#include "samples/sqlitefile.h"
 
 namespace fixture {
 namespace {

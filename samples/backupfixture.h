@@ -2,7 +2,7 @@
 // Writes complete synthetic device backups for tests, benchmarks and the demo:
 // Info.plist, Manifest.plist, Status.plist, the manifest of either generation
 // (Manifest.db or Manifest.mbdb) and the stored files, plain or encrypted with
-// a password. App writers (tests/support/apps/) produce the StoredFile lists
+// a password. App writers (samples/apps/) produce the StoredFile lists
 // that go into a backup.
 #include <QByteArray>
 #include <QDateTime>

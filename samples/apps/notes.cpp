@@ -1,8 +1,8 @@
-#include "tests/support/apps/notes.h"
+#include "samples/apps/notes.h"
 
 #include "platform/backup/backupcrypto.h"
 
-#include "tests/support/sqlitefile.h"
+#include "samples/sqlitefile.h"
 
 #include <QBuffer>
 #include <QCryptographicHash>

@@ -1,12 +1,12 @@
-#include "tests/support/samplebackup.h"
+#include "samples/samplebackup.h"
 
-#include "tests/support/apps/calendar.h"
-#include "tests/support/apps/callhistory.h"
-#include "tests/support/apps/kik.h"
-#include "tests/support/apps/line.h"
-#include "tests/support/apps/notes.h"
-#include "tests/support/apps/safari.h"
-#include "tests/support/apps/whatsapp.h"
+#include "samples/apps/calendar.h"
+#include "samples/apps/callhistory.h"
+#include "samples/apps/kik.h"
+#include "samples/apps/line.h"
+#include "samples/apps/notes.h"
+#include "samples/apps/safari.h"
+#include "samples/apps/whatsapp.h"
 
 namespace fixture {
 QList<StoredFile> sampleFiles() {

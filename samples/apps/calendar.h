@@ -2,7 +2,7 @@
 // Writers of the phone's calendar database, Calendar.sqlitedb, in its current
 // generation (CalendarItem with Store, Calendar, Location, Recurrence and
 // Alarm, as iOS 9 and later have them) and its oldest one (a table "event").
-#include "tests/support/backupfixture.h"
+#include "samples/backupfixture.h"
 
 namespace fixture {
 
