@@ -22,4 +22,5 @@ int runInfo(const QStringList& args);
 int runList(const QStringList& args);
 int runScan(const QStringList& args);
 int runDump(const QStringList& args);
+int runExport(const QStringList& args);
 } // namespace cli

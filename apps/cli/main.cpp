@@ -15,6 +15,7 @@ const cli::Command kCommands[] = {
     {"info", "Show a backup's device properties and file counts", &cli::runInfo},
     {"scan", "Load a backup and print what each data type holds", &cli::runScan},
     {"dump", "Load a backup and write its lists as JSON", &cli::runDump},
+    {"export", "Load a backup and write its data, media included, into a folder", &cli::runExport},
 };
 
 void printUsage(FILE* out) {
