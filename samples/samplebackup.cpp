@@ -5,7 +5,9 @@
 #include "samples/apps/kik.h"
 #include "samples/apps/line.h"
 #include "samples/apps/notes.h"
+#include "samples/apps/qq.h"
 #include "samples/apps/safari.h"
+#include "samples/apps/wechat.h"
 #include "samples/apps/whatsapp.h"
 
 namespace fixture {
@@ -16,7 +18,7 @@ QList<StoredFile> sampleFiles() {
                 QByteArray("bplist00"))
         << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Caches/empty.log"), QByteArray());
   return files + sampleWhatsappFiles() + notes::sampleNoteFiles() + sampleCalendarFiles() + sampleSafariFiles() +
-         sampleCallHistoryFiles() + sampleKikFiles() + sampleLineFiles();
+         sampleCallHistoryFiles() + sampleKikFiles() + sampleLineFiles() + sampleWechatFiles() + sampleQQFiles();
 }
 
 bool writeSampleBackup(const QString& folder, const QString& password, QString* error) {

@@ -9,6 +9,8 @@
 #include "readers/whatsapp/whatsappitunescollection.h"
 #include "readers/messengers/kik/kikitunescollection.h"
 #include "readers/messengers/line/lineitunescollection.h"
+#include "readers/messengers/qq/qqitunescollection.h"
+#include "readers/messengers/wechat/weixinitunescollection.h"
 #include "readers/ios/callhistory/calllistcollection.h"
 #include "readers/ios/voicemail/voicemailcollection.h"
 #include "readers/ios/calendar/calendarcollection.h"
@@ -114,6 +116,20 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     line.setSwitches(true, false);
     line.setProgress(nullptr);
     line.load(m_mobileBackup);
+    break;
+  }
+  case 5: {
+    CWeixiniTunesCollection wechat(m_backup);
+    wechat.setSwitches(true, false);
+    wechat.setProgress(nullptr);
+    wechat.load(m_mobileBackup);
+    break;
+  }
+  case 6: {
+    CQQiTunesCollection qq(m_backup);
+    qq.setSwitches(true, false);
+    qq.setProgress(nullptr);
+    qq.load(m_mobileBackup);
     break;
   }
   case 7: {

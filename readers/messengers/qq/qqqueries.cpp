@@ -1,0 +1,164 @@
+#include "readers/messengers/qq/qqqueries.h"
+
+#include "platform/common/log.h"
+#include "platform/common/sqlutils.h"
+#include "service/progress.h"
+
+#include <QFile>
+#include <QStringList>
+
+#include <sqlite3.h>
+
+namespace {
+const char kModule[] = "iTunesBackup";
+// SQLite allows 500 terms in one compound SELECT by default.
+const int kTablesPerStatement = 400;
+
+QString quoted(QString text, QChar quote) {
+  text.replace(quote, QString(2, quote));
+  return quote + text + quote;
+}
+
+// The id of a message table's conversation, and the select list of its rows
+// in the order onRow reads them.
+struct TableShape {
+  const char* prefix; // of the table's name
+  char kind;          // of the conversation key
+  const char* columns[7]; // sender, time, type, flag, content, picUrl, nickName (null: none)
+};
+const TableShape kShapes[] = {
+    {"tb_c2cMsg_", 'c', {"uin", "time", "type", "flag", "content", "picUrl", nullptr}},
+    {"tb_TroopMsg_", 'g', {"SendUin", "MsgTime", "sMsgType", nullptr, "strMsg", "picUrl", "nickName"}},
+};
+
+QString selectOf(sqlite3* db, const QString& table, const TableShape& shape, const QString& key, const QString& file) {
+  QStringList list{key};
+  for (const char* c : shape.columns) {
+    if (c && SqlUtils::hasColumn(db, table, QLatin1String(c))) {
+      list << QLatin1String(c);
+    } else {
+      if (c)
+        Log(kModule, 0, "Table %s of %s has no column %s", qPrintable(table), qPrintable(file), c);
+      list << QStringLiteral("NULL");
+    }
+  }
+  return QStringLiteral("select %1 from %2").arg(list.join(QStringLiteral(", ")), quoted(table, QLatin1Char('"')));
+}
+} // namespace
+
+// ---- friends ----
+
+CQQFriendQuery::CQQFriendQuery() {
+  m_sqls << QStringLiteral("select uin, nick, remark from tb_userSummary");
+  m_countSqls << QStringLiteral("select count(*) from tb_userSummary");
+}
+
+bool CQQFriendQuery::onRow(sqlite3_stmt* stmt) {
+  const QString remark = columnText(stmt, 2);
+  m_names.insert(columnText(stmt, 0), remark.isEmpty() ? columnText(stmt, 1) : remark);
+  return true;
+}
+
+// ---- groups ----
+
+CQQGroupQuery::CQQGroupQuery() {
+  m_sqls << QStringLiteral("select groupCode, groupName from tb_troop");
+  m_countSqls << QStringLiteral("select count(*) from tb_troop");
+}
+
+bool CQQGroupQuery::onRow(sqlite3_stmt* stmt) {
+  m_names.insert(columnText(stmt, 0), columnText(stmt, 1));
+  return true;
+}
+
+// ---- group members ----
+
+CQQGroupMemberQuery::CQQGroupMemberQuery() {
+  m_sqls << QStringLiteral("select GroupCode, MemUin, nick from tb_TroopMem");
+  m_countSqls << QStringLiteral("select count(*) from tb_TroopMem");
+}
+
+bool CQQGroupMemberQuery::onRow(sqlite3_stmt* stmt) {
+  const QString group = columnText(stmt, 0);
+  const QString member = columnText(stmt, 1);
+  m_names.insert(group + QLatin1Char('/') + member, columnText(stmt, 2));
+  m_members[group].append(member);
+  return true;
+}
+
+// ---- messages ----
+
+CQQMessageQuery::CQQMessageQuery() = default;
+
+QStringList CQQMessageQuery::statementsFor(sqlite3* db, const QString& file) {
+  QStringList selects;
+  sqlite3_stmt* stmt = nullptr;
+  if (SqlUtils::prepareSqlite(db, "select name from sqlite_master where type = 'table' order by name", -1, &stmt,
+                              nullptr) != 0) {
+    Log(kModule, 0, "Cannot list the tables of %s", qPrintable(file));
+    return {};
+  }
+  while (sqlite3_step(stmt) == SQLITE_ROW) {
+    const QString table = columnText(stmt, 0);
+    for (const TableShape& shape : kShapes) {
+      const QLatin1String prefix(shape.prefix);
+      if (table.startsWith(prefix) && table.size() > prefix.size()) {
+        const QString key = quoted(QLatin1Char(shape.kind) + table.mid(prefix.size()), QLatin1Char('\''));
+        selects << selectOf(db, table, shape, key, file);
+      }
+    }
+    // The older single table of all friends: the uin column names the friend.
+    if (table == QLatin1String("tb_message"))
+      selects << selectOf(db, table, kShapes[0], QStringLiteral("'c' || uin"), file);
+  }
+  sqlite3_finalize(stmt);
+
+  QStringList statements;
+  for (int i = 0; i < selects.size(); i += kTablesPerStatement)
+    statements << selects.mid(i, kTablesPerStatement).join(QStringLiteral(" union all "));
+  return statements;
+}
+
+void CQQMessageQuery::query(const QStringList& files, CIProgressCallback* progress) {
+  for (const QString& path : files) {
+    if (path.isEmpty() || !QFile::exists(path)) {
+      Log(kModule, 0, "Not exists: %s", path.toUtf8().constData());
+      continue;
+    }
+    sqlite3* db = nullptr;
+    if (SqlUtils::openSqlite(path, &db) != 0) {
+      Log(kModule, 0, "Fail to open db file: %s", path.toUtf8().constData());
+      continue;
+    }
+    m_sqls = statementsFor(db, path);
+    sqlite3_close(db);
+    if (m_sqls.isEmpty()) {
+      Log(kModule, 0, "No message table in %s", path.toUtf8().constData());
+      continue;
+    }
+    // Rows are not counted ahead: the progress moves one statement at a time.
+    m_progress = progress;
+    m_step = 0;
+    const double share = progress ? double(progress->range()) / double(m_sqls.size() * files.size()) : 0.0;
+    for (const QString& sql : qAsConst(m_sqls)) {
+      execSql(path, sql);
+      if (progress && !progress->progress(share))
+        break;
+    }
+  }
+  m_progress = nullptr;
+}
+
+bool CQQMessageQuery::onRow(sqlite3_stmt* stmt) {
+  QQMessage m;
+  m.sender = columnText(stmt, 1);
+  m.time = sqlite3_column_int64(stmt, 2);
+  m.type = sqlite3_column_int(stmt, 3);
+  m.flag = sqlite3_column_type(stmt, 4) == SQLITE_NULL ? -1 : sqlite3_column_int(stmt, 4);
+  m.content = columnText(stmt, 5);
+  m.picUrl = columnText(stmt, 6);
+  m.nickName = columnText(stmt, 7);
+  m_byChat[columnText(stmt, 0)].append(std::move(m));
+  ++m_count;
+  return true;
+}
