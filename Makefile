@@ -1,5 +1,6 @@
 # Two commands do everything on a fresh machine:
-#   make demo   set-up, build, and run sherd on the bundled sample backup
+#   make demo   set-up, build, run sherd on the bundled sample backup, and say how to
+#               open it in the viewer
 #   make test   set-up, build, and every test, plain and with ASan/UBSan
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
@@ -29,8 +30,12 @@ build: setup $(BUILD)/CMakeCache.txt
 build-asan: setup $(ASAN_BUILD)/CMakeCache.txt
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 
+# The sample is kept in the build folder, so that the viewer can open it.
 demo: build
-	$(BUILD)/apps/cli/sherd demo
+	$(BUILD)/apps/cli/sherd demo --keep $(abspath $(BUILD))/sample-backup
+	@echo
+	@echo "Browse the sample in the desktop viewer (the locked note's password is sherd):"
+	@echo "  $(BUILD)/apps/viewer/sherd-viewer $(abspath $(BUILD))/sample-backup"
 
 test: test-plain test-asan
 

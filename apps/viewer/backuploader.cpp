@@ -1,0 +1,185 @@
+#include "apps/viewer/backuploader.h"
+
+#include "apps/viewer/datatypes.h"
+#include "model/oxbackup.h"
+#include "model/oxdata.h"
+#include "platform/backup/mobilebackup.h"
+#include "service/progress.h"
+#include "service/whatsappservice.h"
+
+#include <QThread>
+
+#include <cmath>
+
+void CancelFlag::set() {
+  {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_set = true;
+  }
+  m_changed.notify_all();
+}
+
+void CancelFlag::clear() {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_set = false;
+}
+
+bool CancelFlag::isSet() const {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  return m_set;
+}
+
+void CancelFlag::wait() const {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  m_changed.wait(lock, [this] { return m_set; });
+}
+
+namespace {
+// The share of the bar each type stands for: the messengers' databases are
+// the big ones on real phones, WhatsApp above all.
+int typeWeight(int type) {
+  switch (type) {
+  case OxBackup::WhatsApp: return 30;
+  case OxBackup::Notes: return 8;
+  case OxBackup::Calendar:
+  case OxBackup::Safari: return 5;
+  case OxBackup::CallHistory: return 4;
+  default: return 8;
+  }
+}
+
+// The sink the load reports to: it turns amounts into a percentage and says
+// stop once the load was cancelled.
+class LoadSink : public CIProgressCallback {
+public:
+  LoadSink(BackupLoader* loader, const CancelFlag& cancel) : m_loader(loader), m_cancel(cancel) {}
+  ~LoadSink() = default;
+  void setStage(const QString& stage) { m_stage = stage; }
+
+  void initRange(int range) override {
+    m_range = range > 0 ? range : 1;
+    m_done = 0;
+  }
+  int range() override { return m_range; }
+  bool progress(double amount) override {
+    m_done = qBound(0.0, m_done + amount, double(m_range));
+    const int percent = int(std::floor(m_done * 100.0 / m_range + 1e-9));
+    if (percent != m_percent) {
+      m_percent = percent;
+      Q_EMIT m_loader->progressChanged(percent, m_stage);
+    }
+    return !m_cancel.isSet();
+  }
+  bool finish() override { return progress(m_range - m_done); }
+  void download(bool) override {}
+  void announce() { Q_EMIT m_loader->progressChanged(qMax(m_percent, 0), m_stage); }
+
+private:
+  BackupLoader* m_loader;
+  const CancelFlag& m_cancel;
+  QString m_stage;
+  int m_range = 1;
+  double m_done = 0;
+  int m_percent = -1;
+};
+
+void fillBackupProperties(OxBackup* registry, const BackupInfo& info) {
+  const QString properties[OxBackup::PropertyCount] = {
+      info.deviceName,  info.productVersion, info.serialNumber, info.phoneNumber, info.productType, info.imei,
+      info.lastBackupDate.isValid() ? info.lastBackupDate.toUTC().toString(Qt::ISODate) : QString()};
+  for (int i = 0; i < OxBackup::PropertyCount; ++i)
+    registry->setBackupProperty(properties[i], i);
+}
+} // namespace
+
+BackupLoader::BackupLoader(QObject* parent) : QObject(parent) { qRegisterMetaType<BackupLoader::Outcome>(); }
+
+BackupLoader::~BackupLoader() {
+  cancel();
+  if (m_thread) {
+    m_thread->wait();
+    delete m_thread;
+  }
+}
+
+bool BackupLoader::start(const LoadRequest& request) {
+  if (m_thread)
+    return false;
+  if (!m_service || request.backup != m_request.backup)
+    m_service.reset(new WhatsappService(request.backup, false));
+  m_request = request;
+  if (m_request.types.isEmpty())
+    for (int type = 0; type < OxBackup::DataTypeCount; ++type)
+      m_request.types.append(type);
+  m_cancel.clear();
+  m_outcome = Loaded;
+  m_message.clear();
+  m_thread = QThread::create([this] { run(); });
+  connect(m_thread, &QThread::finished, this, &BackupLoader::onWorkerDone);
+  m_thread->start();
+  return true;
+}
+
+void BackupLoader::cancel() { m_cancel.set(); }
+
+bool BackupLoader::isRunning() const { return m_thread != nullptr; }
+
+void BackupLoader::wait() {
+  if (m_thread)
+    m_thread->wait();
+}
+
+OxBackup* BackupLoader::registry() const { return m_service ? m_service->backupRegistry() : nullptr; }
+
+void BackupLoader::run() {
+  WhatsappService& service = *m_service;
+  LoadSink sink(this, m_cancel);
+  int total = 0;
+  for (int type : m_request.types)
+    total += typeWeight(type);
+  sink.initRange(total);
+  sink.setStage(tr("Opening the backup..."));
+  sink.announce();
+
+  service.setBackupPassword(m_request.password);
+  service.setNotePasswords(m_request.notePasswords);
+  if (!service.onBeginLoadWhatsappOnly()) {
+    service.onEndLoadWhatsappOnly();
+    m_message = service.lastOpenError();
+    switch (service.lastOpenErrorCode()) {
+    case MobileBackup::Error::PasswordRequired: m_outcome = PasswordRequired; break;
+    case MobileBackup::Error::WrongPassword: m_outcome = WrongPassword; break;
+    default: m_outcome = OpenFailed; break;
+    }
+    return;
+  }
+  m_backupFolder = service.openedBackup()->path();
+  fillBackupProperties(service.backupRegistry(), service.openedBackup()->backupInfo());
+
+  for (int type : m_request.types) {
+    if (m_typeHook)
+      m_typeHook(type);
+    if (m_cancel.isSet()) {
+      m_outcome = Cancelled;
+      break;
+    }
+    sink.setStage(tr("Reading %1...").arg(dataTypeTitle(type)));
+    sink.announce();
+    CSubProgress stage(&sink, typeWeight(type));
+    service.loadWhatsappOnly(type);
+    OxData* list = service.getOxData(type);
+    // The list is complete: no later reader touches it.
+    Q_EMIT typeLoaded(type, list ? list->count(OxData::CountRaw) : 0);
+    stage.finish();
+  }
+  service.onEndLoadWhatsappOnly();
+}
+
+void BackupLoader::onWorkerDone() {
+  if (!m_thread)
+    return;
+  m_thread->wait();
+  delete m_thread;
+  m_thread = nullptr;
+  Q_EMIT finished(m_outcome, m_message);
+}
