@@ -56,6 +56,14 @@ public:
 
   // Error codes of loadNote.
   enum Error { Ok = 0, CannotOpen = 1, NotANoteStore = 2, QueryFailed = 3 };
+  // Outcomes of decryptAttach.
+  enum AttachResult {
+    AttachDecrypted = 0,
+    AttachNotEncrypted = 1,  // the row holds no encryption: the file is plain
+    AttachNoPassword = 2,    // no password given opens the row's key
+    AttachFileError = 3,     // the file cannot be read or written
+    AttachUndecryptable = 4, // the key opens but the file does not decrypt
+  };
 
   IosNote();
   ~IosNote();
@@ -74,10 +82,8 @@ public:
   unsigned noteCount() const;
   Note* getNote(unsigned index);
   // Decrypts an attachment file of a protected note with the key of the row
-  // keyId (a media, preview or drawing row). 0 on success; 1 when that row
-  // holds no encryption (the file is plain), 2 when no password opens its
-  // key, 3 when the file cannot be read or written, 4 when it does not
-  // decrypt. On failure dst is not left behind.
+  // keyId (a media, preview or drawing row); an AttachResult as int. On
+  // failure dst is not left behind.
   int decryptAttach(qint64 keyId, const QString& src, const QString& dst);
 
 private:
