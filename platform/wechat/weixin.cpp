@@ -1,7 +1,7 @@
 #include "platform/wechat/weixin.h"
 
 #include "platform/common/log.h"
-#include "platform/common/sqlutils.h"
+#include "platform/common/sqlrow.h"
 
 #include <QCryptographicHash>
 #include <QHash>
@@ -11,8 +11,6 @@
 
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/wire_format_lite.h>
-#include <sqlite3.h>
-
 #include <algorithm>
 
 namespace {
@@ -21,12 +19,12 @@ const QString kChatPrefix = QStringLiteral("Chat_");
 
 // The length-delimited fields of a serialised protobuf message, first
 // occurrence of each number; what cannot be parsed ends the reading.
-QMap<int, QByteArray> protobufFields(const void* data, int size) {
+QMap<int, QByteArray> protobufFields(const QByteArray& data) {
   namespace pb = google::protobuf;
   QMap<int, QByteArray> fields;
-  if (!data || size <= 0)
+  if (data.isEmpty())
     return fields;
-  pb::io::CodedInputStream in(static_cast<const pb::uint8*>(data), size);
+  pb::io::CodedInputStream in(reinterpret_cast<const pb::uint8*>(data.constData()), data.size());
   while (const pb::uint32 tag = in.ReadTag()) {
     const int number = int(pb::internal::WireFormatLite::GetTagFieldNumber(tag));
     if (pb::internal::WireFormatLite::GetTagWireType(tag) == pb::internal::WireFormatLite::WIRETYPE_LENGTH_DELIMITED) {
@@ -62,34 +60,22 @@ void readRoomMembers(const QByteArray& xml, QMap<QString, QString>* members) {
   }
 }
 
-QString text(sqlite3_stmt* stmt, int column) {
-  const auto* bytes = static_cast<const char*>(sqlite3_column_blob(stmt, column));
-  return bytes ? QString::fromUtf8(bytes, sqlite3_column_bytes(stmt, column)) : QString();
-}
-
 // A column list for the table: the wanted columns it has, NULL for the others
 // (logged once per table).
-QString columnList(sqlite3* db, const QString& table, const QStringList& wanted, const QString& file) {
+QString columnList(const SqlDatabase& db, const QString& table, const QStringList& wanted) {
   QStringList columns;
   for (const QString& c : wanted) {
-    if (SqlUtils::hasColumn(db, table, c)) {
+    if (db.hasColumn(table, c)) {
       columns << c;
     } else {
       columns << QStringLiteral("NULL");
-      Log(kModule, 0, "Table %s of %s has no column %s", qPrintable(table), qPrintable(file), qPrintable(c));
+      Log(kModule, 0, "Table %s of %s has no column %s", qPrintable(table), qPrintable(db.path()), qPrintable(c));
     }
   }
   return columns.join(QStringLiteral(", "));
 }
 
-struct Db {
-  QString path;
-  sqlite3* handle = nullptr;
-  ~Db() {
-    if (handle)
-      sqlite3_close(handle);
-  }
-};
+using Db = SqlDatabase;
 } // namespace
 
 WxFileSource::~WxFileSource() = default;
@@ -130,13 +116,14 @@ struct Weixin::Private {
       return nullptr;
     dbs.insert(relativePath, nullptr);
     auto db = std::make_shared<Db>();
-    db->path = source->databasePath(relativePath);
-    if (db->path.isEmpty()) {
+    const QString local = source->databasePath(relativePath);
+    if (local.isEmpty()) {
       Log(kModule, 0, "No readable copy of %s", qPrintable(relativePath));
       return nullptr;
     }
-    if (SqlUtils::openSqlite(db->path, &db->handle) != 0) {
-      Log(kModule, 0, "Fail to open db file: %s", qPrintable(relativePath));
+    QString why;
+    if (!db->open(local, &why)) {
+      Log(kModule, 0, "%s (%s)", qPrintable(why), qPrintable(relativePath));
       return nullptr;
     }
     dbs.insert(relativePath, db);
@@ -148,34 +135,33 @@ struct Weixin::Private {
 };
 
 void Weixin::Private::readContacts(Db& db, const QString& table) {
-  if (!SqlUtils::hasTable(db.handle, table))
+  if (!db.hasTable(table))
     return;
-  const QString sql = QStringLiteral("select %1 from %2")
-                          .arg(columnList(db.handle, table,
-                                          {QStringLiteral("userName"), QStringLiteral("type"),
-                                           QStringLiteral("dbContactRemark"), QStringLiteral("dbContactHeadImage"),
-                                           QStringLiteral("dbContactChatRoom")},
-                                          db.path),
-                               table);
-  sqlite3_stmt* stmt = nullptr;
-  if (SqlUtils::prepareSqlite(db.handle, sql.toUtf8().constData(), -1, &stmt, nullptr) != 0) {
-    Log(kModule, 0, "Fail to query sql \"%s\" for db %s", qPrintable(sql), qPrintable(db.path));
+  SqlStatement stmt(db, QStringLiteral("select %1 from %2")
+                            .arg(columnList(db, table,
+                                            {QStringLiteral("userName"), QStringLiteral("type"),
+                                             QStringLiteral("dbContactRemark"), QStringLiteral("dbContactHeadImage"),
+                                             QStringLiteral("dbContactChatRoom")}),
+                                 table));
+  if (!stmt.isValid()) {
+    Log(kModule, 0, "%s", qPrintable(stmt.errorString()));
     return;
   }
-  while (sqlite3_step(stmt) == SQLITE_ROW) {
+  while (stmt.step()) {
+    SqlRow r(stmt);
     WxContact c;
-    c.userName = text(stmt, 0);
+    c.userName = r.text();
     if (c.userName.isEmpty() || contacts.contains(c.userName))
       continue;
-    c.type = sqlite3_column_int(stmt, 1);
-    const QMap<int, QByteArray> remark = protobufFields(sqlite3_column_blob(stmt, 2), sqlite3_column_bytes(stmt, 2));
+    c.type = r.integer();
+    const QMap<int, QByteArray> remark = protobufFields(r.blob());
     c.nickName = QString::fromUtf8(remark.value(1));
     c.alias = QString::fromUtf8(remark.value(2));
     c.remark = QString::fromUtf8(remark.value(3));
-    const QMap<int, QByteArray> head = protobufFields(sqlite3_column_blob(stmt, 3), sqlite3_column_bytes(stmt, 3));
+    const QMap<int, QByteArray> head = protobufFields(r.blob());
     c.avatarUrl = QString::fromUtf8(head.value(3, head.value(2)));
     if (c.isChatRoom()) {
-      const QMap<int, QByteArray> room = protobufFields(sqlite3_column_blob(stmt, 4), sqlite3_column_bytes(stmt, 4));
+      const QMap<int, QByteArray> room = protobufFields(r.blob());
       readRoomMembers(room.value(6), &c.memberNames);
       // Older rooms list their members as user names separated by ";".
       for (const QString& name : QString::fromUtf8(room.value(1)).split(QLatin1Char(';'), Qt::SkipEmptyParts))
@@ -184,21 +170,17 @@ void Weixin::Private::readContacts(Db& db, const QString& table) {
     }
     contacts.insert(c.userName, c);
   }
-  sqlite3_finalize(stmt);
 }
 
 void Weixin::Private::readSessionNames(QSet<QString>* names) {
   std::shared_ptr<Db> db = open(folder + QStringLiteral("session/session.db"));
   if (!db)
     return;
-  sqlite3_stmt* stmt = nullptr;
-  if (SqlUtils::prepareSqlite(db->handle, "select UsrName from SessionAbstract", -1, &stmt, nullptr) != 0) {
-    Log(kModule, 0, "No chat list in %s", qPrintable(db->path));
-    return;
-  }
-  while (sqlite3_step(stmt) == SQLITE_ROW)
-    names->insert(text(stmt, 0));
-  sqlite3_finalize(stmt);
+  SqlStatement stmt(*db, QStringLiteral("select UsrName from SessionAbstract"));
+  if (!stmt.isValid())
+    Log(kModule, 0, "%s", qPrintable(stmt.errorString()));
+  while (stmt.step())
+    names->insert(SqlRow(stmt).text());
 }
 
 Weixin::Weixin(WxFileSource* source) : d(new Private) { d->source = source; }
@@ -267,16 +249,15 @@ bool Weixin::openAccount(const WxAccount& account) {
     std::shared_ptr<Db> db = d->open(f.second);
     if (!db)
       continue;
-    sqlite3_stmt* stmt = nullptr;
-    if (SqlUtils::prepareSqlite(db->handle,
-                                "select name from sqlite_master where type = 'table' and name like 'Chat\\_%' escape '\\'",
-                                -1, &stmt, nullptr) != 0) {
-      Log(kModule, 0, "Cannot read the tables of %s", qPrintable(f.second));
+    SqlStatement stmt(*db, QStringLiteral(
+                               "select name from sqlite_master where type = 'table' and name like 'Chat\\_%' escape '\\'"));
+    if (!stmt.isValid()) {
+      Log(kModule, 0, "%s", qPrintable(stmt.errorString()));
       continue;
     }
     anyRead = true;
-    while (sqlite3_step(stmt) == SQLITE_ROW) {
-      const QString table = text(stmt, 0);
+    while (stmt.step()) {
+      const QString table = SqlRow(stmt).text();
       const QString hash = table.mid(kChatPrefix.size()).toLower();
       if (hash.size() != 32)
         continue;
@@ -284,7 +265,6 @@ bool Weixin::openAccount(const WxAccount& account) {
       chat.hash = hash;
       chat.tables << f.second + QLatin1Char('|') + table;
     }
-    sqlite3_finalize(stmt);
   }
   if (!anyRead) {
     Log(kModule, 0, "No message database of %s can be read", qPrintable(account.folder));
@@ -345,27 +325,25 @@ QList<WxMsg> Weixin::messages(const WxChat& chat) {
     if (!db)
       continue;
     const QString table = entry.mid(bar + 1);
-    QByteArray sql = QStringLiteral("select MesLocalID, MesSvrID, CreateTime, Des, Type, Status, Message from %1")
-                         .arg(table)
-                         .toUtf8();
-    sqlite3_stmt* stmt = nullptr;
-    if (SqlUtils::prepareSqlite(db->handle, sql.constData(), -1, &stmt, nullptr) != 0) {
+    SqlStatement stmt(*db, QStringLiteral("select %1 from %2").arg(wanted.join(QStringLiteral(", ")), table));
+    if (!stmt.isValid()) {
       // A table of another schema version: read what it has.
-      sql = QStringLiteral("select %1 from %2").arg(columnList(db->handle, table, wanted, db->path), table).toUtf8();
-      if (SqlUtils::prepareSqlite(db->handle, sql.constData(), -1, &stmt, nullptr) != 0) {
-        Log(kModule, 0, "Fail to query sql \"%s\" for db %s", sql.constData(), qPrintable(db->path));
+      stmt.prepare(db->handle(), QStringLiteral("select %1 from %2").arg(columnList(*db, table, wanted), table));
+      if (!stmt.isValid()) {
+        Log(kModule, 0, "%s", qPrintable(stmt.errorString()));
         continue;
       }
     }
-    while (sqlite3_step(stmt) == SQLITE_ROW) {
+    while (stmt.step()) {
+      SqlRow r(stmt);
       WxMsg m;
-      m.localId = sqlite3_column_int64(stmt, 0);
-      m.serverId = sqlite3_column_int64(stmt, 1);
-      m.createTime = sqlite3_column_int64(stmt, 2);
-      m.fromMe = sqlite3_column_int(stmt, 3) == 0;
-      m.type = sqlite3_column_int(stmt, 4);
-      m.status = sqlite3_column_int(stmt, 5);
-      m.content = text(stmt, 6);
+      m.localId = r.int64();
+      m.serverId = r.int64();
+      m.createTime = r.int64();
+      m.fromMe = r.integer() == 0;
+      m.type = r.integer();
+      m.status = r.integer();
+      m.content = r.text();
       if (room && !m.fromMe) {
         const int colon = m.content.indexOf(QLatin1String(":\n"));
         if (colon > 0) {
@@ -375,7 +353,6 @@ QList<WxMsg> Weixin::messages(const WxChat& chat) {
       }
       out << std::move(m);
     }
-    sqlite3_finalize(stmt);
   }
   std::stable_sort(out.begin(), out.end(), [](const WxMsg& a, const WxMsg& b) {
     return a.createTime != b.createTime ? a.createTime < b.createTime : a.localId < b.localId;

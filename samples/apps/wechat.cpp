@@ -3,6 +3,10 @@
 #include "samples/sqlitefile.h"
 
 #include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
 
 namespace fixture {
 namespace {
@@ -55,6 +59,30 @@ QByteArray db(const QStringList& statements) {
 
 QString wechatMd5(const QString& userName) {
   return QString::fromLatin1(QCryptographicHash::hash(userName.toUtf8(), QCryptographicHash::Md5).toHex());
+}
+
+bool WechatFolder::write(const QList<StoredFile>& files) const {
+  for (const StoredFile& f : files) {
+    const QString path = QDir(m_root).filePath(f.relativePath);
+    QFile out(path);
+    if (!QDir().mkpath(QFileInfo(path).path()) || !out.open(QIODevice::WriteOnly) || out.write(f.data) != f.data.size())
+      return false;
+  }
+  return true;
+}
+
+QStringList WechatFolder::files() {
+  QStringList paths;
+  const QDir root(m_root);
+  QDirIterator it(m_root, QDir::Files, QDirIterator::Subdirectories);
+  while (it.hasNext())
+    paths << root.relativeFilePath(it.next());
+  return paths;
+}
+
+QString WechatFolder::localPath(const QString& relativePath) {
+  const QString path = QDir(m_root).filePath(relativePath);
+  return QFileInfo::exists(path) ? path : QString();
 }
 
 QStringList wechatContactStatements(const QList<WechatContact>& contacts) {

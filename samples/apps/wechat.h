@@ -6,6 +6,7 @@
 // session/session.db, and the media under Img/, Audio/, Video/, OpenData/.
 // Contacts are Friend rows whose dbContactRemark, dbContactHeadImage and
 // dbContactChatRoom columns hold protobuf messages, as the app writes them.
+#include "platform/wechat/weixin.h"
 #include "samples/backupfixture.h"
 
 namespace fixture {
@@ -39,6 +40,22 @@ struct WechatAccount {
 };
 
 QString wechatMd5(const QString& userName);
+
+// An app container written to a folder and read in place: the file source the
+// tests and benchmarks give the social-app library. Databases are opened
+// where they lie (read-only).
+class WechatFolder : public WxFileSource {
+public:
+  explicit WechatFolder(const QString& root) : m_root(root) {}
+  // Writes the files' data under the root by their relative paths.
+  bool write(const QList<StoredFile>& files) const;
+  QStringList files() override;
+  QString localPath(const QString& relativePath) override;
+  QString databasePath(const QString& relativePath) override { return localPath(relativePath); }
+
+private:
+  QString m_root;
+};
 
 // The databases and files of one account, as stored files of the container.
 QList<StoredFile> wechatFiles(const WechatAccount& account);

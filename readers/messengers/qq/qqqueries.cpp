@@ -1,6 +1,7 @@
 #include "readers/messengers/qq/qqqueries.h"
 
 #include "platform/common/log.h"
+#include "platform/common/sqlrow.h"
 #include "platform/common/sqlutils.h"
 #include "service/progress.h"
 
@@ -54,8 +55,11 @@ CQQFriendQuery::CQQFriendQuery() {
 }
 
 bool CQQFriendQuery::onRow(sqlite3_stmt* stmt) {
-  const QString remark = columnText(stmt, 2);
-  m_names.insert(columnText(stmt, 0), remark.isEmpty() ? columnText(stmt, 1) : remark);
+  SqlRow r(stmt);
+  const QString uin = r.text();
+  const QString nick = r.text();
+  const QString remark = r.text();
+  m_names.insert(uin, remark.isEmpty() ? nick : remark);
   return true;
 }
 
@@ -67,7 +71,9 @@ CQQGroupQuery::CQQGroupQuery() {
 }
 
 bool CQQGroupQuery::onRow(sqlite3_stmt* stmt) {
-  m_names.insert(columnText(stmt, 0), columnText(stmt, 1));
+  SqlRow r(stmt);
+  const QString code = r.text();
+  m_names.insert(code, r.text());
   return true;
 }
 
@@ -79,9 +85,10 @@ CQQGroupMemberQuery::CQQGroupMemberQuery() {
 }
 
 bool CQQGroupMemberQuery::onRow(sqlite3_stmt* stmt) {
-  const QString group = columnText(stmt, 0);
-  const QString member = columnText(stmt, 1);
-  m_names.insert(group + QLatin1Char('/') + member, columnText(stmt, 2));
+  SqlRow r(stmt);
+  const QString group = r.text();
+  const QString member = r.text();
+  m_names.insert(group + QLatin1Char('/') + member, r.text());
   m_members[group].append(member);
   return true;
 }
@@ -92,14 +99,13 @@ CQQMessageQuery::CQQMessageQuery() = default;
 
 QStringList CQQMessageQuery::statementsFor(sqlite3* db, const QString& file) {
   QStringList selects;
-  sqlite3_stmt* stmt = nullptr;
-  if (SqlUtils::prepareSqlite(db, "select name from sqlite_master where type = 'table' order by name", -1, &stmt,
-                              nullptr) != 0) {
-    Log(kModule, 0, "Cannot list the tables of %s", qPrintable(file));
+  SqlStatement stmt(db, QStringLiteral("select name from sqlite_master where type = 'table' order by name"));
+  if (!stmt.isValid()) {
+    Log(kModule, 0, "Cannot list the tables of %s: %s", qPrintable(file), qPrintable(stmt.errorString()));
     return {};
   }
-  while (sqlite3_step(stmt) == SQLITE_ROW) {
-    const QString table = columnText(stmt, 0);
+  while (stmt.step()) {
+    const QString table = SqlRow(stmt).text();
     for (const TableShape& shape : kShapes) {
       const QLatin1String prefix(shape.prefix);
       if (table.startsWith(prefix) && table.size() > prefix.size()) {
@@ -111,7 +117,6 @@ QStringList CQQMessageQuery::statementsFor(sqlite3* db, const QString& file) {
     if (table == QLatin1String("tb_message"))
       selects << selectOf(db, table, kShapes[0], QStringLiteral("'c' || uin"), file);
   }
-  sqlite3_finalize(stmt);
 
   QStringList statements;
   for (int i = 0; i < selects.size(); i += kTablesPerStatement)
@@ -150,15 +155,17 @@ void CQQMessageQuery::query(const QStringList& files, CIProgressCallback* progre
 }
 
 bool CQQMessageQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
+  const QString chat = r.text();
   QQMessage m;
-  m.sender = columnText(stmt, 1);
-  m.time = sqlite3_column_int64(stmt, 2);
-  m.type = sqlite3_column_int(stmt, 3);
-  m.flag = sqlite3_column_type(stmt, 4) == SQLITE_NULL ? -1 : sqlite3_column_int(stmt, 4);
-  m.content = columnText(stmt, 5);
-  m.picUrl = columnText(stmt, 6);
-  m.nickName = columnText(stmt, 7);
-  m_byChat[columnText(stmt, 0)].append(std::move(m));
+  m.sender = r.text();
+  m.time = r.int64();
+  m.type = r.integer();
+  m.flag = int(r.int64Or(-1));
+  m.content = r.text();
+  m.picUrl = r.text();
+  m.nickName = r.text();
+  m_byChat[chat].append(std::move(m));
   ++m_count;
   return true;
 }
