@@ -1,6 +1,7 @@
 #include "apps/viewer/backuploader.h"
 
 #include "apps/viewer/datatypes.h"
+#include "apps/viewer/progressrelay.h"
 #include "model/oxbackup.h"
 #include "model/oxdata.h"
 #include "platform/backup/mobilebackup.h"
@@ -9,7 +10,6 @@
 
 #include <QThread>
 
-#include <cmath>
 
 void CancelFlag::set() {
   {
@@ -24,14 +24,11 @@ void CancelFlag::clear() {
   m_set = false;
 }
 
-bool CancelFlag::isSet() const {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  return m_set;
-}
+bool CancelFlag::isSet() const { return m_set.load(); }
 
 void CancelFlag::wait() const {
   std::unique_lock<std::mutex> lock(m_mutex);
-  m_changed.wait(lock, [this] { return m_set; });
+  m_changed.wait(lock, [this] { return m_set.load(); });
 }
 
 namespace {
@@ -47,41 +44,6 @@ int typeWeight(int type) {
   default: return 8;
   }
 }
-
-// The sink the load reports to: it turns amounts into a percentage and says
-// stop once the load was cancelled.
-class LoadSink : public CIProgressCallback {
-public:
-  LoadSink(BackupLoader* loader, const CancelFlag& cancel) : m_loader(loader), m_cancel(cancel) {}
-  ~LoadSink() = default;
-  void setStage(const QString& stage) { m_stage = stage; }
-
-  void initRange(int range) override {
-    m_range = range > 0 ? range : 1;
-    m_done = 0;
-  }
-  int range() override { return m_range; }
-  bool progress(double amount) override {
-    m_done = qBound(0.0, m_done + amount, double(m_range));
-    const int percent = int(std::floor(m_done * 100.0 / m_range + 1e-9));
-    if (percent != m_percent) {
-      m_percent = percent;
-      Q_EMIT m_loader->progressChanged(percent, m_stage);
-    }
-    return !m_cancel.isSet();
-  }
-  bool finish() override { return progress(m_range - m_done); }
-  void download(bool) override {}
-  void announce() { Q_EMIT m_loader->progressChanged(qMax(m_percent, 0), m_stage); }
-
-private:
-  BackupLoader* m_loader;
-  const CancelFlag& m_cancel;
-  QString m_stage;
-  int m_range = 1;
-  double m_done = 0;
-  int m_percent = -1;
-};
 
 void fillBackupProperties(OxBackup* registry, const BackupInfo& info) {
   const QString properties[OxBackup::PropertyCount] = {
@@ -131,15 +93,17 @@ void BackupLoader::wait() {
 
 OxBackup* BackupLoader::registry() const { return m_service ? m_service->backupRegistry() : nullptr; }
 
+MobileBackup* BackupLoader::openedBackup() const { return m_service ? m_service->openedBackup() : nullptr; }
+
 void BackupLoader::run() {
   WhatsappService& service = *m_service;
-  LoadSink sink(this, m_cancel);
+  QString stage = tr("Opening the backup...");
+  ProgressRelay sink([this, &stage](int percent) { Q_EMIT progressChanged(percent, stage); }, m_cancel.value());
   int total = 0;
   for (int type : m_request.types)
     total += typeWeight(type);
   sink.initRange(total);
-  sink.setStage(tr("Opening the backup..."));
-  sink.announce();
+  sink.repeat();
 
   service.setBackupPassword(m_request.password);
   service.setNotePasswords(m_request.notePasswords);
@@ -163,8 +127,8 @@ void BackupLoader::run() {
       m_outcome = Cancelled;
       break;
     }
-    sink.setStage(tr("Reading %1...").arg(dataTypeTitle(type)));
-    sink.announce();
+    stage = tr("Reading %1...").arg(dataTypeTitle(type));
+    sink.repeat();
     CSubProgress stage(&sink, typeWeight(type));
     service.loadWhatsappOnly(type);
     OxData* list = service.getOxData(type);

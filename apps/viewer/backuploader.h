@@ -19,11 +19,13 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
 
+class MobileBackup;
 class OxBackup;
 class QThread;
 class WhatsappService;
@@ -36,11 +38,12 @@ public:
   bool isSet() const;
   // Blocks until set() was called.
   void wait() const;
+  const std::atomic<bool>& value() const { return m_set; }
 
 private:
   mutable std::mutex m_mutex;
   mutable std::condition_variable m_changed;
-  bool m_set = false;
+  std::atomic<bool> m_set{false};
 };
 
 struct LoadRequest {
@@ -76,8 +79,10 @@ public:
   // Waits for a running load to end (its finished() is still delivered).
   void wait();
 
-  // The lists of the last load; read them after finished().
+  // The lists of the last load, and the backup it opened; read them after
+  // finished().
   OxBackup* registry() const;
+  MobileBackup* openedBackup() const;
   // The request of the last load, and the backup folder it opened.
   const LoadRequest& request() const { return m_request; }
   QString backupFolder() const { return m_backupFolder; }

@@ -25,3 +25,8 @@ const QStringList& dataTypeKeys() {
 int dataTypeFromKey(const QString& key) { return dataTypeKeys().indexOf(key.trimmed().toLower()); }
 
 bool isChatType(int type) { return type >= OxBackup::WhatsApp && type <= OxBackup::QQ; }
+
+QString itemCount(int n) {
+  return n == 1 ? QCoreApplication::translate("DATA_LIST_NAME", "1 item")
+                : QCoreApplication::translate("DATA_LIST_NAME", "%1 items").arg(n);
+}

@@ -11,3 +11,5 @@ const QStringList& dataTypeKeys();
 int dataTypeFromKey(const QString& key);
 // True for the seven messengers, whose items are chats.
 bool isChatType(int type);
+// "1 item", "12 items".
+QString itemCount(int n);

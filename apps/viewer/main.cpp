@@ -7,6 +7,8 @@
 //   sherd-viewer BACKUP --screenshot FILE [--type NAME] [--select ROW]
 //                                     loads, shows the list (and the row's detail),
 //                                     saves the window as PNG and exits
+//   ... --screenshot FILE --recover DIR  recovers the checked items into DIR and
+//                                     saves the recovery's summary instead
 #include "apps/viewer/datatypes.h"
 #include "apps/viewer/mainwindow.h"
 
@@ -23,8 +25,16 @@
 namespace {
 enum ExitCode { ExitOk = 0, ExitUsage = 1, ExitBackupNotFound = 2, ExitScreenshot = 4 };
 
-// Once the backup is shown: picks the list and the row, saves the picture, quits.
-void takeScreenshot(MainWindow& window, int type, int row, const QString& file) {
+void savePicture(QWidget* widget, const QString& file) {
+  const bool saved = widget && widget->grab().save(file, "PNG");
+  if (!saved)
+    std::fprintf(stderr, "sherd-viewer: cannot write %s\n", qPrintable(file));
+  QApplication::exit(saved ? ExitOk : ExitScreenshot);
+}
+
+// Once the backup is shown: picks the list and the row, recovers when asked
+// to, saves the picture, quits.
+void takeScreenshot(MainWindow& window, int type, int row, const QString& file, const QString& recoverDir) {
   if (type >= 0 && !window.showType(type)) {
     std::fprintf(stderr, "sherd-viewer: no list of type %d\n", type);
     QApplication::exit(ExitUsage);
@@ -35,13 +45,21 @@ void takeScreenshot(MainWindow& window, int type, int row, const QString& file) 
     QApplication::exit(ExitUsage);
     return;
   }
+  if (!recoverDir.isEmpty()) {
+    QObject::connect(&window, &MainWindow::recoveryFinished, &window, [&window, file] {
+      QWidget* summary = window.recoverySummary();
+      if (summary)
+        summary->adjustSize();
+      savePicture(summary, file);
+    });
+    if (!window.recoverTo(recoverDir)) {
+      std::fprintf(stderr, "sherd-viewer: nothing to recover\n");
+      QApplication::exit(ExitUsage);
+    }
+    return;
+  }
   // Let the layout settle before the picture is taken.
-  QTimer::singleShot(0, &window, [&window, file] {
-    const bool saved = window.grab().save(file, "PNG");
-    if (!saved)
-      std::fprintf(stderr, "sherd-viewer: cannot write %s\n", qPrintable(file));
-    QApplication::exit(saved ? ExitOk : ExitScreenshot);
-  });
+  QTimer::singleShot(0, &window, [&window, file] { savePicture(&window, file); });
 }
 } // namespace
 
@@ -69,6 +87,9 @@ int main(int argc, char** argv) {
                     QStringLiteral("NAME")});
   parser.addOption({QStringLiteral("select"), QStringLiteral("With --screenshot: the row to select (from 0)."),
                     QStringLiteral("ROW")});
+  parser.addOption({QStringLiteral("recover"),
+                    QStringLiteral("With --screenshot: recover the checked items into DIR and picture the summary."),
+                    QStringLiteral("DIR")});
   parser.process(app);
 
   const QStringList positional = parser.positionalArguments();
@@ -108,7 +129,7 @@ int main(int argc, char** argv) {
         QApplication::exit(ExitBackupNotFound);
         return;
       }
-      takeScreenshot(window, type, row, screenshot);
+      takeScreenshot(window, type, row, screenshot, parser.value(QStringLiteral("recover")));
     });
   }
   window.show();

@@ -3,6 +3,8 @@
 #include "apps/viewer/chattranscriptview.h"
 #include "apps/viewer/datatypes.h"
 #include "apps/viewer/detailpane.h"
+#include "apps/viewer/recoveryrun.h"
+#include "apps/viewer/recoverysummary.h"
 #include "apps/viewer/startpage.h"
 #include "model/oxabstractitem.h"
 #include "model/oxbackup.h"
@@ -13,7 +15,9 @@
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
+#include <QDateTime>
 #include <QDir>
+#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QInputDialog>
@@ -25,6 +29,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProgressBar>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QSet>
 #include <QSplitter>
@@ -46,7 +51,8 @@ const int kAccountColumn = 7;
 QString sized(quint64 bytes) { return QLocale().formattedDataSize(qint64(bytes)); }
 } // namespace
 
-MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), m_loader(new BackupLoader) {
+MainWindow::MainWindow(QWidget* parent)
+    : QMainWindow(parent), m_loader(new BackupLoader), m_recovery(new RecoveryRun) {
   setWindowTitle(tr("sherd viewer"));
   m_pages = new QStackedWidget;
   m_start = new StartPage;
@@ -64,12 +70,18 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), m_loader(new Back
   connect(m_loader.get(), &BackupLoader::progressChanged, this, &MainWindow::onProgress);
   connect(m_loader.get(), &BackupLoader::typeLoaded, this, &MainWindow::onTypeLoaded);
   connect(m_loader.get(), &BackupLoader::finished, this, &MainWindow::onLoadFinished);
+  connect(m_recovery.get(), &RecoveryRun::progressChanged, this, [this](int percent) {
+    if (m_recoverProgress)
+      m_recoverProgress->setValue(percent);
+  });
+  connect(m_recovery.get(), &RecoveryRun::finished, this, &MainWindow::onRecoveryFinished);
   resize(1280, 800);
 }
 
 MainWindow::~MainWindow() {
   // The lists die with the loader's service: stop the load, then let go of
   // them before they go.
+  m_recovery.reset();
   m_loader->cancel();
   m_loader->wait();
   detachViews();
@@ -221,8 +233,10 @@ QWidget* MainWindow::buildBrowser() {
   return splitter;
 }
 
+bool MainWindow::busy() const { return m_loader->isRunning() || m_recovery->isRunning(); }
+
 void MainWindow::showStartPage(const QString& root) {
-  if (m_loader->isRunning())
+  if (busy())
     return;
   m_start->refresh(root);
   m_pages->setCurrentWidget(m_start);
@@ -238,7 +252,7 @@ void MainWindow::detachViews() {
 }
 
 void MainWindow::openBackup(const QString& folder, const QString& password, const QStringList& notePasswords) {
-  if (m_loader->isRunning())
+  if (busy())
     return;
   detachViews();
   m_sidebar->clear();
@@ -264,7 +278,7 @@ void MainWindow::onProgress(int percent, const QString& stage) {
 
 void MainWindow::onTypeLoaded(int type, int count) {
   ++m_loadedTypes;
-  auto* line = new QListWidgetItem(tr("%1: %n item(s)", nullptr, count).arg(dataTypeTitle(type)));
+  auto* line = new QListWidgetItem(QStringLiteral("%1: %2").arg(dataTypeTitle(type), itemCount(count)));
   if (count == 0)
     line->setForeground(palette().color(QPalette::Disabled, QPalette::Text));
   m_loadCounts->addItem(line);
@@ -525,4 +539,84 @@ void MainWindow::updateStatus() {
   m_status->setText(text);
 }
 
-void MainWindow::recoverChecked() {}
+void MainWindow::recoverChecked() {
+  const OxBackup* registry = m_loader->registry();
+  if (!registry || busy())
+    return;
+  QStringList parts;
+  int total = 0;
+  for (int type = 0; type < OxBackup::DataTypeCount; ++type) {
+    const int n = registry->listCount(type, true);
+    if (n > 0)
+      parts << QStringLiteral("%1 %2").arg(dataTypeTitle(type)).arg(n);
+    total += n;
+  }
+  if (total == 0) {
+    QMessageBox::information(this, tr("Recover checked items"),
+                             tr("Nothing is checked. Tick the items to recover in the lists first."));
+    return;
+  }
+  const QString folder = QFileDialog::getExistingDirectory(
+      this, tr("Recover %1 checked (%2) into").arg(itemCount(total), parts.join(QStringLiteral(", "))));
+  if (!folder.isEmpty())
+    recoverTo(folder);
+}
+
+bool MainWindow::recoverTo(const QString& folder) {
+  OxBackup* registry = m_loader->registry();
+  if (!registry || busy())
+    return false;
+  ExportOptions options;
+  int total = 0;
+  for (int type = 0; type < OxBackup::DataTypeCount; ++type) {
+    const int n = registry->listCount(type, true);
+    if (n > 0)
+      options.types << type;
+    total += n;
+  }
+  if (total == 0)
+    return false;
+  // A folder that already holds files gets a new folder for this recovery.
+  QString target = folder;
+  if (!CExporter::checkOutputFolder(target).isEmpty()) {
+    const QString base = QDir(folder).filePath(
+        tr("Recovered %1").arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH.mm.ss"))));
+    target = base;
+    for (int n = 2; QFileInfo::exists(target); ++n)
+      target = QStringLiteral("%1 (%2)").arg(base).arg(n);
+  }
+  options.outputFolder = target;
+  const QString device = registry->backupPropertyOriginal(0);
+  if (!device.isEmpty())
+    options.backupName = device;
+  if (!m_recovery->start(registry, m_loader->openedBackup(), options))
+    return false;
+  m_recover->setEnabled(false);
+  m_openAction->setEnabled(false);
+  if (m_interactive) {
+    m_recoverProgress = new QProgressDialog(tr("Recovering %1...").arg(itemCount(total)), tr("Cancel"), 0, 100, this);
+    m_recoverProgress->setWindowTitle(tr("Recover checked items"));
+    m_recoverProgress->setAttribute(Qt::WA_DeleteOnClose);
+    m_recoverProgress->setMinimumDuration(0);
+    m_recoverProgress->setAutoClose(false);
+    m_recoverProgress->setAutoReset(false);
+    connect(m_recoverProgress, &QProgressDialog::canceled, m_recovery.get(), &RecoveryRun::cancel);
+    m_recoverProgress->show();
+  }
+  m_status->setText(tr("Recovering %1 into %2...").arg(itemCount(total), QDir::toNativeSeparators(target)));
+  return true;
+}
+
+void MainWindow::onRecoveryFinished() {
+  if (m_recoverProgress)
+    m_recoverProgress->close();
+  m_recover->setEnabled(true);
+  m_openAction->setEnabled(true);
+  updateStatus();
+  delete m_summary;
+  m_summary = new RecoverySummaryDialog(m_recovery->summary(), m_recovery->options().outputFolder, this);
+  m_summary->setAttribute(Qt::WA_DeleteOnClose);
+  if (m_interactive)
+    m_summary->show();
+  Q_EMIT recoveryFinished();
+}

@@ -9,17 +9,22 @@
 // shows. Closing the window during a load stops the load after its current
 // reader and waits for it.
 #include <QMainWindow>
+#include <QPointer>
 #include <QStringList>
 
 #include <memory>
 
 #include "apps/viewer/backuploader.h"
 #include "apps/viewer/itemtablemodel.h"
+#include "apps/viewer/recoverysummary.h"
+
+#include <QProgressDialog>
 
 class CheckBoxHeaderView;
 class DetailPane;
 class OxDataCheckBinding;
 class QAction;
+class RecoveryRun;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -63,9 +68,20 @@ public:
   QTreeWidget* sidebar() const { return m_sidebar; }
   QAction* recoverAction() const { return m_recover; }
 
+  // Recovers the checked items of every list's view into folder (or, when the
+  // folder already holds files, into a new folder inside it). False when
+  // nothing is checked or a load or recovery is running.
+  bool recoverTo(const QString& folder);
+  RecoveryRun* recovery() const { return m_recovery.get(); }
+  // The summary of the last recovery (also built, not shown, when the window
+  // is not interactive).
+  RecoverySummaryDialog* recoverySummary() const { return m_summary; }
+
 Q_SIGNALS:
   // The browser shows the loaded backup (true), or the backup did not open.
   void loadFinished(bool ok);
+  // A recovery ended; its summary is ready.
+  void recoveryFinished();
 
 private:
   QWidget* buildLoadPage();
@@ -85,8 +101,13 @@ private:
   void checkSelected(bool on);
   void detachViews();
   void recoverChecked();
+  void onRecoveryFinished();
+  bool busy() const;
 
   std::unique_ptr<BackupLoader> m_loader;
+  std::unique_ptr<RecoveryRun> m_recovery;
+  QPointer<QProgressDialog> m_recoverProgress;
+  QPointer<RecoverySummaryDialog> m_summary;
   bool m_interactive = true;
   int m_type = -1;
   ItemFilter m_filter;

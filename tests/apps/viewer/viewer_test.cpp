@@ -5,12 +5,14 @@
 #include "apps/viewer/datatypes.h"
 #include "apps/viewer/detailpane.h"
 #include "apps/viewer/mainwindow.h"
+#include "apps/viewer/recoveryrun.h"
 #include "model/oxbackup.h"
 #include "model/oxdata.h"
 #include "model/oxwhatsappitem.h"
 #include "samples/samplebackup.h"
 #include "widgets/checkboxheaderview.h"
 
+#include <QDir>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTableView>
@@ -241,5 +243,52 @@ TEST(MainWindow, ChatOpensAsATranscriptOldestFirst) {
   ASSERT_TRUE(w.window.selectRow(0));
   EXPECT_EQ(w.window.detail()->transcript()->messageCount(), 0);
   EXPECT_FALSE(w.window.detail()->item() == nullptr);
+}
+
+TEST(MainWindow, RecoverWritesExactlyTheCheckedItemsOfTheViews) {
+  LoadedWindow w;
+  ItemTableModel* model = w.window.tableModel();
+  // WhatsApp: one chat unticked.
+  ASSERT_TRUE(w.window.showType(OxBackup::WhatsApp));
+  const int carl = w.names().indexOf(QStringLiteral("Carl Diaz"));
+  ASSERT_GE(carl, 0);
+  model->setData(model->index(carl, 0), Qt::Unchecked, Qt::CheckStateRole);
+  // Kik: all unticked through the header box.
+  ASSERT_TRUE(w.window.showType(OxBackup::Kik));
+  w.window.header()->setCheckState(Qt::Unchecked);
+  // Line: only the chats the search shows count.
+  ASSERT_TRUE(w.window.showType(OxBackup::Line));
+  const QStringList lineChats = w.names();
+  ASSERT_GE(lineChats.size(), 2);
+  w.window.setTextFilter(lineChats.first());
+  ASSERT_EQ(model->rowCount(), 1);
+
+  QTemporaryDir out;
+  const QString folder = out.filePath(QStringLiteral("recovered"));
+  QSignalSpy finished(&w.window, &MainWindow::recoveryFinished);
+  ASSERT_TRUE(w.window.recoverTo(folder));
+  ASSERT_TRUE(finished.wait(kLoadTimeout));
+  const ExportSummary& summary = w.window.recovery()->summary();
+  EXPECT_EQ(summary.outcome, ExportSummary::Finished);
+  QMap<int, int> written;
+  for (const ExportTypeSummary& t : summary.types)
+    written[t.type] = t.items;
+  EXPECT_EQ(written.value(OxBackup::WhatsApp), 3);
+  EXPECT_FALSE(written.contains(OxBackup::Kik)) << "nothing of Kik was checked";
+  EXPECT_EQ(written.value(OxBackup::Line), 1);
+  EXPECT_EQ(written.value(OxBackup::Notes), 6) << "untouched lists give all their items";
+
+  const QStringList chats = QDir(folder + QStringLiteral("/WhatsApp")).entryList({QStringLiteral("*.html")});
+  EXPECT_EQ(chats.size(), 3);
+  EXPECT_FALSE(chats.contains(QStringLiteral("Carl Diaz.html")));
+  EXPECT_TRUE(chats.contains(QStringLiteral("Anna Berg.html")));
+  EXPECT_EQ(QDir(folder + QStringLiteral("/Line")).entryList({QStringLiteral("*.html")}),
+            QStringList{lineChats.first() + QStringLiteral(".html")});
+
+  // A second recovery into the now full folder goes into a new folder inside it.
+  ASSERT_TRUE(w.window.recoverTo(folder));
+  ASSERT_TRUE(finished.wait(kLoadTimeout));
+  EXPECT_TRUE(w.window.recovery()->options().outputFolder.startsWith(folder + QLatin1Char('/')));
+  EXPECT_EQ(w.window.recovery()->summary().outcome, ExportSummary::Finished);
 }
 } // namespace
