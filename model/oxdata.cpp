@@ -9,10 +9,15 @@
 #include "model/rankedtree.h"
 #include "platform/common/commonutils.h"
 
+#include <QCollator>
+#include <QDateTime>
 #include <QHash>
+#include <QLocale>
 #include <QMutexLocker>
 
 #include <algorithm>
+#include <deque>
+#include <optional>
 
 namespace {
 // How the default order compares two items; the item being placed decides.
@@ -33,16 +38,104 @@ OrderKey orderKeyOf(const OxAbstractItem* item) {
   return {OrderKey::Text, 0};
 }
 
-// True when a comes before b in the default order.
-bool comesBefore(const OxAbstractItem* a, const OxAbstractItem* b) {
+// True when a comes before b in the default order, read from the items
+// themselves. Slots below answer the same from keys taken once at append;
+// this is what they fall back to where their keys cannot decide.
+bool comesBefore(const OxAbstractItem* a, const OrderKey& key, const OxAbstractItem* b) {
   const bool aDeleted = a->flag(OxAbstractItem::ItemDeleted);
   const bool bDeleted = b->flag(OxAbstractItem::ItemDeleted);
   if (aDeleted != bDeleted)
     return aDeleted;
-  const OrderKey key = orderKeyOf(a);
   if (key.kind == OrderKey::SortValue)
     return CCommonUtils::itemValueLessThan(b->sortValue(key.column), a->sortValue(key.column));
   return QString::localeAwareCompare(a->value(0), b->value(0)) < 0;
+}
+
+// A text ordered as QString::localeAwareCompare orders it: the system
+// locale's collation key, compared bytewise, or the UTF-16 text itself in the
+// C locale, where the locale-aware order is the code-unit order. An empty text
+// is compared as text in every locale (it comes before every other one even
+// where the collation ignores all the characters of that other one).
+struct TextKey {
+  QString text;
+  std::optional<QCollatorSortKey> collated;
+
+  static int compare(const TextKey& a, const TextKey& b) {
+    if (a.collated && b.collated && !a.text.isEmpty() && !b.text.isEmpty())
+      return a.collated->compare(*b.collated);
+    return QString::compare(a.text, b.text);
+  }
+};
+
+// A sort value reduced to what CCommonUtils::itemValueLessThan compares: a
+// number, milliseconds for dates, a text key. Other types and pairs of
+// different families (a date against a number...) are left to that function.
+struct ValueKey {
+  enum Class : quint8 { Null, Int, UInt, Real, Date, Text, Other } cls = Null;
+  union {
+    qint64 i;
+    quint64 u;
+    double d;
+  };
+  TextKey text;
+
+  ValueKey() : i(0) {}
+
+  bool numeric() const { return cls == Int || cls == UInt || cls == Real; }
+  double real() const { return cls == Real ? d : cls == UInt ? double(u) : double(i); }
+
+  // -1, 0 or 1 for "x less than y", "neither", "y less than x" as the sort
+  // value comparison would answer; 2 when the keys cannot tell.
+  static int order(const ValueKey& x, const ValueKey& y) {
+    if (x.cls == Null || y.cls == Null)
+      return x.cls == Null && y.cls != Null ? -1 : (y.cls == Null && x.cls != Null ? 1 : 0);
+    if (x.cls == Date && y.cls == Date)
+      return x.i < y.i ? -1 : (y.i < x.i ? 1 : 0);
+    if (x.numeric() && y.numeric()) {
+      if (x.cls == Real || y.cls == Real) {
+        const double a = x.real(), b = y.real();
+        return a < b ? -1 : (b < a ? 1 : 0);
+      }
+      if (x.cls == Int && y.cls == Int)
+        return x.i < y.i ? -1 : (y.i < x.i ? 1 : 0);
+      // Unsigned 64-bit values beyond the signed range: negatives first.
+      const bool xNeg = x.cls == Int && x.i < 0;
+      const bool yNeg = y.cls == Int && y.i < 0;
+      if (xNeg != yNeg)
+        return xNeg ? -1 : 1;
+      const quint64 a = x.cls == UInt ? x.u : quint64(x.i);
+      const quint64 b = y.cls == UInt ? y.u : quint64(y.i);
+      return a < b ? -1 : (b < a ? 1 : 0);
+    }
+    if (x.cls == Text && y.cls == Text) {
+      const int c = TextKey::compare(x.text, y.text);
+      return c < 0 ? -1 : (c > 0 ? 1 : 0);
+    }
+    return 2;
+  }
+};
+
+
+// One item with its place in the default order, taken when it is appended.
+struct Slot {
+  OxAbstractItem* item;
+  OrderKey order;
+  bool deleted;
+  ValueKey value; // the sort value of order.column, or the text of column 0
+};
+
+// True when a comes before b in the default order; the kind of a decides.
+bool comesBefore(const Slot& a, const Slot& b) {
+  if (a.deleted != b.deleted)
+    return a.deleted;
+  if (a.order.kind == b.order.kind && a.order.column == b.order.column) {
+    // Sort values: greatest first; texts: ascending.
+    const int o = a.order.kind == OrderKey::SortValue ? ValueKey::order(b.value, a.value)
+                                                      : ValueKey::order(a.value, b.value);
+    if (o != 2)
+      return o < 0;
+  }
+  return comesBefore(a.item, a.order, b.item);
 }
 
 bool isChecked(const OxAbstractItem* item) {
@@ -56,16 +149,72 @@ const OxWhatsappItem& chatPrototype() {
 } // namespace
 
 struct OxData::Lists {
-  RankedTree<OxAbstractItem*> raw;
-  RankedTree<OxAbstractItem*> filtered;
+  RankedTree<Slot*> raw;
+  RankedTree<Slot*> filtered;
+  std::deque<Slot> entries;                    // one per item, in arrival order
   QHash<const OxAbstractItem*, int> rawNodes; // item -> node handle in raw
   QHash<int, OxCalendarItem*> byTrigger;      // trigger id -> first calendar item
+  std::optional<QCollator> collator;          // the system locale's, made at the first text
 
   void clear() {
     raw.clear();
     filtered.clear();
+    entries.clear();
     rawNodes.clear();
     byTrigger.clear();
+  }
+
+  TextKey textKey(const QString& text) {
+    TextKey key{text, std::nullopt};
+    if (text.isEmpty())
+      return key;
+    if (!collator) {
+      collator.emplace(QLocale::system());
+      if (collator->locale().language() == QLocale::C)
+        collator.reset();
+    }
+    if (collator)
+      key.collated = collator->sortKey(text);
+    return key;
+  }
+
+  ValueKey valueKey(const QVariant& v) {
+    ValueKey key;
+    if (!v.isValid() || v.isNull())
+      return key;
+    const int type = v.userType();
+    if (type == QMetaType::QDateTime || type == QMetaType::QDate) {
+      const QDateTime date = type == QMetaType::QDate ? v.toDate().startOfDay(Qt::UTC) : v.toDateTime();
+      key.cls = date.isValid() ? ValueKey::Date : ValueKey::Other;
+      key.i = date.isValid() ? date.toMSecsSinceEpoch() : 0;
+    } else if (type == QMetaType::ULongLong) {
+      key.cls = ValueKey::UInt;
+      key.u = v.toULongLong();
+    } else if (CCommonUtils::isIntegralType(type)) {
+      key.cls = ValueKey::Int;
+      key.i = v.toLongLong();
+    } else if (type == QMetaType::Double || type == QMetaType::Float) {
+      key.cls = ValueKey::Real;
+      key.d = v.toDouble();
+    } else if (type == QMetaType::QString) {
+      key.cls = ValueKey::Text;
+      key.text = textKey(v.toString());
+    } else {
+      key.cls = ValueKey::Other;
+    }
+    return key;
+  }
+
+  Slot* slotFor(OxAbstractItem* item) {
+    Slot slot{item, orderKeyOf(item), item->flag(OxAbstractItem::ItemDeleted), ValueKey()};
+    if (slot.order.kind == OrderKey::SortValue) {
+      slot.value = valueKey(item->sortValue(slot.order.column));
+    } else {
+      slot.value.cls = ValueKey::Text;
+      slot.value.text = textKey(item->value(0));
+    }
+    entries.push_back(std::move(slot));
+    return &entries.back();
   }
 
   void indexTrigger(OxAbstractItem* item) {
@@ -74,18 +223,23 @@ struct OxData::Lists {
       byTrigger.insert(event->getTriggerid(), event);
   }
 
+  // Visits the items of one list in order: f(index, item).
+  template <typename F> static void each(const RankedTree<Slot*>& list, F f) {
+    list.forEach([&](int index, Slot* slot) { f(index, slot->item); });
+  }
+
   // Applies f to the items of the raw list (mode 0), the filtered list (1), or
   // the checked items of the filtered list (16), in list order.
   template <typename F> void forMode(int mode, F f) const {
     if (mode & CountFilteredChecked) {
-      filtered.forEach([&](int, OxAbstractItem* item) {
+      each(filtered, [&](int, OxAbstractItem* item) {
         if (isChecked(item))
           f(item);
       });
     } else if (mode & CountFiltered) {
-      filtered.forEach([&](int, OxAbstractItem* item) { f(item); });
+      each(filtered, [&](int, OxAbstractItem* item) { f(item); });
     } else {
-      raw.forEach([&](int, OxAbstractItem* item) { f(item); });
+      each(raw, [&](int, OxAbstractItem* item) { f(item); });
     }
   }
 };
@@ -93,7 +247,7 @@ struct OxData::Lists {
 OxData::OxData(int dataType) : m_lists(new Lists), m_dataType(dataType) {}
 
 OxData::~OxData() {
-  m_lists->raw.forEach([](int, OxAbstractItem* item) { delete item; });
+  Lists::each(m_lists->raw, [](int, OxAbstractItem* item) { delete item; });
 }
 
 // ---- items -----------------------------------------------------------------
@@ -102,11 +256,12 @@ void OxData::append(OxAbstractItem* item) {
   if (!item)
     return;
   QMutexLocker locker(&m_lock);
+  Slot* slot = m_lists->slotFor(item);
   // Upper bound: before the first item that the new one comes before.
-  auto goesBefore = [item](OxAbstractItem* existing) { return comesBefore(item, existing); };
-  const int node = m_lists->raw.insert(item, goesBefore);
+  auto goesBefore = [slot](const Slot* existing) { return comesBefore(*slot, *existing); };
+  const int node = m_lists->raw.insert(slot, goesBefore);
   m_lists->rawNodes.insert(item, node);
-  m_lists->filtered.insert(item, goesBefore);
+  m_lists->filtered.insert(slot, goesBefore);
   m_lists->indexTrigger(item);
   appendForStructData(item);
 }
@@ -115,19 +270,20 @@ void OxData::prepend(OxAbstractItem* item) {
   if (!item)
     return;
   QMutexLocker locker(&m_lock);
+  Slot* slot = m_lists->slotFor(item);
   // Lower bound: before the first item that does not come before the new one.
-  auto goesBefore = [item](OxAbstractItem* existing) { return !comesBefore(existing, item); };
-  const int node = m_lists->raw.insert(item, goesBefore);
+  auto goesBefore = [slot](const Slot* existing) { return !comesBefore(*existing, *slot); };
+  const int node = m_lists->raw.insert(slot, goesBefore);
   m_lists->rawNodes.insert(item, node);
-  m_lists->filtered.insert(item, goesBefore);
+  m_lists->filtered.insert(slot, goesBefore);
   m_lists->indexTrigger(item);
 }
 
 OxAbstractItem* OxData::at(int row, bool filtered) const {
-  const RankedTree<OxAbstractItem*>& list = filtered ? m_lists->filtered : m_lists->raw;
+  const RankedTree<Slot*>& list = filtered ? m_lists->filtered : m_lists->raw;
   if (row < 0 || row >= list.size())
     return nullptr;
-  return list.at(row);
+  return list.at(row)->item;
 }
 
 int OxData::rawDataIndexForItem(const OxAbstractItem* item) const {
@@ -149,7 +305,7 @@ QVariant OxData::sortValue(int row, int column) {
 
 const OxAbstractItem* OxData::layoutItem() const {
   if (!m_lists->raw.empty())
-    return m_lists->raw.at(0);
+    return m_lists->raw.at(0)->item;
   if (m_dataType >= 0 && m_dataType <= 6)
     return &chatPrototype();
   // The built-in apps' lists show their headers while empty too.
@@ -183,7 +339,7 @@ QString OxData::columnName(int column) {
 
 void OxData::clear() {
   QMutexLocker locker(&m_lock);
-  m_lists->raw.forEach([](int, OxAbstractItem* item) { delete item; });
+  Lists::each(m_lists->raw, [](int, OxAbstractItem* item) { delete item; });
   m_lists->clear();
   m_selectedItem = nullptr;
   m_calendarColors.clear();
@@ -214,7 +370,7 @@ int OxData::allCount(int mode) const { return count(mode); }
 
 int OxData::allDeletedCount() const {
   int n = 0;
-  m_lists->raw.forEach([&](int, OxAbstractItem* item) { n += item->flag(OxAbstractItem::ItemDeleted) ? 1 : 0; });
+  Lists::each(m_lists->raw, [&](int, OxAbstractItem* item) { n += item->flag(OxAbstractItem::ItemDeleted) ? 1 : 0; });
   return n;
 }
 
@@ -242,7 +398,7 @@ bool OxData::checkedAll(bool on) const {
   if (m_lists->filtered.empty())
     return !on;
   bool all = true;
-  m_lists->filtered.forEach([&](int, OxAbstractItem* item) {
+  Lists::each(m_lists->filtered, [&](int, OxAbstractItem* item) {
     if (all && checked(item) != on)
       all = false;
   });
@@ -250,7 +406,7 @@ bool OxData::checkedAll(bool on) const {
 }
 
 void OxData::setCheckAll(bool on) {
-  m_lists->filtered.forEach([&](int, OxAbstractItem* item) { setChecked(item, on); });
+  Lists::each(m_lists->filtered, [&](int, OxAbstractItem* item) { setChecked(item, on); });
 }
 
 // ---- recovery selection ----------------------------------------------------
@@ -263,19 +419,19 @@ void OxData::setRecover(OxAbstractItem* item, bool on) {
 }
 
 void OxData::resetRecover(bool on) {
-  m_lists->raw.forEach([&](int, OxAbstractItem* item) { item->setFlag(on, OxAbstractItem::ItemRecover); });
+  Lists::each(m_lists->raw, [&](int, OxAbstractItem* item) { item->setFlag(on, OxAbstractItem::ItemRecover); });
 }
 
 int OxData::recoverCount() const {
   int n = 0;
-  m_lists->filtered.forEach([&](int, OxAbstractItem* item) { n += recover(item) ? 1 : 0; });
+  Lists::each(m_lists->filtered, [&](int, OxAbstractItem* item) { n += recover(item) ? 1 : 0; });
   return n;
 }
 
 QList<int> OxData::recoverList() {
   QList<int> rows;
   if (m_sortColumn == -1) {
-    m_lists->filtered.forEach([&](int row, OxAbstractItem* item) {
+    Lists::each(m_lists->filtered, [&](int row, OxAbstractItem* item) {
       if (recover(item))
         rows.append(row);
     });
@@ -285,7 +441,7 @@ QList<int> OxData::recoverList() {
   QList<Pair> deleted;
   QList<Pair> existing;
   const int column = m_sortColumn;
-  m_lists->filtered.forEach([&](int row, OxAbstractItem* item) {
+  Lists::each(m_lists->filtered, [&](int row, OxAbstractItem* item) {
     if (!recover(item))
       return;
     QVariant key = item->sortValue(column);
@@ -309,7 +465,7 @@ QList<int> OxData::recoverList() {
 
 QList<OxAbstractItem*> OxData::recoverFileList() {
   QList<OxAbstractItem*> items;
-  m_lists->filtered.forEach([&](int, OxAbstractItem* item) {
+  Lists::each(m_lists->filtered, [&](int, OxAbstractItem* item) {
     if (recover(item))
       items.append(item);
   });
@@ -360,14 +516,14 @@ bool OxData::isFilterContinue(OxAbstractItem* item) const {
 
 void OxData::filterUseString(int, const QString& text) {
   QMutexLocker locker(&m_lock);
-  RankedTree<OxAbstractItem*>& view = m_lists->filtered;
+  RankedTree<Slot*>& view = m_lists->filtered;
   view.clear();
-  m_lists->raw.forEach([&](int, OxAbstractItem* item) {
-    if (isFilterContinue(item))
+  m_lists->raw.forEach([&](int, Slot* slot) {
+    if (isFilterContinue(slot->item))
       return;
-    if (!text.isEmpty() && !item->filter(text))
+    if (!text.isEmpty() && !slot->item->filter(text))
       return;
-    view.pushBack(item);
+    view.pushBack(slot);
   });
 }
 
@@ -426,7 +582,7 @@ OxCalendarItem* OxData::getSameTriggerItem(int id) const {
   if (found && found->getTriggerid() == id)
     return found;
   found = nullptr;
-  m_lists->raw.forEach([&](int, OxAbstractItem* item) {
+  Lists::each(m_lists->raw, [&](int, OxAbstractItem* item) {
     auto* event = dynamic_cast<OxCalendarItem*>(item);
     if (!found && event && event->getTriggerid() == id)
       found = event;

@@ -21,7 +21,22 @@ namespace {
 // 2001-01-01T00:00:00Z in seconds since the Unix epoch.
 constexpr qint64 kSeconds1970To2001 = 978307200;
 
-bool isIntegral(int type) {
+bool isIntegral(int type) { return CCommonUtils::isIntegralType(type); }
+
+bool isNumeric(int type) {
+  return isIntegral(type) || type == QMetaType::Double || type == QMetaType::Float;
+}
+
+bool isDate(int type) { return type == QMetaType::QDateTime || type == QMetaType::QDate; }
+
+QDateTime asDateTime(const QVariant& v) {
+  if (v.userType() == QMetaType::QDate)
+    return v.toDate().startOfDay(Qt::UTC);
+  return v.toDateTime();
+}
+} // namespace
+
+bool CCommonUtils::isIntegralType(int type) {
   switch (type) {
   case QMetaType::Bool:
   case QMetaType::Int:
@@ -40,19 +55,6 @@ bool isIntegral(int type) {
     return false;
   }
 }
-
-bool isNumeric(int type) {
-  return isIntegral(type) || type == QMetaType::Double || type == QMetaType::Float;
-}
-
-bool isDate(int type) { return type == QMetaType::QDateTime || type == QMetaType::QDate; }
-
-QDateTime asDateTime(const QVariant& v) {
-  if (v.userType() == QMetaType::QDate)
-    return v.toDate().startOfDay(Qt::UTC);
-  return v.toDateTime();
-}
-} // namespace
 
 QDateTime CCommonUtils::buildDateTimeBase2001(double seconds) {
   if (!std::isfinite(seconds))

@@ -28,6 +28,9 @@ public:
   //  - two strings compare with QString::localeAwareCompare;
   //  - anything else compares by its text, locale-aware.
   static bool itemValueLessThan(const QVariant& a, const QVariant& b);
+  // The meta types that comparison treats as integers (booleans and chars
+  // included); ULongLong is one of them.
+  static bool isIntegralType(int metaType);
 
   // Deletes everything inside the folder (not the folder itself; links are
   // removed, never followed). Refuses, with a logged reason and false, any

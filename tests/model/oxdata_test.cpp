@@ -1,11 +1,15 @@
 #include "model/oxdata.h"
 
 #include "model/oxabstractitem.h"
+#include "model/oxcallhistoryitem.h"
+#include "model/oxsafaribookmarkitem.h"
 #include "model/oxwhatsappitem.h"
+#include "platform/common/commonutils.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <random>
 #include <tuple>
 #include <vector>
@@ -55,24 +59,82 @@ TEST(OxDataOrder, PrependGoesBeforeItsEquals) {
   EXPECT_EQ(names(data, true), QStringLiteral("n p a b"));
 }
 
-// Few distinct dates and some deleted items: many ties, which keep arrival order.
+// The default order as the items state it, compared afresh at every step: the
+// reference the list's own keys must agree with.
+bool referenceOrder(const OxAbstractItem* a, const OxAbstractItem* b) {
+  const bool da = a->flag(OxAbstractItem::ItemDeleted), db = b->flag(OxAbstractItem::ItemDeleted);
+  if (da != db)
+    return da;
+  if (dynamic_cast<const OxWhatsappItem*>(a))
+    return CCommonUtils::itemValueLessThan(b->sortValue(6), a->sortValue(6));
+  if (dynamic_cast<const OxCallHistoryItem*>(a))
+    return CCommonUtils::itemValueLessThan(b->sortValue(2), a->sortValue(2));
+  return QString::localeAwareCompare(a->value(0), b->value(0)) < 0;
+}
+
+// A call whose list key (column 2) is a date, a number of any width, or null
+// or invalid. Dates and numbers never meet in one list: between the two
+// families the order falls back to texts and is not transitive.
+OxAbstractItem* call(std::mt19937& rng, bool dates) {
+  auto* item = new OxCallHistoryItem;
+  const int v = int(rng() % 9) - 4;
+  QVariant key;
+  switch (rng() % 6) {
+  case 0: key = QVariant(); break;
+  case 1: key = dates ? QVariant(QDateTime()) : QVariant(v); break;
+  case 2: key = dates ? QVariant(QDateTime::fromSecsSinceEpoch(v * 86400, Qt::UTC)) : QVariant(qint64(v) << 40); break;
+  case 3: key = dates ? QVariant(QDate(2020, 1, 5 + v)) : QVariant(v + 0.5); break;
+  case 4: key = dates ? QVariant(QDateTime::fromSecsSinceEpoch(1577836800 + v * 43200, Qt::UTC)) : QVariant(quint64(v)); break;
+  default: key = dates ? QVariant(QDateTime()) : QVariant(0xFFFFFFFFFFFFFF00ULL + quint64(v + 4)); break;
+  }
+  item->setSortValue(key, 2);
+  return item;
+}
+
+// Texts that a locale-aware order and a code-unit order place differently:
+// case, accents, composed and decomposed forms, characters beyond 16 bits,
+// control characters, empty texts.
+OxAbstractItem* titled(std::mt19937& rng) {
+  static const char16_t alphabet[] = u"aAbBzZ \u00e9e\u0301\u00c9-_.19\u00df\u0001\uFFFD";
+  QString text;
+  for (int n = int(rng() % 5); n > 0; --n) {
+    if (rng() % 12 == 0)
+      text += QString::fromUtf16(u"\U0001F600");
+    else
+      text += QChar(ushort(alphabet[rng() % (sizeof alphabet / 2 - 1)]));
+  }
+  auto* item = new OxSafariBookmarkItem;
+  item->setValue(text, 0);
+  return item;
+}
+
+// Random arrival with many ties and some deleted items: the list is a stable
+// sort of the arrival sequence, whatever the kinds meet.
 TEST(OxDataOrder, RandomArrivalMatchesAStableSortOfTheArrivalSequence) {
-  std::mt19937 rng(42);
-  {
-    OxData data(0);
-    std::vector<OxWhatsappItem*> expected;
+  struct Row {
+    const char* name;
+    int dataType;
+    std::function<OxAbstractItem*(std::mt19937&)> make;
+  } rows[] = {
+      {"chat dates", 0, [](std::mt19937& rng) { return chat("c", qint64(rng() % 40)); }},
+      {"call dates", 10, [](std::mt19937& rng) { return call(rng, true); }},
+      {"call numbers of every width", 10, [](std::mt19937& rng) { return call(rng, false); }},
+      {"titles", 9, titled},
+  };
+  for (const Row& r : rows) {
+    std::mt19937 rng(42);
+    OxData data(r.dataType);
+    std::vector<OxAbstractItem*> expected;
     for (int i = 0; i < 3000; ++i) {
-      expected.push_back(chat(QByteArray::number(i).constData(), qint64(rng() % 40), rng() % 5 == 0));
+      expected.push_back(r.make(rng));
+      expected.back()->setFlag(rng() % 5 == 0, OxAbstractItem::ItemDeleted);
       data.append(expected.back());
     }
-    std::stable_sort(expected.begin(), expected.end(), [](OxWhatsappItem* a, OxWhatsappItem* b) {
-      const bool da = a->flag(OxAbstractItem::ItemDeleted), db = b->flag(OxAbstractItem::ItemDeleted);
-      return da != db ? da : b->sortValue(6).toDateTime() < a->sortValue(6).toDateTime();
-    });
-    ASSERT_EQ(data.count(0), int(expected.size()));
+    std::stable_sort(expected.begin(), expected.end(), referenceOrder);
+    ASSERT_EQ(data.count(0), int(expected.size())) << r.name;
     for (int row = 0; row < int(expected.size()); ++row) {
-      ASSERT_EQ(data.at(row, false), expected[size_t(row)]) << "row " << row;
-      ASSERT_EQ(data.rawDataIndexForItem(expected[size_t(row)]), row);
+      ASSERT_EQ(data.at(row, false), expected[size_t(row)]) << r.name << ", row " << row;
+      ASSERT_EQ(data.rawDataIndexForItem(expected[size_t(row)]), row) << r.name;
     }
   }
 }
