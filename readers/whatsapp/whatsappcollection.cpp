@@ -8,10 +8,13 @@
 #include "readers/whatsapp/whatsappqueries.h"
 #include "service/progress.h"
 
+#include <QSet>
 #include <QStringList>
-#include <QVector>
 
+#include <algorithm>
+#include <memory>
 #include <utility>
+#include <vector>
 
 namespace {
 // The phone number of a jid: "+" and the part before the first "@".
@@ -37,6 +40,179 @@ void CWhatsappCollection::setSwitches(bool buildChats, bool mediaOnly) {
 
 void CWhatsappCollection::addMediaFile(OxBackup*, const QString&, const QString&, qint64) {}
 
+namespace {
+// Builds the chats while the message rows stream in, so that a row lives only
+// as long as its message takes to build: the records of a million messages and
+// the chats made of them never exist side by side.
+//
+// Everything observable stays as a build over stored rows would give it: each
+// shown session's messages in row order, the chats appended in the session
+// query's order, one progress step per message of a shown chat reported chat by
+// chat at the end (so a refusal keeps the chats before it), 0 per chat.
+class ChatStream {
+public:
+  ChatStream(CWhatsappCollection* collection, const CWAChatSessionQuery& sessions, const CWAChatMemberQuery& members,
+             const CWAMediaQuery& media)
+      : m_collection(collection), m_sessions(sessions), m_members(members), m_media(media) {}
+
+  ~ChatStream() {
+    for (const Chat& c : qAsConst(m_chats))
+      delete c.chat;
+  }
+
+  ChatStream(const ChatStream&) = delete;
+  ChatStream& operator=(const ChatStream&) = delete;
+
+  void add(const WAMessage& record) {
+    ++m_rows;
+    if (record.mediaItem != 0)
+      m_mediaOf.push_back({record.pk, record.mediaItem});
+    if (!m_prepared)
+      prepare();
+    const auto shown = m_shown.constFind(record.chatSession);
+    if (shown == m_shown.constEnd())
+      return; // a hidden or removed chat: its rows are never built
+    Chat& chat = m_chats[record.chatSession];
+    if (!chat.chat)
+      chat.chat = new OxWhatsappChat;
+    ++chat.rows;
+    if (needsParent(record)) {
+      // Its thumbnail may be its parent's, a row that may come later: the
+      // message keeps its place and is filled in once every row is read.
+      auto* msg = new OxWhatsappMsg;
+      chat.chat->addMessage(msg);
+      m_deferred.push_back({msg, record});
+      return;
+    }
+    if (OxWhatsappMsg* msg = m_collection->createMsg(record, nullptr, m_members.members(), m_media.mediaItems(),
+                                                     &m_membersByJid))
+      chat.chat->addMessage(msg);
+  }
+
+  // Appends the chats to list in the session query's order. False when the
+  // sink refused; the chats appended until then stay.
+  bool finish(CIProgressCallback* sub, OxData* list, const CWAProfilePicQuery& pictures) {
+    fillDeferred();
+    if (sub)
+      sub->initRange(100);
+    const double step = (m_rows == 0 || !sub) ? 0.0 : double(sub->range()) / m_rows;
+    const QMap<qint64, QList<WAGroupMember*>>& bySession = m_members.membersBySession();
+    const QMap<QString, QString>& pictureMap = pictures.pictures();
+    for (const WAChatSession* session : m_sessions.sessions()) {
+      if (!session || session->removed != 0)
+        continue;
+      Chat taken = m_chats.take(session->pk);
+      std::unique_ptr<OxWhatsappChat> chat(taken.chat ? taken.chat : new OxWhatsappChat);
+      for (int i = 0; i < taken.rows; ++i)
+        if (!reportTo(sub, step))
+          return false;
+      if (!reportTo(sub, 0))
+        return false;
+
+      QStringList names;
+      QStringList numbers;
+      const auto group = bySession.constFind(session->pk);
+      if (group != bySession.constEnd()) {
+        for (const WAGroupMember* m : *group) {
+          if (m->contactAbId != 0)
+            names << m->contactName + QLatin1Char('(') + numberOf(m->memberJid) + QLatin1Char(')');
+          numbers << numberOf(m->memberJid);
+        }
+      } else {
+        if (session->contactAbId != 0)
+          names << session->partnerName + QLatin1Char('(') + numberOf(session->contactJid) + QLatin1Char(')');
+        numbers << numberOf(session->contactJid);
+      }
+
+      // Newest first: the end of the list, which gives the chat its date and
+      // last content, holds the oldest messages.
+      chat->sortMsg(false);
+
+      ChatItemColumns columns;
+      columns.name = session->partnerName;
+      columns.title = names.isEmpty() ? session->partnerName : names.join(QLatin1Char(','));
+      columns.numbers = numbers.join(QLatin1Char(','));
+      // Picture rows name the file without its extension; the backup holds the
+      // picture as that name plus ".jpg".
+      const auto picture = pictureMap.constFind(session->contactJid);
+      if (picture != pictureMap.constEnd())
+        columns.avatar = m_collection->mediaFilePath(picture.value() + QStringLiteral(".jpg"));
+      if (OxWhatsappItem* item = CChatItemBuilder::createChatItem(chat.release(), columns))
+        list->append(item);
+    }
+    return true;
+  }
+
+private:
+  struct Chat {
+    OxWhatsappChat* chat = nullptr;
+    int rows = 0; // rows read for the chat, shown or not
+  };
+  struct Deferred {
+    OxWhatsappMsg* msg; // in its chat already
+    WAMessage record;
+  };
+
+  // The shown sessions, and the index of group members by jid: the first
+  // member in pk order with that jid names the target of a group event.
+  void prepare() {
+    m_prepared = true;
+    for (const WAChatSession* session : m_sessions.sessions())
+      if (session && session->removed == 0)
+        m_shown.insert(session->pk);
+    for (const WAGroupMember* m : m_members.members())
+      if (m && !m_membersByJid.contains(m->memberJid))
+        m_membersByJid.insert(m->memberJid, m->contactName);
+  }
+
+  // A media message without a thumbnail of its own that has a parent: a
+  // forwarded copy, which borrows the parent's.
+  bool needsParent(const WAMessage& record) const {
+    if (record.parentMessage == 0 || record.messageType == OxWhatsappMsg::MsgSystem ||
+        record.messageType == OxWhatsappMsg::MsgGroupEvent || record.messageType == OxWhatsappMsg::MsgText ||
+        record.messageType == OxWhatsappMsg::MsgContact)
+      return false;
+    const WAMediaItem* item = m_media.mediaItems().value(record.mediaItem, nullptr);
+    return item && item->thumbPath.isEmpty();
+  }
+
+  void fillDeferred() {
+    if (m_deferred.empty())
+      return;
+    // By pk; within one statement a pk names one row.
+    std::stable_sort(m_mediaOf.begin(), m_mediaOf.end(),
+                     [](const std::pair<qint64, qint64>& a, const std::pair<qint64, qint64>& b) { return a.first < b.first; });
+    for (const Deferred& d : m_deferred) {
+      WAMessage parent;
+      const WAMessage* found = nullptr;
+      auto it = std::upper_bound(m_mediaOf.begin(), m_mediaOf.end(), d.record.parentMessage,
+                                 [](qint64 pk, const std::pair<qint64, qint64>& e) { return pk < e.first; });
+      if (it != m_mediaOf.begin() && (it - 1)->first == d.record.parentMessage) {
+        parent.pk = d.record.parentMessage;
+        parent.mediaItem = (it - 1)->second; // the last row of that pk
+        found = &parent;
+      }
+      std::unique_ptr<OxWhatsappMsg> built(m_collection->createMsg(d.record, found, m_members.members(),
+                                                                   m_media.mediaItems(), &m_membersByJid));
+      if (built)
+        *d.msg = *built;
+    }
+  }
+
+  CWhatsappCollection* m_collection;
+  const CWAChatSessionQuery& m_sessions;
+  const CWAChatMemberQuery& m_members;
+  const CWAMediaQuery& m_media;
+  QSet<qint64> m_shown;
+  QHash<QString, QString> m_membersByJid;
+  QHash<qint64, Chat> m_chats;
+  std::vector<Deferred> m_deferred;
+  std::vector<std::pair<qint64, qint64>> m_mediaOf; // (pk, media item) of the rows that have one
+  qint64 m_rows = 0;
+  bool m_prepared = false;
+};
+} // namespace
+
 void CWhatsappCollection::readDatabase(OxBackup* registry, CIProgressCallback* progress, const QString& dbPath) {
   const QStringList files{dbPath.trimmed().isEmpty() ? dbFilePath(QStringLiteral("ChatStorage.sqlite")) : dbPath};
 
@@ -57,6 +233,10 @@ void CWhatsappCollection::readDatabase(OxBackup* registry, CIProgressCallback* p
   CWAMediaQuery media;
   CWAMessageQuery messages;
   CWAProfilePicQuery pictures;
+  const bool building = m_buildChats && registry;
+  ChatStream stream(this, sessions, members, media);
+  if (building)
+    messages.setSink([&stream](const WAMessage& m) { stream.add(m); });
   for (CISQLiteQuery* query :
        std::initializer_list<CISQLiteQuery*>{&sessions, &members, &media, &messages, &pictures}) {
     stage.initRange(100);
@@ -64,111 +244,8 @@ void CWhatsappCollection::readDatabase(OxBackup* registry, CIProgressCallback* p
     if (!stage.finish())
       return;
   }
-  if (m_buildChats && registry)
-    buildChats(&build, registry->getWhatsappMsg(), sessions, members, media, messages, pictures);
-}
-
-void CWhatsappCollection::buildChats(CIProgressCallback* sub, OxData* list, const CWAChatSessionQuery& sessions,
-                                     const CWAChatMemberQuery& members, const CWAMediaQuery& media,
-                                     const CWAMessageQuery& messages, const CWAProfilePicQuery& pictures) {
-  if (!list)
-    return;
-  if (sub)
-    sub->initRange(100);
-  const QList<WAMessage*>& all = messages.messages();
-  const double step = (all.isEmpty() || !sub) ? 0.0 : double(sub->range()) / all.size();
-
-  // Messages arrive ordered by session: one pass cuts the list into runs of
-  // one session each. A session normally has one run; should the rows come in
-  // another order, its runs are visited in list order all the same.
-  QHash<qint64, QVector<std::pair<int, int>>> runs;
-  for (int begin = 0; begin < all.size();) {
-    const qint64 session = all.at(begin)->chatSession;
-    int end = begin + 1;
-    while (end < all.size() && all.at(end)->chatSession == session)
-      ++end;
-    runs[session].append({begin, end});
-    begin = end;
-  }
-  // Group events name their target by jid: the first member in pk order with
-  // that jid gives the name.
-  QHash<QString, QString> membersByJid;
-  for (const WAGroupMember* m : members.members())
-    if (m && !membersByJid.contains(m->memberJid))
-      membersByJid.insert(m->memberJid, m->contactName);
-
-  const QMap<qint64, WAGroupMember*>& memberMap = members.members();
-  const QMap<qint64, WAMediaItem*>& mediaMap = media.mediaItems();
-  // Parents by pk, gathered on the first message that has one.
-  QHash<qint64, const WAMessage*> byPk;
-  auto parentOf = [&](qint64 pk) -> const WAMessage* {
-    if (byPk.isEmpty()) {
-      byPk.reserve(all.size());
-      for (const WAMessage* m : all)
-        byPk.insert(m->pk, m); // a later row of the same pk wins
-    }
-    return byPk.value(pk, nullptr);
-  };
-  const QMap<qint64, QList<WAGroupMember*>>& bySession = members.membersBySession();
-  const QMap<QString, QString>& pictureMap = pictures.pictures();
-
-  for (const WAChatSession* session : sessions.sessions()) {
-    // Chats the user removed are not shown.
-    if (!session || session->removed != 0)
-      continue;
-    auto* chat = new OxWhatsappChat;
-
-    QStringList names;
-    QStringList numbers;
-    const auto group = bySession.constFind(session->pk);
-    if (group != bySession.constEnd()) {
-      for (const WAGroupMember* m : *group) {
-        if (m->contactAbId != 0)
-          names << m->contactName + QLatin1Char('(') + numberOf(m->memberJid) + QLatin1Char(')');
-        numbers << numberOf(m->memberJid);
-      }
-    } else {
-      if (session->contactAbId != 0)
-        names << session->partnerName + QLatin1Char('(') + numberOf(session->contactJid) + QLatin1Char(')');
-      numbers << numberOf(session->contactJid);
-    }
-
-    bool goOn = true;
-    for (const auto& run : runs.value(session->pk)) {
-      for (int i = run.first; goOn && i < run.second; ++i) {
-        if (!reportTo(sub, step)) {
-          goOn = false;
-          break;
-        }
-        const WAMessage* record = all.at(i);
-        const WAMessage* parent = record->parentMessage != 0 ? parentOf(record->parentMessage) : nullptr;
-        if (OxWhatsappMsg* msg = createMsg(*record, parent, memberMap, mediaMap, &membersByJid))
-          chat->addMessage(msg);
-      }
-      if (!goOn)
-        break;
-    }
-    if (!reportTo(sub, 0)) {
-      delete chat;
-      return;
-    }
-
-    // Newest first: the end of the list, which gives the chat its date and
-    // last content, holds the oldest messages.
-    chat->sortMsg(false);
-
-    ChatItemColumns columns;
-    columns.name = session->partnerName;
-    columns.title = names.isEmpty() ? session->partnerName : names.join(QLatin1Char(','));
-    columns.numbers = numbers.join(QLatin1Char(','));
-    // Picture rows name the file without its extension; the backup holds the
-    // picture as that name plus ".jpg".
-    const auto picture = pictureMap.constFind(session->contactJid);
-    if (picture != pictureMap.constEnd())
-      columns.avatar = mediaFilePath(picture.value() + QStringLiteral(".jpg"));
-    if (OxWhatsappItem* item = CChatItemBuilder::createChatItem(chat, columns))
-      list->append(item);
-  }
+  if (building)
+    stream.finish(&build, registry->getWhatsappMsg(), pictures);
 }
 
 OxWhatsappMsg* CWhatsappCollection::createMsg(const WAMessage& message, const WAMessage* parent,

@@ -70,14 +70,12 @@ public:
 
   // Runs the five queries over the database (dbFilePath("ChatStorage.sqlite")
   // when dbPath is blank) and, when all of them finished and the switch is on,
-  // builds the chats into registry->getWhatsappMsg(). The sink may be null.
+  // appends the chats to registry->getWhatsappMsg(): one chat item per visible
+  // session, in the session query's order. The messages are built as their
+  // rows are read (no row outlives its message); the building's share of the
+  // progress reports one step per message and 0 per chat, chat by chat once
+  // the queries are done. The sink may be null.
   void readDatabase(OxBackup* registry, CIProgressCallback* progress, const QString& dbPath);
-
-  // Builds one chat item per visible session, in the session query's order,
-  // and appends it to list. sub reports one step per message and 0 per chat.
-  void buildChats(CIProgressCallback* sub, OxData* list, const CWAChatSessionQuery& sessions,
-                  const CWAChatMemberQuery& members, const CWAMediaQuery& media, const CWAMessageQuery& messages,
-                  const CWAProfilePicQuery& pictures);
 
   // The message of one record, or null for a record that shows nothing
   // (type 10). parent is the record's parent message, or null; membersByJid,

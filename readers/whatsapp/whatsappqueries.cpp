@@ -1,5 +1,7 @@
 #include "readers/whatsapp/whatsappqueries.h"
 
+#include "platform/common/sqlrow.h"
+
 #include <QCoreApplication>
 
 #include <sqlite3.h>
@@ -91,19 +93,24 @@ CWAMessageQuery::CWAMessageQuery() {
 CWAMessageQuery::~CWAMessageQuery() { qDeleteAll(m_messages); }
 
 bool CWAMessageQuery::onRow(sqlite3_stmt* stmt) {
-  auto* m = new WAMessage;
-  m->pk = sqlite3_column_int64(stmt, 0);
-  m->groupEventType = sqlite3_column_int(stmt, 1);
-  m->isFromMe = sqlite3_column_int(stmt, 2);
-  m->messageStatus = sqlite3_column_int(stmt, 3);
-  m->messageType = sqlite3_column_int(stmt, 4);
-  m->chatSession = sqlite3_column_int64(stmt, 5);
-  m->groupMember = sqlite3_column_int64(stmt, 6);
-  m->mediaItem = sqlite3_column_int64(stmt, 7);
-  m->parentMessage = sqlite3_column_int64(stmt, 8);
-  m->messageDate = sqlite3_column_double(stmt, 9);
-  m->text = columnText(stmt, 10);
-  m->toJid = columnText(stmt, 11);
+  WAMessage* m = m_sink ? &m_row : new WAMessage;
+  SqlRow r(stmt);
+  m->pk = r.int64();
+  m->groupEventType = r.integer();
+  m->isFromMe = r.integer();
+  m->messageStatus = r.integer();
+  m->messageType = r.integer();
+  m->chatSession = r.int64();
+  m->groupMember = r.int64();
+  m->mediaItem = r.int64();
+  m->parentMessage = r.int64();
+  m->messageDate = r.real();
+  m->text = r.text();
+  m->toJid = r.text();
+  if (m_sink) {
+    m_sink(*m);
+    return true;
+  }
   m_messages.append(m);
   m_byPkBuilt = false;
   return true;

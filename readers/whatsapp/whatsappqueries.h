@@ -3,7 +3,8 @@
 // the records they fill.
 //
 // Each query puts one SELECT and one COUNT into its lists, keeps one heap record
-// per row and owns it: the records live as long as the query, and the
+// per row (the message query hands its rows to a sink instead when given one)
+// and owns it: the records live as long as the query, and the
 // collection that joins them into chats reads them through the accessors while
 // the query is alive. A table or column missing from the schema at hand leaves
 // the query's containers empty (the failure is logged). A NULL text column
@@ -13,6 +14,8 @@
 #include <QList>
 #include <QMap>
 #include <QString>
+
+#include <functional>
 
 // A chat: one-to-one, group, broadcast list or status feed.
 struct WAChatSession {
@@ -119,6 +122,10 @@ public:
 
   CWAMessageQuery();
   ~CWAMessageQuery() override;
+  // With a sink, each row is handed to it as it is read and nothing is kept
+  // (messages() stays empty): a reader that builds from the rows at once never
+  // holds them all.
+  void setSink(std::function<void(const WAMessage&)> sink) { m_sink = std::move(sink); }
   const QList<WAMessage*>& messages() const { return m_messages; }
   // By pk; a later row of the same pk wins. Built on first use from the list:
   // a million inserts into a tree cost as much as reading the rows, and the
@@ -144,6 +151,8 @@ protected:
   bool onRow(sqlite3_stmt* stmt) override;
 
 private:
+  std::function<void(const WAMessage&)> m_sink;
+  WAMessage m_row; // the row being handed to the sink
   QList<WAMessage*> m_messages;
   mutable QMap<qint64, WAMessage*> m_byPk;
   mutable bool m_byPkBuilt = false;
