@@ -39,6 +39,67 @@ ColumnSpec* TableSpec::column(const QString& name) {
   return i < 0 ? nullptr : &columns[i];
 }
 
+void TableSpec::require(const QString& name, qint64 min, qint64 max) {
+  if (ColumnSpec* c = column(name)) {
+    c->notNull = true;
+    c->hasRange = true;
+    c->min = min;
+    c->max = max;
+  }
+}
+
+QVariant CarvedRow::value(const QString& column) const {
+  const int i = m_table.columnIndex(column);
+  return i < 0 || i >= m_record.values.size() ? QVariant() : m_record.values.at(i);
+}
+
+qint64 CarvedRow::integer(const QString& column) const {
+  const QVariant v = value(column);
+  return v.type() == QVariant::Double ? qint64(v.toDouble()) : v.toLongLong();
+}
+
+double CarvedRow::real(const QString& column) const { return value(column).toDouble(); }
+
+QString CarvedRow::text(const QString& column) const {
+  const QVariant v = value(column);
+  if (v.type() == QVariant::ByteArray)
+    return QString::fromUtf8(v.toByteArray());
+  return v.isNull() ? QString() : v.toString();
+}
+
+void tuneForCoreData(TableSpec& spec, const QString& path) {
+  qint64 maxEntity = 1 << 16;
+  qint64 maxKey = 0;
+  sqlite3* db = nullptr;
+  if (sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(db, "select max(z_ent), max(z_max) from z_primarykey", -1, &stmt, nullptr) == SQLITE_OK &&
+        sqlite3_step(stmt) == SQLITE_ROW && sqlite3_column_type(stmt, 0) != SQLITE_NULL) {
+      maxEntity = sqlite3_column_int64(stmt, 0);
+      maxKey = sqlite3_column_int64(stmt, 1);
+    }
+    sqlite3_finalize(stmt);
+  }
+  sqlite3_close(db);
+  spec.require(QStringLiteral("Z_ENT"), 1, maxEntity);
+  spec.require(QStringLiteral("Z_OPT"), 1, INT_MAX);
+  if (maxKey > 0)
+    spec.maxRowid = maxKey;
+}
+
+QVector<CarvedRecord> carveTable(const QString& path, const QString& table,
+                                 const std::function<void(TableSpec&)>& tune, QString* error, CarveStats* stats) {
+  TableSpec spec = describeTable(path, table, error);
+  if (!spec.isValid())
+    return {};
+  if (tune)
+    tune(spec);
+  SqliteCarver carver;
+  if (!carver.open(path, error))
+    return {};
+  return carver.carve(spec, stats);
+}
+
 TableSpec describeTable(const QString& path, const QString& table, QString* error) {
   TableSpec spec;
   auto fail = [&](const QString& why) {
@@ -346,14 +407,16 @@ public:
     r.from = {ctx.origin, ctx.page, offset, ctx.frame, rebuilt};
     r.age = ctx.age;
     c.payloadKey = key;
-    // A record of nothing but NULLs and zeros tells nothing and is what
-    // zeroed or damaged bytes decode to most easily.
-    bool empty = true;
-    for (int i = 0; i < r.values.size() && empty; ++i) {
+    // A record of (nearly) nothing but NULLs and zeros tells nothing and is
+    // what zeroed or damaged bytes decode to most easily: two values that say
+    // something are asked for (one in a table of fewer than three columns).
+    int telling = 0;
+    for (int i = 0; i < r.values.size(); ++i) {
       const QVariant& v = r.values.at(i);
-      empty = i == m_rowidColumn || v.isNull() || (v.type() == QVariant::LongLong && v.toLongLong() == 0);
+      if (i != m_rowidColumn && !v.isNull() && !(v.type() == QVariant::LongLong && v.toLongLong() == 0))
+        ++telling;
     }
-    if (empty || (m_accept && !m_accept(r)))
+    if (telling < qMin(2, m_n - (m_rowidColumn >= 0 ? 2 : 1)) || telling == 0 || (m_accept && !m_accept(r)))
       return;
     candidates.append(std::move(c));
   }

@@ -28,8 +28,10 @@
 // table: a column count between minColumns and the declared count, every
 // serial type allowed by its column's affinity (below), an INTEGER PRIMARY
 // KEY column stored as NULL, a positive rowid, NOT NULL and range checks, text
-// that is valid in the database's encoding and holds no NUL, and an overflow
-// chain that gives the whole payload. Partial records are never returned.
+// that is valid in the database's encoding and holds no NUL, an overflow
+// chain that gives the whole payload, and at least two values (one in a table
+// of two columns) that are neither NULL nor 0. Partial records are never
+// returned.
 //
 // Affinity rules applied to the stored serial type (stricter than SQLite's
 // own typing, which allows anything anywhere, because a deleted row is only
@@ -82,6 +84,9 @@ struct TableSpec {
 
   int columnIndex(const QString& name) const; // case-insensitive, -1 when absent
   ColumnSpec* column(const QString& name);    // null when absent
+  // Tightens a column the table has (nothing when it lacks it): not NULL,
+  // and an integer in [min, max].
+  void require(const QString& column, qint64 min, qint64 max);
   bool isValid() const { return rootPage > 0 && !columns.isEmpty(); }
 };
 
@@ -148,6 +153,37 @@ public:
 private:
   struct Impl;
   Impl* d;
+};
+
+// A table of a Core Data store (Z_PK, Z_ENT, Z_OPT): Z_ENT and Z_OPT are
+// never NULL, Z_ENT is one of the store's entity numbers and no key exceeds
+// the largest one the store ever handed out (Z_PRIMARYKEY's Z_MAX), read from
+// the database at path. Without Z_PRIMARYKEY only the NULL checks apply.
+void tuneForCoreData(TableSpec& spec, const QString& path);
+
+// The whole run for one table: describe it, let `tune` tighten the spec
+// (keys, ranges), open the files and carve. Empty, with the reason in *error,
+// when the database or the table cannot be read.
+QVector<CarvedRecord> carveTable(const QString& path, const QString& table,
+                                 const std::function<void(TableSpec&)>& tune = {}, QString* error = nullptr,
+                                 CarveStats* stats = nullptr);
+
+// A carved record read by column name, the way a query reads its row: a
+// missing column or a NULL reads as 0 or an empty text; a blob read as text
+// is taken as UTF-8.
+class CarvedRow {
+public:
+  CarvedRow(const TableSpec& table, const CarvedRecord& record) : m_table(table), m_record(record) {}
+  QVariant value(const QString& column) const;
+  bool isNull(const QString& column) const { return value(column).isNull(); }
+  qint64 integer(const QString& column) const;
+  double real(const QString& column) const;
+  QString text(const QString& column) const;
+  bool has(const QString& column) const { return m_table.columnIndex(column) >= 0; }
+
+private:
+  const TableSpec& m_table;
+  const CarvedRecord& m_record;
 };
 
 } // namespace sqlitecarve
