@@ -4,6 +4,10 @@
 #   make test   set-up, build, and every test, plain and with ASan/UBSan
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
+# The tests that run threads against each other, for ThreadSanitizer.
+TSAN_TARGETS ?= test_service_threads test_service
+TSAN_TESTS   ?= ServiceThreads|ServiceTest
 JOBS       ?= $(shell nproc)
 CMAKE_GEN  := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
 # Tests that use Qt's GUI classes run without a display, also when the build
@@ -11,7 +15,7 @@ CMAKE_GEN  := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
 export QT_QPA_PLATFORM ?= offscreen
 CTEST_ARGS ?= --output-on-failure -j $(JOBS) --timeout 600
 
-.PHONY: all setup build build-asan demo test test-plain test-asan bench format clean
+.PHONY: all setup build build-asan build-tsan demo test test-plain test-asan test-tsan bench format clean
 
 all: build
 
@@ -23,6 +27,9 @@ $(BUILD)/CMakeCache.txt: | setup
 
 $(ASAN_BUILD)/CMakeCache.txt: | setup
 	cmake -S . -B $(ASAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DSHERD_SANITIZE=ON
+
+$(TSAN_BUILD)/CMakeCache.txt: | setup
+	cmake -S . -B $(TSAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DSHERD_TSAN=ON -DSHERD_BUILD_BENCH=OFF
 
 build: setup $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j $(JOBS)
@@ -46,6 +53,15 @@ test-asan: build-asan
 	cd $(ASAN_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 	  LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp:print_suppressions=0 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest $(CTEST_ARGS)
+
+build-tsan: setup $(TSAN_BUILD)/CMakeCache.txt
+	cmake --build $(TSAN_BUILD) -j $(JOBS) --target $(TSAN_TARGETS)
+
+# ThreadSanitizer over the threaded tests only: a whole build would double
+# the time of CI for code that runs on one thread.
+test-tsan: build-tsan
+	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+	  ctest $(CTEST_ARGS) -R '$(TSAN_TESTS)'
 
 bench: build
 	@for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && "$$b" || exit 1; done

@@ -27,6 +27,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <memory>
 
 class OxBackup;
@@ -79,7 +80,7 @@ private:
   bool m_msgCountCached = false;
   bool m_otherCountCached = false;
   MobileBackup* m_mobileBackup = nullptr;
-  bool m_shutdown = false;
+  std::atomic<bool> m_shutdown{false}; // set from the host's thread, read by the loading one
   QMap<QString, QString> m_contactToName;
   QMap<int, QString> m_idToName;
   bool m_hostFlag;
