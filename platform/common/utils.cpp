@@ -1,6 +1,7 @@
 #include "platform/common/utils.h"
 
 #include "platform/common/log.h"
+#include "platform/common/tempguard.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -42,13 +43,16 @@ struct TempRoot {
     if (base.isEmpty())
       base = QDir::tempPath();
     QDir().mkpath(base);
-    dir = std::make_unique<QTemporaryDir>(QDir(base).absoluteFilePath(QStringLiteral("sherd-XXXXXX")));
+    TempGuard::sweepStale(base);
+    // QTemporaryDir makes the folder owner-only (0700).
+    dir = std::make_unique<QTemporaryDir>(QDir(base).absoluteFilePath(TempGuard::rootPrefix() + QStringLiteral("XXXXXX")));
     if (!dir->isValid()) {
       Log("Utils", 0, "cannot create the temporary root under %s: %s", qPrintable(base),
           qPrintable(dir->errorString()));
       return;
     }
     path = QFileInfo(dir->path()).canonicalFilePath();
+    TempGuard::install(path);
     if (!path.endsWith(QLatin1Char('/')))
       path += QLatin1Char('/');
   }

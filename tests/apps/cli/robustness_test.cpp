@@ -16,6 +16,8 @@
 
 #include <random>
 
+#include <signal.h>
+
 namespace {
 const QString kPassword = QStringLiteral("s3cret");
 
@@ -143,7 +145,7 @@ TEST(Robustness, DamagedCopiesEndInAMessageNeverACrash) {
   std::mt19937 random(20261125); // the same copies on every run
   const int copies = qEnvironmentVariableIntValue("SHERD_SWEEP_COPIES") > 0
                          ? qEnvironmentVariableIntValue("SHERD_SWEEP_COPIES")
-                         : 120;
+                         : 60;
   QTemporaryDir work;
   for (int i = 0; i < copies; ++i) {
     const QString copy = QDir(work.path()).filePath(QStringLiteral("copy%1").arg(i));
@@ -183,5 +185,35 @@ TEST(Robustness, DamagedCopiesEndInAMessageNeverACrash) {
     }
     EXPECT_EQ(fixture::folderChecksum(copy), before) << "the damaged copy was changed";
     QDir(copy).removeRecursively();
+  }
+}
+
+TEST(Robustness, AnInterruptedLoadLeavesNoTemporaryFolder) {
+  QTemporaryDir temp;
+  const QDir tempDir(temp.path());
+  for (int sig : {SIGINT, SIGTERM, SIGHUP}) {
+    SCOPED_TRACE(sig);
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("SHERD_TEMP"), temp.path());
+    p.setProcessEnvironment(env);
+    p.setStandardInputFile(QProcess::nullDevice());
+    p.start(QStringLiteral(SHERD_EXE), {QStringLiteral("dump"), Samples::encrypted, QStringLiteral("--password"),
+                                        kPassword});
+    ASSERT_TRUE(p.waitForStarted());
+    // The decrypted manifest is the first thing the load writes: wait for it.
+    bool decrypting = false;
+    for (int i = 0; i < 6000 && !decrypting && p.state() == QProcess::Running; ++i) {
+      for (const QString& root : tempDir.entryList({QStringLiteral("sherd-*")}, QDir::Dirs))
+        decrypting = decrypting || !QDir(tempDir.filePath(root)).isEmpty();
+      if (!decrypting)
+        p.waitForFinished(10);
+    }
+    ASSERT_TRUE(decrypting) << "the load ended before it wrote a temporary file";
+    ::kill(pid_t(p.processId()), sig);
+    ASSERT_TRUE(p.waitForFinished(60000));
+    EXPECT_EQ(p.exitStatus(), QProcess::CrashExit); // ended by the signal
+    EXPECT_TRUE(tempDir.entryList({QStringLiteral("sherd-*")}, QDir::Dirs).isEmpty())
+        << qPrintable(tempDir.entryList().join(QLatin1Char(' ')));
   }
 }
