@@ -4,10 +4,12 @@
 #include "samples/apps/callhistory.h"
 #include "samples/apps/kik.h"
 #include "samples/apps/line.h"
+#include "samples/apps/messenger.h"
 #include "samples/apps/notes.h"
 #include "samples/apps/qq.h"
 #include "samples/apps/safari.h"
 #include "samples/apps/wechat.h"
+#include "samples/apps/viber.h"
 #include "samples/apps/whatsapp.h"
 
 namespace fixture {
@@ -18,7 +20,8 @@ QList<StoredFile> sampleFiles() {
                 QByteArray("bplist00"))
         << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Caches/empty.log"), QByteArray());
   return files + sampleWhatsappFiles() + notes::sampleNoteFiles() + sampleCalendarFiles() + sampleSafariFiles() +
-         sampleCallHistoryFiles() + sampleKikFiles() + sampleLineFiles() + sampleWechatFiles() + sampleQQFiles();
+         sampleCallHistoryFiles() + sampleKikFiles() + sampleLineFiles() + sampleViberFiles() +
+         sampleMessengerFiles() + sampleWechatFiles() + sampleQQFiles();
 }
 
 bool writeSampleBackup(const QString& folder, const QString& password, QString* error) {

@@ -9,6 +9,8 @@
 #include "readers/whatsapp/whatsappitunescollection.h"
 #include "readers/messengers/kik/kikitunescollection.h"
 #include "readers/messengers/line/lineitunescollection.h"
+#include "readers/messengers/messenger/messengeritunescollection.h"
+#include "readers/messengers/viber/viberitunescollection.h"
 #include "readers/messengers/qq/qqitunescollection.h"
 #include "readers/messengers/wechat/weixinitunescollection.h"
 #include "readers/ios/callhistory/calllistcollection.h"
@@ -118,6 +120,20 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     line.load(m_mobileBackup);
     break;
   }
+  case 3: {
+    CViberiTunesCollection viber(m_backup);
+    viber.setSwitches(true, false);
+    viber.setProgress(nullptr);
+    viber.load(m_mobileBackup);
+    break;
+  }
+  case 4: {
+    CMessengeriTunesCollection messenger(m_backup);
+    messenger.setSwitches(true, false);
+    messenger.setProgress(nullptr);
+    messenger.load(m_mobileBackup);
+    break;
+  }
   case 5: {
     CWeixiniTunesCollection wechat(m_backup);
     wechat.setSwitches(true, false);
@@ -170,9 +186,17 @@ bool WhatsappService::loadWhatsappOnly(int type) {
       reader.setProgress(nullptr);
       reader.load(m_mobileBackup);
     }
-    CVoiceMailCollection voicemail(calls);
-    voicemail.setProgress(nullptr);
-    voicemail.load(m_mobileBackup);
+    {
+      CVoiceMailCollection voicemail(calls);
+      voicemail.setProgress(nullptr);
+      voicemail.load(m_mobileBackup);
+    }
+    // Viber's own calls, under their layer; its chats are type 3.
+    CViberiTunesCollection viber(m_backup);
+    viber.setSwitches(false, false);
+    viber.setCallList(calls);
+    viber.setProgress(nullptr);
+    viber.load(m_mobileBackup);
     break;
   }
   default:

@@ -120,14 +120,14 @@ void showSafari(const QString& folder) {
   }
 }
 
-// The sample's WhatsApp chats, newest first, each with its messages (newest
-// first, as the chat holds them).
-void showWhatsapp(const QString& folder) {
+// The sample's chats of one app, newest first, each with its messages in the
+// order the chat holds them.
+void showChats(const QString& folder, int type, const char* title) {
   WhatsappService service(folder, false);
-  OxData* chats = loadOne(service, folder, 0);
+  OxData* chats = loadOne(service, folder, type);
   if (!chats)
     return;
-  std::printf("\nWhatsApp:\n");
+  std::printf("\n%s:\n", title);
   for (int row = 0; row < chats->count(0); ++row) {
     const auto* chat = static_cast<const OxWhatsappItem*>(chats->at(row, false));
     std::printf("  %-18s %-28s %-19s %s\n", qPrintable(chat->value(0)), qPrintable(chat->value(1)),
@@ -190,7 +190,9 @@ int runDemo(const QStringList& args) {
     scanArgs << QStringLiteral("--password") << password;
   const int rc = runScan(scanArgs << folder);
   if (rc == ExitOk && password.isEmpty()) {
-    showWhatsapp(folder);
+    showChats(folder, 0, "WhatsApp");
+    showChats(folder, 3, "Viber");
+    showChats(folder, 4, "Messenger");
     showNotes(folder, notePassword);
     showCalls(folder);
     showCalendar(folder);

@@ -46,3 +46,9 @@ OxWhatsappItem* CChatItemBuilder::createChatItem(OxWhatsappChat* chat, const Cha
     item->setShowLastMes(true);
   return item;
 }
+
+QString CChatItemBuilder::locationText(double latitude, double longitude, const QString& address) {
+  const QString coordinates =
+      QStringLiteral("%1, %2").arg(QString::number(latitude, 'f', 6), QString::number(longitude, 'f', 6));
+  return address.isEmpty() ? coordinates : QStringLiteral("%1 (%2)").arg(address, coordinates);
+}

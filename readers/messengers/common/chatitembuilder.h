@@ -47,6 +47,10 @@ public:
   // "yyyy-MM-dd HH:mm:ss"; empty for a null date.
   static QString lastDateText(const QDateTime& date);
 
+  // The text of a shared location: "lat, lon" with six decimals, after the
+  // address in the form "address (lat, lon)" when there is one.
+  static QString locationText(double latitude, double longitude, const QString& address);
+
   // A new chat item over the chat (which it owns from now on), with the
   // columns above, its size computed. Null only when the item cannot be
   // allocated; the chat is then deleted.

@@ -4,6 +4,7 @@
 #include "platform/common/utils.h"
 
 #include <QDateTime>
+#include <QFileInfo>
 #include <QLocale>
 
 void MessengerFiles::insert(const QString& key, int index, const BackupFileRecord& record) {
@@ -42,4 +43,20 @@ QString MessengerFiles::mediaFileName(quint32 modified, int type) {
   // Types without an extension keep the bare point.
   const QString ext = type == 1 ? QStringLiteral("jpg") : type == 2 ? QStringLiteral("MOV") : QString();
   return QStringLiteral("%1.%2").arg(QLocale::system().toString(date, QLocale::ShortFormat), ext);
+}
+
+int MessengerFiles::typeOfFileName(const QString& name) {
+  static const QStringList pictures{QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("png"),
+                                    QStringLiteral("heic"), QStringLiteral("gif"), QStringLiteral("webp")};
+  static const QStringList videos{QStringLiteral("mp4"), QStringLiteral("mov"), QStringLiteral("m4v")};
+  static const QStringList sounds{QStringLiteral("m4a"), QStringLiteral("aac"), QStringLiteral("mp3"),
+                                  QStringLiteral("wav"), QStringLiteral("ogg"), QStringLiteral("opus")};
+  const QString ext = QFileInfo(name).suffix().toLower();
+  if (pictures.contains(ext))
+    return 1;
+  if (videos.contains(ext))
+    return 2;
+  if (sounds.contains(ext))
+    return 3;
+  return 8;
 }

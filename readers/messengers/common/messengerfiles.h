@@ -51,6 +51,10 @@ public:
   const QMap<QString, MessengerFileEntry>& map() const { return m_files; }
   int size() const { return m_files.size(); }
 
+  // The message type a file name's extension suggests: 1 picture, 2 video,
+  // 3 sound, 8 any other file.
+  static int typeOfFileName(const QString& name);
+
   // The path with a leading "/" (unchanged when it has one).
   static QString slashed(const QString& path);
 

@@ -33,7 +33,7 @@
 //  - Progress: the six queries report a twelfth of the sink's range each, the
 //    chat building half of it. A sink that answers false stops the load; the
 //    chats appended so far stay.
-#include "readers/messengers/common/messengercollection.h"
+#include "readers/messengers/common/chatappcollection.h"
 
 #include <QMap>
 #include <QString>
@@ -50,7 +50,7 @@ class OxWhatsappMsg;
 struct KikAttachment;
 struct KikMessage;
 
-class CKikCollection : public CMessengerCollection {
+class CKikCollection : public CChatAppCollection {
 public:
   CKikCollection();
   ~CKikCollection() override;

@@ -28,7 +28,7 @@
 // Progress: the five queries report a tenth of the sink's range each, the
 // chat building half of it. A sink that answers false stops the load; the
 // chats appended so far stay.
-#include "readers/messengers/common/messengercollection.h"
+#include "readers/messengers/common/chatappcollection.h"
 
 #include <QDateTime>
 #include <QString>
@@ -44,7 +44,7 @@ class OxData;
 class OxWhatsappMsg;
 struct LineMessage;
 
-class CLineCollection : public CMessengerCollection {
+class CLineCollection : public CChatAppCollection {
 public:
   CLineCollection();
   ~CLineCollection() override;

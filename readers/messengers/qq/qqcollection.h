@@ -23,9 +23,9 @@
 //   or a shared contact); 332 a recalled message (a system line); any other
 //   type shows its content, with the file its GUID names when there is one.
 //
-// The file hooks of CMessengerCollection name files relative to the app's
+// The file hooks of CChatAppCollection name files relative to the app's
 // container; the base folder is the account's "Documents/contents/<number>/".
-#include "readers/messengers/common/messengercollection.h"
+#include "readers/messengers/common/chatappcollection.h"
 
 #include <QString>
 
@@ -39,7 +39,7 @@ class OxData;
 class OxWhatsappMsg;
 struct QQMessage;
 
-class CQQCollection : public CMessengerCollection {
+class CQQCollection : public CChatAppCollection {
 public:
   CQQCollection();
   ~CQQCollection() override;

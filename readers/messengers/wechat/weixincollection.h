@@ -21,7 +21,7 @@
 //
 // Progress: each account has an equal share, each chat of it an equal step;
 // a sink that answers false stops the load, the chats appended so far stay.
-#include "readers/messengers/common/messengercollection.h"
+#include "readers/messengers/common/chatappcollection.h"
 
 class CIProgressCallback;
 class OxBackup;
@@ -32,7 +32,7 @@ class WxFileSource;
 struct WxChat;
 struct WxMsg;
 
-class CWeixinCollection : public CMessengerCollection {
+class CWeixinCollection : public CChatAppCollection {
 public:
   CWeixinCollection();
   ~CWeixinCollection() override;

@@ -1,5 +1,5 @@
 #pragma once
-// CMessengerCollection: what the Kik and Line chat builders have in common
+// CChatAppCollection: what the chat builders of the messenger apps have in common
 // before their databases differ.
 //
 // A chat builder knows nothing of backups: where its database and its files
@@ -14,10 +14,10 @@
 // container and ending in "/", that the app's other files are named from.
 #include <QString>
 
-class CMessengerCollection {
+class CChatAppCollection {
 public:
-  CMessengerCollection();
-  virtual ~CMessengerCollection();
+  CChatAppCollection();
+  virtual ~CChatAppCollection();
 
   // Local path of a readable copy of the named database file, or empty.
   virtual QString dbFilePath(const QString& name);
@@ -36,8 +36,8 @@ public:
   void setBaseFolder(const QString& folder) { m_baseFolder = folder; }
 
 private:
-  CMessengerCollection(const CMessengerCollection&) = delete;
-  CMessengerCollection& operator=(const CMessengerCollection&) = delete;
+  CChatAppCollection(const CChatAppCollection&) = delete;
+  CChatAppCollection& operator=(const CChatAppCollection&) = delete;
 
   bool m_buildChats = true;
   bool m_mediaOnly = true;
