@@ -47,3 +47,11 @@ QString SqlSchema::selectFrom(const QString& table, const QStringList& columns, 
     sql += QLatin1Char(' ') + tail;
   return sql;
 }
+
+QString SqlSchema::orderBy(const QString& table, const QStringList& columns) const {
+  QStringList present;
+  for (const QString& c : columns)
+    if (hasColumn(table, c.section(QLatin1Char(' '), 0, 0))) // "zdate desc" names zdate
+      present << c;
+  return present.isEmpty() ? QString() : QStringLiteral("order by ") + present.join(QStringLiteral(", "));
+}

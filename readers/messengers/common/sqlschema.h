@@ -28,6 +28,10 @@ public:
   // itself is missing every column is named as given.
   QString selectFrom(const QString& table, const QStringList& columns, const QString& tail = QString()) const;
 
+  // "order by c1, c2..." over the columns the table has, in that order (a
+  // column may carry " desc"); empty when it has none of them.
+  QString orderBy(const QString& table, const QStringList& columns) const;
+
 private:
   QHash<QString, QSet<QString>> m_columns; // lower-case table -> lower-case columns
 };

@@ -80,7 +80,7 @@ CFbMessageQuery::CFbMessageQuery(const SqlSchema& schema) {
   m_sqls << schema.selectFrom(table,
                               {QStringLiteral("message_id"), QStringLiteral("thread_key"), QStringLiteral("sender_id"),
                                QStringLiteral("text"), QStringLiteral("timestamp_ms"), QStringLiteral("is_unsent")},
-                              QStringLiteral("order by timestamp_ms"));
+                              schema.orderBy(table, {QStringLiteral("timestamp_ms")}));
   m_countSqls << countOf(table);
 }
 
@@ -177,7 +177,7 @@ COrcaMessageQuery::COrcaMessageQuery(const SqlSchema& schema, COrcaThreadQuery* 
                               {QStringLiteral("msg_id"), QStringLiteral("thread_key"), QStringLiteral("text"),
                                QStringLiteral("sender"), QStringLiteral("timestamp_ms"), QStringLiteral("attachments"),
                                QStringLiteral("coordinates")},
-                              QStringLiteral("order by timestamp_ms"));
+                              schema.orderBy(QStringLiteral("messages"), {QStringLiteral("timestamp_ms")}));
   m_countSqls << countOf(QStringLiteral("messages"));
 }
 

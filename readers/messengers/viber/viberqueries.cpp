@@ -47,7 +47,7 @@ void CViberContactQuery::addPhones(const QHash<qint64, QString>& phones) {
 CViberPhoneQuery::CViberPhoneQuery(const SqlSchema& schema) {
   m_sqls << schema.selectFrom(QStringLiteral("zphonenumber"),
                               {QStringLiteral("zmember"), QStringLiteral("zcanonizedphonenum"), QStringLiteral("zphone")},
-                              QStringLiteral("order by z_pk"));
+                              schema.orderBy(QStringLiteral("zphonenumber"), {QStringLiteral("z_pk")}));
   m_countSqls << countOf(QStringLiteral("zphonenumber"));
 }
 
@@ -65,7 +65,7 @@ CViberConversationQuery::CViberConversationQuery(const SqlSchema& schema) {
   m_sqls << schema.selectFrom(QStringLiteral("zconversation"),
                               {QStringLiteral("z_pk"), QStringLiteral("zname"), QStringLiteral("zinterlocutor"),
                                QStringLiteral("zbeingdeleted")},
-                              QStringLiteral("order by z_pk"));
+                              schema.orderBy(QStringLiteral("zconversation"), {QStringLiteral("z_pk")}));
   m_countSqls << countOf(QStringLiteral("zconversation"));
 }
 
@@ -126,7 +126,7 @@ CViberMessageQuery::CViberMessageQuery(const SqlSchema& schema) {
        QStringLiteral("zdate"), QStringLiteral("zstate"), QStringLiteral("ztext"), QStringLiteral("zsystemtype"),
        QStringLiteral("zattachment"), QStringLiteral("zlocation"), QStringLiteral("zbeingdeleted"),
        QStringLiteral("zcalltype"), QStringLiteral("zcallduration"), QStringLiteral("zmetadata")},
-      QStringLiteral("order by zdate, z_pk"));
+      schema.orderBy(QStringLiteral("zvibermessage"), {QStringLiteral("zdate"), QStringLiteral("z_pk")}));
   m_countSqls << countOf(QStringLiteral("zvibermessage"));
 }
 
@@ -157,7 +157,7 @@ CViberCallQuery::CViberCallQuery(const SqlSchema& schema) {
   m_sqls << schema.selectFrom(QStringLiteral("zrecent"),
                               {QStringLiteral("zdate"), QStringLiteral("zduration"), QStringLiteral("zcalltype"),
                                QStringLiteral("zrecentsline"), QStringLiteral("zcalllogmessage")},
-                              QStringLiteral("order by zdate desc"));
+                              schema.orderBy(QStringLiteral("zrecent"), {QStringLiteral("zdate desc")}));
   m_countSqls << countOf(QStringLiteral("zrecent"));
 }
 
