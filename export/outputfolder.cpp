@@ -135,8 +135,7 @@ OutputFolder::Stored OutputFolder::storeFile(const QString& source, const QStrin
     stored.duplicate = true;
     return stored;
   }
-  QFile in(source);
-  if (source.isEmpty() || !in.open(QIODevice::ReadOnly)) {
+  if (source.isEmpty() || !QFileInfo(source).isFile()) {
     stored.error = QStringLiteral("missing from the backup");
     return stored;
   }
@@ -145,53 +144,64 @@ OutputFolder::Stored OutputFolder::storeFile(const QString& source, const QStrin
     return stored;
   }
   const QString relative = reserve(relativeFolder, wanted);
-  const QString target = absolute(relative);
-  QFile out(target);
-  if (target.isEmpty() || !out.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
-    stored.error = QStringLiteral("cannot write ") + relative + QStringLiteral(": ") + out.errorString();
+  QByteArray digest;
+  stored.error = copyInto(source, relative, modified, &digest);
+  if (!stored.error.isEmpty())
     return stored;
-  }
-  QCryptographicHash hash(QCryptographicHash::Sha1);
-  QByteArray buffer(256 * 1024, Qt::Uninitialized);
-  qint64 total = 0;
-  bool ok = true;
-  for (;;) {
-    const qint64 n = in.read(buffer.data(), buffer.size());
-    if (n < 0) {
-      ok = false;
-      stored.error = QStringLiteral("cannot read the file: ") + in.errorString();
-      break;
-    }
-    if (n == 0)
-      break;
-    hash.addData(buffer.constData(), int(n));
-    if (out.write(buffer.constData(), n) != n) {
-      ok = false;
-      stored.error = QStringLiteral("cannot write ") + relative + QStringLiteral(": ") + out.errorString();
-      break;
-    }
-    total += n;
-  }
-  out.close();
-  const QByteArray digest = QByteArray::number(total) + ':' + hash.result();
-  const auto same = ok ? m_byDigest.constFind(digest) : m_byDigest.constEnd();
-  if (!ok || same != m_byDigest.constEnd()) {
-    // Our own partial or second copy: it goes, and its name stays taken.
-    QFile::remove(target);
-    if (!ok)
-      return stored;
+  const auto same = m_byDigest.constFind(digest);
+  if (same != m_byDigest.constEnd()) {
+    // Our own second copy: it goes, and its name stays taken.
+    QFile::remove(absolute(relative));
     stored.relativePath = *same;
     stored.duplicate = true;
     m_bySource.insert(source, *same);
     return stored;
   }
-  if (modified.isValid() && out.open(QIODevice::ReadWrite)) {
-    out.setFileTime(modified, QFileDevice::FileModificationTime);
-    out.close();
-  }
   m_byDigest.insert(digest, relative);
   m_bySource.insert(source, relative);
   stored.relativePath = relative;
   return stored;
+}
+QString OutputFolder::copyInto(const QString& source, const QString& relativePath, const QDateTime& modified,
+                               QByteArray* digest) {
+  QFile in(source);
+  if (!in.open(QIODevice::ReadOnly))
+    return QStringLiteral("missing from the backup");
+  const QString target = absolute(relativePath);
+  QFile out(target);
+  if (target.isEmpty() || !out.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+    return QStringLiteral("cannot write ") + relativePath + QStringLiteral(": ") + out.errorString();
+  QCryptographicHash hash(QCryptographicHash::Sha1);
+  QByteArray buffer(256 * 1024, Qt::Uninitialized);
+  qint64 total = 0;
+  QString error;
+  for (;;) {
+    const qint64 n = in.read(buffer.data(), buffer.size());
+    if (n < 0) {
+      error = QStringLiteral("cannot read the file: ") + in.errorString();
+      break;
+    }
+    if (n == 0)
+      break;
+    if (digest)
+      hash.addData(buffer.constData(), int(n));
+    if (out.write(buffer.constData(), n) != n) {
+      error = QStringLiteral("cannot write ") + relativePath + QStringLiteral(": ") + out.errorString();
+      break;
+    }
+    total += n;
+  }
+  out.close();
+  if (!error.isEmpty()) {
+    QFile::remove(target); // our own partial copy
+    return error;
+  }
+  if (modified.isValid() && out.open(QIODevice::ReadWrite)) {
+    out.setFileTime(modified, QFileDevice::FileModificationTime);
+    out.close();
+  }
+  if (digest)
+    *digest = QByteArray::number(total) + ':' + hash.result();
+  return QString();
 }
 } // namespace exporting

@@ -53,6 +53,12 @@ public:
   Stored storeFile(const QString& source, const QString& relativeFolder, const QString& wanted,
                    const QDateTime& modified);
 
+  // Copies source to the reserved relative path as it is (no test for
+  // duplicates), with the modification time when valid. Empty on success,
+  // else why not; a partial copy is removed.
+  QString copyInto(const QString& source, const QString& relativePath, const QDateTime& modified,
+                   QByteArray* digest = nullptr);
+
 private:
   bool taken(const QString& relativeFolder, const QString& name) const;
 

@@ -23,4 +23,6 @@ int runList(const QStringList& args);
 int runScan(const QStringList& args);
 int runDump(const QStringList& args);
 int runExport(const QStringList& args);
+int runFiles(const QStringList& args);
+int runExtract(const QStringList& args);
 } // namespace cli

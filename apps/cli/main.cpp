@@ -16,6 +16,8 @@ const cli::Command kCommands[] = {
     {"scan", "Load a backup and print what each data type holds", &cli::runScan},
     {"dump", "Load a backup and write its lists as JSON", &cli::runDump},
     {"export", "Load a backup and write its data, media included, into a folder", &cli::runExport},
+    {"files", "List a backup's files with their domains, sizes and dates", &cli::runFiles},
+    {"extract", "Write a backup's files into a folder, decrypted", &cli::runExtract},
 };
 
 void printUsage(FILE* out) {

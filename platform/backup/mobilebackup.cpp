@@ -496,6 +496,7 @@ BackupFileRecord MobileBackup::fileAt(int index) const {
   r.modified = e.modified;
   r.size = e.size();
   r.fileId = Manifest::fileIdText(e.fileId);
+  r.protectionClass = e.protectionClass;
   return r;
 }
 

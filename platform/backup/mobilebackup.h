@@ -47,6 +47,7 @@ struct SHERD_EXPORT BackupFileRecord {
   quint32 modified = 0; // modification time, Unix seconds
   qint64 size = 0;      // bytes; for a decrypted file, its decrypted length
   QString fileId;       // name of the stored file (40 hex digits)
+  int protectionClass = 0; // the data-protection class the device gave the file (0 when not recorded)
 
   bool isNull() const { return fileId.isEmpty(); }
   // The last component of the relative path.
