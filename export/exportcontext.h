@@ -15,6 +15,7 @@
 #include <functional>
 
 class OxAbstractItem;
+class OxBackup;
 
 namespace exporting {
 // A document of the export, for the index.
@@ -122,6 +123,6 @@ void writeSafari(ExportContext& ctx, const ItemList& items, Walk& walk);
 void writeCalls(ExportContext& ctx, const ItemList& items, Walk& walk);
 // sherd.json: the dump's schema over the written items, paths relative to the
 // output folder.
-void writeJson(ExportContext& ctx, const ExportSummary& summary, const QString& backupName, const QList<int>& types,
+void writeJson(ExportContext& ctx, OxBackup& registry, const QString& backupName, const QList<int>& types,
                const QList<ItemList>& chosen);
 } // namespace exporting

@@ -223,7 +223,7 @@ ExportSummary CExporter::run(const ExportOptions& options, CIProgressCallback* p
                              : m_backup                    ? QFileInfo(m_backup->path()).fileName()
                                                            : QString();
   if (options.formats & ExportOptions::FormatJson)
-    writeJson(ctx, summary, backupName, types, chosen);
+    writeJson(ctx, *m_registry, backupName, types, chosen);
   if (options.formats & ExportOptions::FormatHtml) {
     writeIndex(out, backupName, documents, summary);
     summary.indexPath = out.absolute(QStringLiteral("index.html"));

@@ -60,10 +60,10 @@ QString safeFileName(const QString& text, const QString& fallback, int maxChars)
   QString name;
   name.reserve(text.size());
   for (const QChar c : text) {
-    if (droppedChar(c) && !c.isSurrogate())
-      continue;
     if (c.isSpace())
       name.append(QLatin1Char(' '));
+    else if (droppedChar(c) && !c.isSurrogate())
+      continue;
     else if (refusedChar(c))
       name.append(QLatin1Char('_'));
     else

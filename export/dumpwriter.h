@@ -1,0 +1,46 @@
+#pragma once
+// The dump document that `sherd dump` prints and an export keeps as
+// sherd.json, written as it goes (a list of millions of messages needs no
+// document in memory):
+//
+// {"backup":{"path":str,"properties":[7 strings]},
+//  "lists":[{"type":int,"name":str,"count":int,"columns":[header texts],"items":[ITEM...]}]}
+// ITEM = {"values":[..],"sortValues":[null|number|string|ISO 8601 UTC date],
+//         "flags":int,"size":int,"firstLayer":str,"secondLayer":str,
+//         "filePath":str, for calendar events "triggerId":int,"allDay":int,
+//         for chats "chat":{"deleted":bool,"messages":[
+//         {"type","fromMe","sentDone","broadcast","date","content","media","member"}]},
+//         and for notes "pieces":[PIECE...],"attachmentSummary":str}
+// PIECE = {"kind":int (0 text, 1 attachment, as the note model numbers them),
+//          "content":str, and for attachments "name","typeId","moviePath",
+//          "thumbnail":[width,height]}
+//
+// "columns" are the list's shown headers (OxData::columnName for the first
+// dataColumn() columns). Fields that hold a file's path (a chat's picture,
+// value 5; "filePath"; "media"; an attachment's "content" and "moviePath") go
+// through the writer's path namer; every other text is written exactly as it
+// was read.
+#include "export/jsonwriter.h"
+
+#include <QList>
+#include <QStringList>
+
+class OxAbstractItem;
+class OxData;
+
+class SHERD_EXPORT DumpWriter {
+public:
+  explicit DumpWriter(JsonWriter& writer) : m_w(writer) {}
+
+  // Opens the document and its "lists" array.
+  void begin(const QString& backupPath, const QStringList& properties);
+  // One list with the given items (count = items.size()).
+  void writeList(int type, const QString& name, OxData& list, const QList<OxAbstractItem*>& items);
+  // Closes the array and the document, and flushes.
+  void end();
+
+  void writeItem(OxAbstractItem& item);
+
+private:
+  JsonWriter& m_w;
+};
