@@ -38,8 +38,10 @@ build-asan: setup $(ASAN_BUILD)/CMakeCache.txt
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 
 # The sample is kept in the build folder, so that the viewer can open it.
+# The demo's export goes to $(BUILD)/demo-export, made afresh each time.
 demo: build
-	$(BUILD)/apps/cli/sherd demo --keep $(abspath $(BUILD))/sample-backup
+	rm -rf $(BUILD)/demo-export
+	$(BUILD)/apps/cli/sherd demo --export $(BUILD)/demo-export --keep $(abspath $(BUILD))/sample-backup
 	@echo
 	@echo "Browse the sample in the desktop viewer (the locked note's password is sherd):"
 	@echo "  $(BUILD)/apps/viewer/sherd-viewer $(abspath $(BUILD))/sample-backup"

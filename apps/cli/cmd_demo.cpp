@@ -151,6 +151,9 @@ int runDemo(const QStringList& args) {
   parser.addHelpOption();
   parser.addOption({QStringLiteral("keep"), QStringLiteral("Write the sample backup into DIR and keep it."),
                     QStringLiteral("DIR")});
+  parser.addOption({QStringLiteral("export"),
+                    QStringLiteral("At the end, export the sample into DIR (absent or empty), as 'sherd export' does."),
+                    QStringLiteral("DIR")});
   parser.addOption({QStringLiteral("encrypt"),
                     QStringLiteral("Write the sample as an encrypted backup with password P, and scan it with P."),
                     QStringLiteral("P")});
@@ -197,6 +200,20 @@ int runDemo(const QStringList& args) {
     showCalls(folder);
     showCalendar(folder);
     showSafari(folder);
+  }
+  if (rc == ExitOk && parser.isSet(QStringLiteral("export"))) {
+    const QString out = QDir(parser.value(QStringLiteral("export"))).absolutePath();
+    std::printf("\n$ sherd export --note-password %s %s --out %s\n", qPrintable(notePassword), qPrintable(folder),
+                qPrintable(out));
+    std::fflush(stdout);
+    QStringList exportArgs = {args.value(0, QStringLiteral("sherd")), QStringLiteral("--note-password"), notePassword,
+                              QStringLiteral("--out"), out};
+    if (!password.isEmpty())
+      exportArgs << QStringLiteral("--password") << password;
+    const int exported = runExport(exportArgs << folder);
+    if (exported == ExitOk)
+      std::printf("\nOpen %s/index.html in a browser to read what the sample backup holds.\n", qPrintable(out));
+    return exported;
   }
   return rc;
 }

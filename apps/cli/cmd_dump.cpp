@@ -1,7 +1,7 @@
 // sherd dump BACKUP: the loaded lists as JSON on stdout, streamed item by item.
 //
 // {"backup":{"path":..,"properties":[7 strings]},
-//  "lists":[{"type":0,"name":"WhatsApp","count":N,"items":[ITEM...]}]}
+//  "lists":[{"type":0,"name":"WhatsApp","count":N,"columns":[header texts],"items":[ITEM...]}]}
 // ITEM = {"values":[..],"sortValues":[null|number|string|ISO 8601 UTC date],
 //         "flags":int,"size":int,"firstLayer":str,"secondLayer":str,
 //         "filePath":str, for calendar events "triggerId":int,"allDay":int,
@@ -131,7 +131,10 @@ void writeItem(JsonWriter& w, OxAbstractItem& item) {
 
 int runDump(const QStringList& args) {
   QCommandLineParser parser;
-  parser.setApplicationDescription(QStringLiteral("Load a backup and write the lists as JSON on stdout."));
+  parser.setApplicationDescription(QStringLiteral(
+      "Load a backup and write the lists as JSON on stdout (the README describes every field). Copies of media "
+      "named in it last only as long as this process: use 'sherd export' to keep chats, notes and calls with "
+      "their media."));
   addLoadOptions(parser, true);
   LoadOptions options;
   const int early = parseLoadOptions(parser, args, "dump", true, &options);
@@ -186,6 +189,11 @@ int runDump(const QStringList& args) {
     w.value(displayName(type));
     w.key("count");
     w.value(list->count(0));
+    w.key("columns");
+    w.beginArray();
+    for (int c = 0; c < list->dataColumn(); ++c)
+      w.value(list->columnName(c));
+    w.endArray();
     w.key("items");
     w.beginArray();
     const int n = list->count(0);
