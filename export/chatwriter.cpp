@@ -89,7 +89,9 @@ public:
     link.title = m_name;
     link.relativePath = m_ctx.typeFolder() + QLatin1Char('/') +
                         (m_ctx.wants(ExportOptions::FormatHtml) ? pageName(m_base, 0) : m_base + QStringLiteral(".txt"));
-    link.note = QStringLiteral("%1 messages").arg(m_messages.size());
+    link.note = m_messages.empty()       ? QStringLiteral("no messages")
+                : m_messages.size() == 1 ? QStringLiteral("1 message")
+                                         : QStringLiteral("%1 messages").arg(m_messages.size());
     if (pages > 1 && m_ctx.wants(ExportOptions::FormatHtml))
       link.note += QStringLiteral(", %1 pages").arg(pages);
     if (!suffixes.isEmpty())
@@ -129,6 +131,8 @@ private:
     const size_t last = std::min(m_messages.size(), first + size_t(m_perPage));
     for (size_t i = first; i < last; ++i)
       writeMessage(out, *m_messages[i], i);
+    if (m_messages.empty())
+      out << "<p class=\"sub\">The backup holds no messages of this chat.</p>\n";
     out << pageNav(m_base, page, pages) << htmlTail();
     if (!out.close())
       m_ctx.skip(m_name, QStringLiteral("cannot write ") + relative + QStringLiteral(": ") + out.errorString());

@@ -47,12 +47,12 @@ if(NOT BROWSER)
   message(STATUS "no browser: screenshots skipped")
   return()
 endif()
-file(GLOB chats "${WORK_DIR}/out/WhatsApp/*.html")
-list(GET chats 0 chat)
+set(chat "${WORK_DIR}/out/WhatsApp/Climbing Club.html")
 foreach(page index chat)
   set(png ${WORK_DIR}/${page}.png)
+  string(REPLACE " " "%20" url "file://${${page}}")
   execute_process(COMMAND ${BROWSER} --headless --no-sandbox --disable-gpu --hide-scrollbars
-    --window-size=1000,1200 --screenshot=${png} "file://${${page}}"
+    --window-size=1000,1200 --screenshot=${png} "${url}"
     RESULT_VARIABLE rc OUTPUT_QUIET ERROR_QUIET TIMEOUT 120)
   file(SIZE ${png} size)
   if(NOT rc EQUAL 0 OR size LESS 10000)
