@@ -173,7 +173,8 @@ void BM_DecryptFile(benchmark::State& state) {
   qint64 len = 0;
   QString err;
   for (auto _ : state)
-    BackupCrypto::decryptFile(dir.filePath(QStringLiteral("c")), dir.filePath(QStringLiteral("p")), key, &len, &err);
+    BackupCrypto::decryptFile(dir.filePath(QStringLiteral("c")), dir.filePath(QStringLiteral("p")), key,
+                              BackupCrypto::Padding::Strip, &len, &err);
   state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 

@@ -409,7 +409,13 @@ bool writeBackup(const QString& folder, const BackupPlan& plan, const QList<Stor
         return false;
       }
       QByteArray cipher;
-      if (!encryptContent(keys, 3, in.readAll(), &cipher, &manifestKey, error) || !writeFile(dbPath, cipher, error))
+      if (!encryptContent(keys, 3, in.readAll(), &cipher, &manifestKey, error))
+        return false;
+      // The database is whole pages, so the last block holds padding only: a
+      // writer that does not pad stores the blocks before it.
+      if (!s.padManifestDb)
+        cipher.chop(16);
+      if (!writeFile(dbPath, cipher, error))
         return false;
     } else if (!writeManifestDb(dbPath, files, keyRecords, error)) {
       return false;

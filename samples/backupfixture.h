@@ -39,6 +39,7 @@ struct BackupPlan {
   int sha256Iterations = 50;
   int sha1Iterations = 10;
   bool encryptManifestDb = true;      // encrypted Manifest.db with a ManifestKey
+  bool padManifestDb = true;          // false: that Manifest.db without PKCS#7 padding
   QList<QByteArray> extraKeybagItems; // raw items put after the keybag's header
   bool writeContents = true;          // false: manifest only (large benchmark backups)
 

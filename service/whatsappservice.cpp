@@ -6,6 +6,7 @@
 #include "platform/backup/nzbackup.h"
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
+#include "platform/common/utils.h"
 #include "readers/whatsapp/whatsappitunescollection.h"
 #include "readers/messengers/kik/kikitunescollection.h"
 #include "readers/messengers/line/lineitunescollection.h"
@@ -21,6 +22,7 @@
 
 #include <QDir>
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -57,6 +59,9 @@ WhatsappService::~WhatsappService() {
   m_loadLock.release();
   delete m_backup;
   m_backup = nullptr;
+  // The notes' decrypted and turned images go with the items that showed them.
+  if (!m_scratchFolder.isEmpty() && Utils::isInsideTempPath(m_scratchFolder))
+    QDir(m_scratchFolder).removeRecursively();
 }
 
 bool WhatsappService::onBeginLoadWhatsappOnly() {
@@ -256,7 +261,18 @@ void WhatsappService::shutdownService() { m_shutdown = true; }
 void WhatsappService::setBackupPassword(const QString& password) { m_password = password; }
 
 QString WhatsappService::makeNoteTempPath() {
-  const QString path = QDir(m_deviceBackupFolder).absoluteFilePath(QStringLiteral("rotated"));
+  if (m_scratchFolder.isEmpty()) {
+    const QString root = Utils::tempPath();
+    if (root.isEmpty()) {
+      Log(kModule, 0, "No temporary root: the notes scratch folder cannot be made");
+      return QString();
+    }
+    // Numbered in creation order, so that a run names its files the same way
+    // every time.
+    static std::atomic<int> services{0};
+    m_scratchFolder = root + QStringLiteral("Service%1").arg(++services);
+  }
+  const QString path = m_scratchFolder + QStringLiteral("/rotated");
   CCommonUtils::clearDir(path);
   if (!QDir().mkpath(path))
     Log(kModule, 0, "Cannot create the scratch folder %s", path.toLocal8Bit().constData());

@@ -19,6 +19,10 @@
 //  - The identifier is tried as it is, then once more with every "-" removed.
 //  - The destructor waits for a running load. The opened backup is kept for
 //    the life of the service (readers' decrypted copies live as long as it).
+//  - The notes reader's scratch folder ("rotated", for decrypted and turned
+//    attachment images) is the service's own, under the temporary root
+//    (Utils::tempPath): emptied before each notes load and removed with the
+//    service. Nothing is ever written beside the backup.
 #include "platform/backup/mobilebackup.h"
 #include "platform/common/sherdglobal.h"
 
@@ -93,4 +97,5 @@ private:
   QStringList m_notePasswords;
   QString m_lastOpenError;
   MobileBackup::Error m_lastOpenErrorCode = MobileBackup::Error::None;
+  QString m_scratchFolder; // this service's folder under the temporary root, made on first use
 };

@@ -5,8 +5,17 @@
 // ITEM = {"values":[..],"sortValues":[null|number|string|ISO 8601 UTC date],
 //         "flags":int,"size":int,"firstLayer":str,"secondLayer":str,
 //         "filePath":str, for calendar events "triggerId":int,"allDay":int,
-//         and for chats "chat":{"deleted":bool,"messages":[
-//         {"type","fromMe","sentDone","broadcast","date","content","media","member"}]}}
+//         for chats "chat":{"deleted":bool,"messages":[
+//         {"type","fromMe","sentDone","broadcast","date","content","media","member"}]},
+//         and for notes "pieces":[PIECE...],"attachmentSummary":str}
+// PIECE = {"kind":int (0 text, 1 attachment, as the note model numbers them),
+//          "content":str, and for attachments "name","typeId","moviePath",
+//          "thumbnail":[width,height]}
+//
+// Fields that hold a file's path (a chat's picture, value 5; "filePath";
+// "media"; an attachment's "content" and "moviePath") name the file by where it
+// comes from rather than by where this run copied it (see runDump); every other
+// text is written exactly as it was read.
 #include "apps/cli/commands.h"
 #include "apps/cli/jsonwriter.h"
 #include "apps/cli/loadoptions.h"
@@ -27,6 +36,9 @@
 
 namespace cli {
 namespace {
+// The value of a chat item that holds its picture's local path.
+constexpr int kChatPictureColumn = 5;
+
 void writeChat(JsonWriter& w, const OxWhatsappChat& chat) {
   w.key("chat");
   w.beginObject();
@@ -51,7 +63,7 @@ void writeChat(JsonWriter& w, const OxWhatsappChat& chat) {
     w.key("content");
     w.value(m->content());
     w.key("media");
-    w.value(m->media());
+    w.pathValue(m->media());
     w.key("member");
     w.value(m->member());
     w.endObject();
@@ -69,16 +81,20 @@ void writeNotePieces(JsonWriter& w, const OxNoteItem& note) {
       continue;
     w.beginObject();
     w.key("kind");
-    w.value(p->kind == OxNoteItem::NotePiece::Attachment ? QStringLiteral("attachment") : QStringLiteral("text"));
+    w.value(p->kind);
+    const bool attachment = p->kind == OxNoteItem::NotePiece::Attachment;
     w.key("content");
-    w.value(p->content);
-    if (p->kind == OxNoteItem::NotePiece::Attachment) {
+    if (attachment)
+      w.pathValue(p->content);
+    else
+      w.value(p->content);
+    if (attachment) {
       w.key("name");
       w.value(p->name);
       w.key("typeId");
       w.value(p->typeId);
       w.key("moviePath");
-      w.value(p->moviePath);
+      w.pathValue(p->moviePath);
       w.key("thumbnail");
       w.beginArray();
       w.value(p->thumbnail.width());
@@ -96,8 +112,13 @@ void writeItem(JsonWriter& w, OxAbstractItem& item) {
   w.beginObject();
   w.key("values");
   w.beginArray();
-  for (int c = 0; c < item.columnCount(); ++c)
-    w.value(item.value(c));
+  const auto* chatItem = dynamic_cast<const OxWhatsappItem*>(&item);
+  for (int c = 0; c < item.columnCount(); ++c) {
+    if (chatItem && c == kChatPictureColumn)
+      w.pathValue(item.value(c));
+    else
+      w.value(item.value(c));
+  }
   w.endArray();
   w.key("sortValues");
   w.beginArray();
@@ -113,16 +134,15 @@ void writeItem(JsonWriter& w, OxAbstractItem& item) {
   w.key("secondLayer");
   w.value(item.getTreeSecondLayerName());
   w.key("filePath");
-  w.value(item.filePath());
+  w.pathValue(item.filePath());
   if (const auto* event = dynamic_cast<const OxCalendarItem*>(&item)) {
     w.key("triggerId");
     w.value(event->getTriggerid());
     w.key("allDay");
     w.value(event->getAllDay());
   }
-  if (const auto* chatItem = dynamic_cast<const OxWhatsappItem*>(&item))
-    if (chatItem->detailContent())
-      writeChat(w, *chatItem->detailContent());
+  if (chatItem && chatItem->detailContent())
+    writeChat(w, *chatItem->detailContent());
   if (const auto* note = dynamic_cast<const OxNoteItem*>(&item))
     writeNotePieces(w, *note);
   w.endObject();

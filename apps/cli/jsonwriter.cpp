@@ -80,10 +80,11 @@ void JsonWriter::key(const char* name) {
 
 void JsonWriter::value(const QString& text) {
   separator();
-  if (m_pathNamer && text.startsWith(QLatin1Char('/')))
-    raw(quote(m_pathNamer(text)));
-  else
-    raw(quote(text));
+  raw(quote(text));
+}
+
+void JsonWriter::pathValue(const QString& path) {
+  value(m_pathNamer && path.startsWith(QLatin1Char('/')) ? m_pathNamer(path) : path);
 }
 
 void JsonWriter::value(qint64 number) {

@@ -25,6 +25,10 @@ public:
   void key(const char* name);
 
   void value(const QString& text);
+  // A string that names a file: an absolute path goes out through the path
+  // namer, when one is set. Only fields that hold paths are written so; any
+  // other text (a message that happens to start with "/") goes out as it is.
+  void pathValue(const QString& path);
   void value(const char* text) { value(QString::fromUtf8(text)); }
   void value(qint64 number);
   void value(int number) { value(qint64(number)); }
@@ -34,9 +38,9 @@ public:
   // null, a number, a string, or a date as ISO 8601 UTC with milliseconds.
   void variant(const QVariant& v);
 
-  // Rewrites every string value that is an absolute path before it is
-  // written (for example, to name a file by what it is rather than by where a
-  // run happened to copy it). Empty: strings go out as they are.
+  // Rewrites the absolute paths written with pathValue (for example, to name a
+  // file by what it is rather than by where a run happened to copy it).
+  // Empty: paths go out as they are.
   void setPathNamer(std::function<QString(const QString&)> namer) { m_pathNamer = std::move(namer); }
 
   // Writes out what is buffered (also done every few kilobytes).

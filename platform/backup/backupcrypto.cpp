@@ -101,7 +101,21 @@ bool decryptCbc(const QByteArray& key, const QByteArray& cipher, QByteArray* pla
   return runCbc(false, key, cipher, plain);
 }
 
-bool decryptFile(const QString& src, const QString& dst, const QByteArray& key, qint64* plainLength, QString* error) {
+int paddingLength(const QByteArray& lastBlock) {
+  if (lastBlock.size() != 16)
+    return 0;
+  const int pad = static_cast<unsigned char>(lastBlock.at(15));
+  if (pad < 1 || pad > 16)
+    return 0;
+  for (int i = 16 - pad; i < 16; ++i) {
+    if (static_cast<unsigned char>(lastBlock.at(i)) != pad)
+      return 0;
+  }
+  return pad;
+}
+
+bool decryptFile(const QString& src, const QString& dst, const QByteArray& key, Padding padding, qint64* plainLength,
+                 QString* error) {
   auto fail = [&](const QString& why) {
     if (error)
       *error = why;
@@ -161,11 +175,10 @@ bool decryptFile(const QString& src, const QString& dst, const QByteArray& key, 
     written += len - 16;
     held = QByteArray(outBuf.constData() + len - 16, 16);
   }
-  const int pad = static_cast<unsigned char>(held.at(15));
-  if (pad < 1 || pad > 16)
-    return fail(QStringLiteral("%1 has no valid padding (wrong key or damaged file)").arg(src));
-  for (int i = 16 - pad; i < 16; ++i) {
-    if (static_cast<unsigned char>(held.at(i)) != pad)
+  int pad = 0;
+  if (padding == Padding::Strip) {
+    pad = paddingLength(held);
+    if (pad == 0)
       return fail(QStringLiteral("%1 has no valid padding (wrong key or damaged file)").arg(src));
   }
   if (out.write(held.constData(), 16 - pad) != 16 - pad)

@@ -23,10 +23,22 @@ bool aesWrap(const QByteArray& kek, const QByteArray& key, QByteArray* wrapped);
 bool encryptCbc(const QByteArray& key, const QByteArray& plain, QByteArray* cipher);
 bool decryptCbc(const QByteArray& key, const QByteArray& cipher, QByteArray* plain);
 
+// What decryptFile does with the PKCS#7 padding of the last block.
+enum class Padding {
+  Strip, // required: removed, and a file without valid padding fails
+  Keep,  // every decrypted byte is written; the caller decides
+};
+
+// The length of the PKCS#7 padding that ends the block (1 to 16), or 0 when
+// the block does not end in valid padding.
+int paddingLength(const QByteArray& lastBlock);
+
 // Decrypts the file src into dst (created or replaced) in chunks, so that memory
-// stays bounded whatever the file's size. *plainLength receives the length that
-// the PKCS#7 padding gives. An empty source gives an empty file. False, with
-// *error set, when a file cannot be read or written, or the padding is not
-// valid (a wrong key or a damaged file); dst is then removed.
-bool decryptFile(const QString& src, const QString& dst, const QByteArray& key, qint64* plainLength, QString* error);
+// stays bounded whatever the file's size. *plainLength receives the length
+// written. An empty source gives an empty file. False, with *error set, when a
+// file cannot be read or written, the source is not whole AES blocks, or (with
+// Padding::Strip) the padding is not valid (a wrong key or a damaged file); dst
+// is then removed.
+bool decryptFile(const QString& src, const QString& dst, const QByteArray& key, Padding padding, qint64* plainLength,
+                 QString* error);
 } // namespace BackupCrypto

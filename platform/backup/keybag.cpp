@@ -5,7 +5,6 @@
 #include <QStringList>
 
 #include <QtEndian>
-#include <climits>
 
 namespace {
 quint32 beInt(const QByteArray& v) {
@@ -77,6 +76,19 @@ bool Keybag::parse(const QByteArray& data, QString* error) {
       *error = QStringLiteral("the keybag has no class keys or no salt and iteration count");
     return false;
   }
+  const auto tooMany = [error](const char* tag, quint32 count, quint32 bound) {
+    if (error)
+      *error = QStringLiteral("the keybag is damaged: %1 asks for %2 key-derivation rounds, more than the %3 any "
+                              "backup uses")
+                   .arg(QLatin1String(tag))
+                   .arg(count)
+                   .arg(bound);
+    return false;
+  };
+  if (m_iter > MaxSha1Iterations)
+    return tooMany("ITER", m_iter, MaxSha1Iterations);
+  if (!m_dpsl.isEmpty() && m_dpic > MaxSha256Iterations)
+    return tooMany("DPIC", m_dpic, MaxSha256Iterations);
   return true;
 }
 
@@ -84,7 +96,7 @@ bool Keybag::unlock(const QByteArray& password, QString* error) {
   m_classKeys.clear();
   QByteArray key = password;
   if (hasSha256Round()) {
-    if (!BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, password, m_dpsl, int(qMin<quint32>(m_dpic, INT_MAX)), 32,
+    if (!BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha256, password, m_dpsl, int(m_dpic), 32,
                               &key)) {
       if (error)
         *error = QStringLiteral("key derivation failed");
@@ -92,7 +104,7 @@ bool Keybag::unlock(const QByteArray& password, QString* error) {
     }
   }
   QByteArray passcodeKey;
-  if (!BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha1, key, m_salt, int(qMin<quint32>(m_iter, INT_MAX)), 32,
+  if (!BackupCrypto::pbkdf2(BackupCrypto::Digest::Sha1, key, m_salt, int(m_iter), 32,
                             &passcodeKey)) {
     if (error)
       *error = QStringLiteral("key derivation failed");

@@ -1,6 +1,14 @@
 #pragma once
 // The backup keybag of Manifest.plist: a flat list of tag-length-value items
 // describing how the password becomes the class keys that unwrap each file's key.
+//
+// The key derivation runs ITER rounds of PBKDF2-SHA1, after DPIC rounds of
+// PBKDF2-SHA256 on backups of iOS 10.2 and later. Real keybags ask for 10,000
+// and 10,000,000. A damaged or hostile keybag could ask for up to 2^32 and keep
+// the open busy for hours on any password, so counts above MaxSha1Iterations
+// (10,000,000) or MaxSha256Iterations (100,000,000) make the keybag damaged:
+// both bounds are far above what any backup uses and still derive in well under
+// a minute.
 #include <QByteArray>
 #include <QMap>
 #include <QString>
@@ -14,9 +22,12 @@ public:
     QByteArray wrappedKey;
   };
 
+  enum : quint32 { MaxSha1Iterations = 10000000, MaxSha256Iterations = 100000000 };
+
   // Reads the items; unknown tags are skipped by their length. False, with
-  // *error set, when the data ends inside an item or holds no class key; what
-  // was read before a truncation is kept.
+  // *error set, when the data ends inside an item, holds no class key, or asks
+  // for more key-derivation rounds than the bounds above; what was read before
+  // a truncation is kept.
   bool parse(const QByteArray& data, QString* error);
 
   // Derives the password key and unwraps every password-wrapped class key.

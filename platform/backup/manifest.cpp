@@ -1,10 +1,12 @@
 #include "platform/backup/manifest.h"
 
+#include "platform/backup/backupcrypto.h"
 #include "platform/backup/bplistscan.h"
 #include "platform/backup/plistutil.h"
 #include "platform/backup/readaheadvfs.h"
 
 #include <QCryptographicHash>
+#include <QFile>
 #include <QHash>
 #include <QUrl>
 #include <QtEndian>
@@ -383,6 +385,35 @@ bool readMbdb(const QByteArray& data, const ManifestSink& sink, QString* error, 
     if (keyAt >= 0)
       e.encryptionKey = QByteArray(base + keyAt, keyLen);
     sink(e);
+  }
+  return true;
+}
+bool decryptManifestDb(const QString& src, const QString& dst, const QByteArray& key, QString* error) {
+  qint64 length = 0;
+  if (!BackupCrypto::decryptFile(src, dst, key, BackupCrypto::Padding::Keep, &length, error))
+    return false;
+  QFile file(dst);
+  const QByteArray header = file.open(QIODevice::ReadOnly) ? file.read(100) : QByteArray();
+  if (header.size() < 100 || !header.startsWith(QByteArray("SQLite format 3\0", 16))) {
+    file.close();
+    QFile::remove(dst);
+    if (error)
+      *error = QStringLiteral("%1 does not decrypt to a database (wrong key or damaged file)").arg(src);
+    return false;
+  }
+  // The page size sits in bytes 16-17 (1 stands for 65536); a database is
+  // whole pages, and padding never leaves a length of whole pages.
+  const quint32 stored = qFromBigEndian<quint16>(header.constData() + 16);
+  const qint64 pageSize = stored == 1 ? 65536 : stored;
+  const bool wholePages = pageSize >= 512 && length % pageSize == 0;
+  file.seek(length - 16);
+  const int pad = wholePages ? 0 : BackupCrypto::paddingLength(file.read(16));
+  file.close();
+  if (pad > 0 && !QFile::resize(dst, length - pad)) {
+    QFile::remove(dst);
+    if (error)
+      *error = QStringLiteral("cannot write %1").arg(dst);
+    return false;
   }
   return true;
 }

@@ -43,6 +43,15 @@ bool decodeMbFileWithLibplist(const char* blob, int length, ManifestEntry* entry
 bool readManifestDb(const QString& path, bool immutable, const ManifestSink& sink, QString* error, bool* truncated,
                     qint64* sizeHint = nullptr);
 
+// Decrypts an encrypted Manifest.db into dst. Most writers end it with PKCS#7
+// padding, some store it without (its length is already whole AES blocks), so
+// the padding decides nothing: the decrypted SQLite header tells a right key
+// from a wrong key or a damaged file. Valid padding is stripped, unless the
+// file is already whole database pages (an unpadded file whose last bytes only
+// look like padding). False, with *error set and dst removed, when it does not
+// decrypt to a database.
+bool decryptManifestDb(const QString& src, const QString& dst, const QByteArray& key, QString* error);
+
 // Reads Manifest.mbdb bytes. False when the header is wrong; a record cut
 // short ends the list (earlier records are kept) and sets *truncated.
 bool readMbdb(const QByteArray& data, const ManifestSink& sink, QString* error, bool* truncated);

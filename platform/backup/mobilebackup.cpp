@@ -316,7 +316,6 @@ MobileBackup* MobileBackup::loadFromPath(const QString& path, const QString& pas
     return nullptr;
   Log(kModule, 1, "opened backup %s: %d files, %d folders, %d links", qPrintable(path), int(d->entries.size()),
       d->directories, d->links);
-  Utils::noteOpenedBackupRoot(QFileInfo(path).absolutePath());
   return b.release();
 }
 
@@ -388,16 +387,9 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
         return false;
       }
       openPath = work + QStringLiteral("/Manifest.db");
-      qint64 len = 0;
-      if (!BackupCrypto::decryptFile(dbPath, openPath, key, &len, &err)) {
+      if (!Manifest::decryptManifestDb(dbPath, openPath, key, &err)) {
         setLoadError(MobileBackup::Error::Damaged,
                      QStringLiteral("backup %1: Manifest.db does not decrypt: %2").arg(path, err));
-        return false;
-      }
-      QFile check(openPath);
-      if (!check.open(QIODevice::ReadOnly) || check.read(16) != QByteArray("SQLite format 3\0", 16)) {
-        setLoadError(MobileBackup::Error::Damaged,
-                     QStringLiteral("backup %1: the decrypted Manifest.db is not a database").arg(path));
         return false;
       }
       copied = true;
@@ -563,7 +555,7 @@ QString MobileBackup::filePath(int index) {
     return QString();
   const QString out = work + QLatin1Char('/') + Manifest::fileIdText(e.fileId);
   qint64 len = 0;
-  if (!BackupCrypto::decryptFile(stored, out, key, &len, &err)) {
+  if (!BackupCrypto::decryptFile(stored, out, key, BackupCrypto::Padding::Strip, &len, &err)) {
     Log(kModule, 0, "backup %s: %s: %s", qPrintable(d->path), qPrintable(d->describe(e)), qPrintable(err));
     return QString();
   }

@@ -127,17 +127,8 @@ bool CCommonUtils::clearDir(const QString& path) {
     return false;
   }
   const QString canon = info.canonicalFilePath();
-  bool allowed = Utils::isInsideTempPath(canon);
-  if (!allowed && info.fileName() == QLatin1String("rotated")) {
-    for (const QString& root : Utils::backupRoots() + Utils::openedBackupRoots()) {
-      const QString r = QFileInfo(root).canonicalFilePath();
-      if (!r.isEmpty() && canon == r + QStringLiteral("/rotated"))
-        allowed = true;
-    }
-  }
-  if (!allowed) {
-    Log("CommonUtils", 0, "clearDir: refusing %s: outside the temporary root and the backup scratch folder",
-        qPrintable(path));
+  if (!Utils::isInsideTempPath(canon) || canon + QLatin1Char('/') == Utils::tempPath()) {
+    Log("CommonUtils", 0, "clearDir: refusing %s: not a folder inside the temporary root", qPrintable(path));
     return false;
   }
   bool ok = true;

@@ -33,10 +33,11 @@ public:
   static bool isIntegralType(int metaType);
 
   // Deletes everything inside the folder (not the folder itself; links are
-  // removed, never followed). Refuses, with a logged reason and false, any
-  // folder that is not inside the temporary root (Utils::tempPath) and is not
-  // the "rotated" scratch folder of a backup root. A folder that does not
-  // exist is already clear (true).
+  // removed, never followed). Refuses, with a logged reason and false, every
+  // folder that is not inside the temporary root (Utils::tempPath), and the
+  // root itself (other services keep their folders there): sherd deletes no
+  // file it did not create. A folder that does not exist is already clear
+  // (true).
   static bool clearDir(const QString& path);
 
   // Texts of dates, in local time when local is true, else in UTC. A null or

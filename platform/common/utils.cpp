@@ -6,8 +6,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImageReader>
-#include <QMutex>
-#include <QMutexLocker>
 #include <QTemporaryDir>
 #include <QTransform>
 
@@ -100,33 +98,6 @@ QStringList Utils::backupRoots() {
   roots << home + QStringLiteral("/MobileSync/Backup");
 #endif
   return roots;
-}
-
-namespace {
-struct OpenedRoots {
-  QMutex mutex;
-  QStringList folders;
-};
-OpenedRoots& openedRoots() {
-  static OpenedRoots roots;
-  return roots;
-}
-} // namespace
-
-void Utils::noteOpenedBackupRoot(const QString& folder) {
-  const QString canon = QFileInfo(folder).canonicalFilePath();
-  if (canon.isEmpty())
-    return;
-  OpenedRoots& roots = openedRoots();
-  QMutexLocker lock(&roots.mutex);
-  if (!roots.folders.contains(canon))
-    roots.folders.append(canon);
-}
-
-QStringList Utils::openedBackupRoots() {
-  OpenedRoots& roots = openedRoots();
-  QMutexLocker lock(&roots.mutex);
-  return roots.folders;
 }
 
 QImage Utils::transformed(const QImage& image, const QString& path) {

@@ -25,13 +25,6 @@ public:
   // hosts the folder where idevicebackup2 backups are usually kept).
   static QStringList backupRoots();
 
-  // Folders that hold a backup this process has opened (the backup library
-  // notes each one). Their "rotated" scratch folder may be emptied like one of
-  // a usual backup root, so a backup given by its path gets no pile of stale
-  // scratch files.
-  static void noteOpenedBackupRoot(const QString& folder);
-  static QStringList openedBackupRoots();
-
   // image, loaded from the file at path, turned the way the file says it is
   // meant to be seen: photos from a camera are stored as the sensor read them
   // and carry an orientation tag (EXIF in JPEG and HEIF) instead of being

@@ -132,11 +132,12 @@ public:
       columns.name = session->partnerName;
       columns.title = names.isEmpty() ? session->partnerName : names.join(QLatin1Char(','));
       columns.numbers = numbers.join(QLatin1Char(','));
-      // Picture rows name the file without its extension; the backup holds the
-      // picture as that name plus ".jpg".
+      // The picture column is the local path of the row's path followed by
+      // ".jpg": the suffix goes after the lookup, so a row whose file is
+      // missing (or whose path is empty) still reads ".jpg".
       const auto picture = pictureMap.constFind(session->contactJid);
       if (picture != pictureMap.constEnd())
-        columns.avatar = m_collection->mediaFilePath(picture.value() + QStringLiteral(".jpg"));
+        columns.avatar = m_collection->mediaFilePath(picture.value()) + QStringLiteral(".jpg");
       if (OxWhatsappItem* item = CChatItemBuilder::createChatItem(chat.release(), columns))
         list->append(item);
     }

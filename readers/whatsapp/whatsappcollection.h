@@ -16,7 +16,9 @@
 //   2 the members' numbers ("+" and the jid's part before "@") joined with ","
 //   3 the last date as text, sort value 6 the last date
 //   4 the last content
-//   5 the local path of the chat's profile picture, or empty
+//   5 for a chat with a profile picture row: the local path of the row's path
+//     followed by ".jpg" (".jpg" alone when the file is not in the backup or
+//     the path is empty); empty for a chat without such a row
 // The chat's messages are sorted newest first, and "last" means the end of
 // that list: the date and content of the OLDEST message (the content of the
 // oldest one that has a content). The chat list orders the items by that date.
@@ -24,6 +26,11 @@
 // Traps worth knowing:
 //  - Joining is linear: messages arrive ordered by session and are grouped
 //    once; members, media items and parent messages are looked up by key.
+//  - Picture rows name the file without its extension ("Media/Profile/
+//    <number>-<id>"), and the backup holds it as that name plus ".jpg". The
+//    suffix is added to the looked-up path, not to the name looked up, so on
+//    such a backup the column reads ".jpg"; the picture itself is the file of
+//    the row's path plus ".jpg" in the backup.
 //  - Chats marked removed are left out (as are hidden ones, by the query).
 //  - Message rows of type 10 (system notices) make no message; messages of a
 //    session that does not exist are never shown.

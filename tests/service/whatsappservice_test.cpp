@@ -3,8 +3,11 @@
 #include "model/oxabstractitem.h"
 #include "model/oxbackup.h"
 #include "model/oxdata.h"
+#include "model/oxnoteitem.h"
 #include "model/oxwhatsappitem.h"
 #include "platform/common/log.h"
+#include "platform/common/utils.h"
+#include "samples/apps/notes.h"
 #include "samples/backupfixture.h"
 
 #include <QDir>
@@ -61,6 +64,45 @@ TEST_F(ServiceTest, IdentifierFormsAndTheRetryWithoutHyphens) {
   }
   WhatsappService byPath(root.filePath(QStringLiteral("plain")), false);
   EXPECT_EQ(byPath.loadWhatsappOnly(), 0);
+}
+
+// Loading notes writes nothing beside the backups: a "rotated" folder a user
+// keeps there stays as it is. The decrypted and turned images go to the
+// service's own folder under the temporary root, which goes with the service.
+TEST_F(ServiceTest, NotesScratchFolderIsTheServicesOwnUnderTheTemporaryRoot) {
+  QString error;
+  ASSERT_TRUE(fixture::writeBackup(root.filePath(QStringLiteral("phone")), fixture::BackupPlan(),
+                                   fixture::notes::sampleNoteFiles(), &error))
+      << qPrintable(error);
+  for (const char* name : {"rotated/holiday.jpg", "rotated/attach_1.png", "rotated/letters/mum.txt"}) {
+    const QString path = root.filePath(QLatin1String(name));
+    QDir().mkpath(QFileInfo(path).path());
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(name);
+  }
+  const QByteArray before = fixture::folderChecksum(root.path());
+
+  QString scratch;
+  {
+    WhatsappService service(QStringLiteral("phone"), false);
+    service.setNotePasswords({fixture::notes::kSamplePassword});
+    for (int load = 0; load < 2; ++load) { // the second load empties the folder first
+      ASSERT_TRUE(service.onBeginLoadWhatsappOnly());
+      service.loadWhatsappOnly(7);
+      service.onEndLoadWhatsappOnly();
+    }
+    OxData* notes = service.getOxData(7);
+    for (int row = 0; row < notes->count(0); ++row)
+      for (const OxNoteItem::NotePiece* piece : static_cast<OxNoteItem*>(notes->at(row, false))->notePieces())
+        if (piece->content.contains(QLatin1String("/rotated/")))
+          scratch = QFileInfo(piece->content).path();
+    ASSERT_FALSE(scratch.isEmpty()) << "no decrypted image in the scratch folder";
+    EXPECT_TRUE(scratch.startsWith(Utils::tempPath())) << qPrintable(scratch);
+    EXPECT_EQ(QDir(scratch).entryList(QDir::Files).size(), 2); // the decrypted sketch and its turned copy
+  }
+  EXPECT_FALSE(QFileInfo::exists(scratch));
+  EXPECT_EQ(fixture::folderChecksum(root.path()), before);
 }
 
 TEST_F(ServiceTest, EncryptedBackupsNeedThePassword) {

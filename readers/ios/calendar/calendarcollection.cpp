@@ -74,14 +74,29 @@ QString firstThatPrepares(sqlite3* db, const QStringList& statements) {
   return QString();
 }
 
-// Sets the date column's text and sort key; a NULL column leaves both unset.
-bool setDate(OxCalendarItem* item, sqlite3_stmt* stmt, int column, int itemColumn, bool withTime) {
-  if (sqlite3_column_type(stmt, column) == SQLITE_NULL)
-    return false;
-  const QDateTime date = CCommonUtils::buildDateTimeBase2001(sqlite3_column_double(stmt, column));
+// A column of seconds as a number: integers and reals as they are, a text
+// only when the whole of it is a number; NULL, any other text and blobs read
+// as 0.
+double secondsOf(sqlite3_stmt* stmt, int column) {
+  switch (sqlite3_column_type(stmt, column)) {
+  case SQLITE_INTEGER:
+  case SQLITE_FLOAT:
+    return sqlite3_column_double(stmt, column);
+  case SQLITE_TEXT: {
+    bool ok = false;
+    const double value = CISQLiteQuery::columnText(stmt, column).trimmed().toDouble(&ok);
+    return ok && qIsFinite(value) ? value : 0.0;
+  }
+  default:
+    return 0.0;
+  }
+}
+
+// The date column's text and sort key from seconds since 2001.
+void setDate(OxCalendarItem* item, double seconds, int itemColumn, bool withTime) {
+  const QDateTime date = CCommonUtils::buildDateTimeBase2001(seconds);
   item->setValue(CCommonUtils::datetimeToMinuteCheckNoYear(date, withTime), itemColumn);
   item->setSortValue(date, itemColumn);
-  return true;
 }
 
 QString orNone(const QString& text) { return text.isEmpty() ? tr("None") : text; }
@@ -125,11 +140,7 @@ void CCalendarQuery::query(const QStringList& files, CIProgressCallback* progres
     m_progress = progress;
     if (progress)
       m_step = double(progress->range()) / double(rows);
-    const int before = m_rowsWithoutStart;
     execSql(path, select);
-    if (m_rowsWithoutStart > before)
-      Log(kModule, 1, "%d calendar rows without a start date in %s", m_rowsWithoutStart - before,
-          path.toUtf8().constData());
   }
 }
 
@@ -212,9 +223,8 @@ bool CCalendarQuery::onRow(sqlite3_stmt* stmt) {
   const bool withTime = allDay == 0;
   item->setValue(columnText(stmt, Summary), OxCalendarItem::ColTitle);
   item->setValue(orNone(columnText(stmt, Location)), OxCalendarItem::ColLocation);
-  if (!setDate(item, stmt, StartDate, OxCalendarItem::ColStartDate, withTime))
-    ++m_rowsWithoutStart;
-  setDate(item, stmt, EndDate, OxCalendarItem::ColEndDate, withTime);
+  setDate(item, secondsOf(stmt, StartDate), OxCalendarItem::ColStartDate, withTime);
+  setDate(item, secondsOf(stmt, EndDate), OxCalendarItem::ColEndDate, withTime);
   item->setValue(columnText(stmt, Description), OxCalendarItem::ColNotes);
   item->setValue(orNone(columnText(stmt, Url)), OxCalendarItem::ColUrl);
 
@@ -223,14 +233,11 @@ bool CCalendarQuery::onRow(sqlite3_stmt* stmt) {
     if (!calendar.isEmpty())
       item->setValue(calendar, OxCalendarItem::ColCalendar);
 
-    const double repeatEnd = sqlite3_column_double(stmt, RecurrenceEnd);
-    if (repeatEnd == 0.0) {
+    const double repeatEnd = secondsOf(stmt, RecurrenceEnd);
+    if (repeatEnd == 0.0)
       item->setValue(tr("Never"), OxCalendarItem::ColEndRepeat);
-    } else {
-      const QDateTime date = CCommonUtils::buildDateTimeBase2001(repeatEnd);
-      item->setValue(CCommonUtils::datetimeToMinuteCheckNoYear(date, withTime), OxCalendarItem::ColEndRepeat);
-      item->setSortValue(date, OxCalendarItem::ColEndRepeat);
-    }
+    else
+      setDate(item, repeatEnd, OxCalendarItem::ColEndRepeat, withTime);
 
     const int frequency = sqlite3_column_int(stmt, Frequency);
     const int interval = sqlite3_column_int(stmt, Interval);

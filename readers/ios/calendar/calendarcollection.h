@@ -19,8 +19,9 @@
 //    birthdays are left out.
 //  - Alert texts use the largest whole unit and drop the rest: 90 minutes
 //    before the start reads "1 hour ago", 8 days "1 week ago".
-//  - A row without a start or end date keeps that column empty (no sort key)
-//    rather than showing the reference date of 2001.
+//  - A date column that is NULL or not a number reads as 0: such an event
+//    starts (or ends) at the reference moment, 2001-01-01 00:00 UTC, with the
+//    text and sort key of that date, like any other. Nothing is dropped.
 #include "backup/cidatacollection.h"
 #include "backup/cisqlitequery.h"
 
@@ -49,9 +50,6 @@ public:
   // "day", "week", "month", "year" for frequencies 1 to 4 and empty otherwise.
   static QString repeatText(int frequency, int interval);
 
-  // Rows read without a start date, over the run.
-  int rowsWithoutStart() const { return m_rowsWithoutStart; }
-
 protected:
   bool onRow(sqlite3_stmt* stmt) override;
 
@@ -60,7 +58,6 @@ private:
 
   OxData* m_list;       // not owned
   QSet<int> m_seenOwners; // event row ids whose item exists already
-  int m_rowsWithoutStart = 0;
 };
 
 class CCalendarCollection : public CIDataCollection {

@@ -134,6 +134,10 @@ bool CAddressBook::load(const QString& path) {
 void CAddressBook::addEntry(qint64 personId, const QString& name, int property, const QString& value) {
   if (!m_personNames.contains(personId))
     m_personNames.insert(personId, name);
+  const QString written = value.trimmed();
+  if (!written.isEmpty() && (property == EmailProperty || property == PhoneProperty) &&
+      !m_contactMap.contains(written))
+    m_contactMap.insert(written, name);
   if (property == EmailProperty || CPhoneNumber::isAddress(value)) {
     const QString key = value.trimmed().toLower();
     if (!key.isEmpty() && !m_emails.contains(key))

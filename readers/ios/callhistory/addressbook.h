@@ -8,10 +8,13 @@
 // nickname. Names in Chinese, Japanese or Korean script are written family
 // name first, without spaces, as the phone shows them.
 //
-// Numbers are compared in their normal form (CPhoneNumber), so "(919)
-// 888-7386" in a card names the caller "+19198887386"; addresses compare with
-// case ignored. When several contacts carry the same number, the one that comes
-// first in the book (lowest row id) gives the name.
+// contactMap() gives the book as a contact map of the host's shape (number or
+// address as the card holds it -> name), for the same matching rule as the
+// host's map (CContactNameIndex). nameOf compares numbers in their normal form
+// (CPhoneNumber), so "(919) 888-7386" in a card names the caller
+// "+19198887386", which the rule alone misses; addresses compare with case
+// ignored. When several contacts carry the same number, the one that comes
+// first in the book (lowest row id) gives the name, in both.
 #include "backup/cisqlitequery.h"
 #include "readers/ios/callhistory/phonenumber.h"
 
@@ -85,6 +88,10 @@ public:
   // the phone knows it.
   QString nameOf(const QString& numberOrAddress, const QString& defaultCountry = QString()) const;
 
+  // Every number and address of the book, trimmed, as the card holds it ->
+  // the name of the first contact that has it.
+  const QMap<QString, QString>& contactMap() const { return m_contactMap; }
+
   static QString composeName(const ABPersonRecord& person);
 
 private:
@@ -96,4 +103,5 @@ private:
   QVector<Phone> m_phones;              // book order
   QHash<QString, QVector<int>> m_byKey; // CPhoneNumber::matchKey -> positions in m_phones
   QHash<QString, QString> m_emails;     // lower-case address -> first name
+  QMap<QString, QString> m_contactMap;  // see contactMap()
 };

@@ -68,7 +68,11 @@ void CCalllistCollection::locateAddressBook(MobileBackup* backup) {
   Log(kModule, 1, "No address book in the backup; calls without a stored name show their number");
 }
 
-bool CCalllistCollection::loadAddressBook(const QString& path) { return m_addressBook.load(path); }
+bool CCalllistCollection::loadAddressBook(const QString& path) {
+  const bool loaded = m_addressBook.load(path);
+  m_bookContacts = CContactNameIndex(m_addressBook.contactMap());
+  return loaded;
+}
 
 void CCalllistCollection::loadStore(const QString& storePath) {
   CCallHistoryQuery query;
@@ -100,8 +104,11 @@ QString CCalllistCollection::nameOf(const CallRecord& r, bool olderStore) const 
   }
   if (name.isEmpty())
     name = m_contacts.find(r.address);
-  if (name.isEmpty() && (olderStore || m_contacts.isEmpty()))
-    name = m_addressBook.nameOf(r.address, r.countryCode);
+  if (name.isEmpty() && (olderStore || m_contacts.isEmpty())) {
+    name = m_bookContacts.find(r.address);
+    if (name.isEmpty())
+      name = m_addressBook.nameOf(r.address, r.countryCode);
+  }
   return name;
 }
 

@@ -11,9 +11,12 @@
 // store, the address-book contact the call points to (by row id, else from the
 // host's id map); the host's contact map (first key in key order whose
 // "-"-and-space-free text ends with the number or the other way round, both
-// longer than five characters); the backup's own address book by the number's
-// normal form (always for the older store; for the newer one when the host gave
-// no contact map); at last the number itself.
+// longer than five characters); the backup's own address book (always for the
+// older store; for the newer one when the host gave no contact map), first by
+// that same rule over its numbers and addresses as the cards hold them, then
+// by the number's normal form, which adds what the rule misses ("(919)
+// 888-7386" for "+19198887386") and never takes away what it finds; at last
+// the number itself.
 #include "backup/cidatacollection.h"
 #include "readers/ios/callhistory/addressbook.h"
 #include "readers/ios/callhistory/contactnameindex.h"
@@ -58,6 +61,7 @@ private:
   QMap<QString, QString> m_contactToName;
   QMap<int, QString> m_idToName;
   QString m_oldCallDbPath;
-  CContactNameIndex m_contacts;
+  CContactNameIndex m_contacts;     // the host's map
   CAddressBook m_addressBook;
+  CContactNameIndex m_bookContacts; // the address book's contactMap()
 };

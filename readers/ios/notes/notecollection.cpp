@@ -18,7 +18,16 @@ const QString kHomeDomain = QStringLiteral("HomeDomain");
 } // namespace
 
 CNoteCollection::CNoteCollection(OxData* list, const QString& tempFolder, const QString& deviceType)
-    : m_list(list), m_tempFolder(tempFolder), m_deviceType(deviceType) {}
+    : m_list(list), m_tempFolder(tempFolder), m_deviceType(deviceType) {
+  // Decrypted images must not outlive the process: they go under the
+  // temporary root, whatever folder the caller named.
+  if (!Utils::isInsideTempPath(m_tempFolder)) {
+    const QString fallback = Utils::tempPath() + QStringLiteral("NotesImages");
+    Log(kModule, 0, "The notes scratch folder %s is outside the temporary root; %s is used instead",
+        m_tempFolder.toLocal8Bit().constData(), fallback.toLocal8Bit().constData());
+    m_tempFolder = fallback;
+  }
+}
 
 CNoteCollection::~CNoteCollection() = default;
 

@@ -17,7 +17,9 @@ class OxData;
 class CNoteCollection : public CIDataCollection {
 public:
   // list: the notes list (not owned); tempFolder: where decrypted and rotated
-  // attachment images go; deviceType: names the on-device account.
+  // attachment images go, a folder under the temporary root (Utils::tempPath;
+  // any other is replaced by one there, with a logged reason); deviceType:
+  // names the on-device account.
   CNoteCollection(OxData* list, const QString& tempFolder, const QString& deviceType);
   ~CNoteCollection() override;
 

@@ -62,19 +62,30 @@ TEST(KeybagTest, KnownAnswers) {
   }
 }
 
-// Damaged keybags: one row per way to break one.
+// Damaged keybags: one row per way to break one. Key-derivation counts past
+// their bounds are refused before any derivation runs; counts at the bounds
+// are accepted.
 TEST(KeybagTest, Damaged) {
+  using fixture::keybagInt;
   const QByteArray good = keybagOf(kVectors[1]);
-  const std::pair<const char*, QByteArray> rows[] = {
-      {"cut inside a value", good.left(good.size() - 3)},
-      {"length past the end", good + QByteArray("ABCD\xff\xff\xff\xf0", 8)},
-      {"no class keys", good.left(good.indexOf("UUID", 10))},
+  const struct {
+    const char* name;
+    QByteArray data;
+    const char* error; // nullptr: parses
+  } rows[] = {
+      {"cut inside a value", good.left(good.size() - 3), "ends inside an item"},
+      {"length past the end", good + QByteArray("ABCD\xff\xff\xff\xf0", 8), "ends inside an item"},
+      {"no class keys", good.left(good.indexOf("UUID", 10)), "no class keys"},
+      {"ITER near 2^31", keybagOf(kVectors[1], keybagInt("ITER", 0x7fffffff)), "ITER asks for 2147483647"},
+      {"DPIC near 2^32", keybagOf(kVectors[0], keybagInt("DPIC", 0xfffffff0)), "DPIC asks for 4294967280"},
+      {"ITER at its bound", keybagOf(kVectors[1], keybagInt("ITER", Keybag::MaxSha1Iterations)), nullptr},
+      {"DPIC at its bound", keybagOf(kVectors[0], keybagInt("DPIC", Keybag::MaxSha256Iterations)), nullptr},
   };
-  for (const auto& [name, data] : rows) {
+  for (const auto& r : rows) {
     Keybag kb;
     QString err;
-    EXPECT_FALSE(kb.parse(data, &err)) << name;
-    EXPECT_FALSE(err.isEmpty()) << name;
+    EXPECT_EQ(kb.parse(r.data, &err), r.error == nullptr) << r.name;
+    EXPECT_TRUE(!r.error || err.contains(QLatin1String(r.error))) << r.name << ": " << qPrintable(err);
   }
 }
 } // namespace

@@ -160,6 +160,7 @@ TEST_F(BackupTest, BadInputIsLoggedAndNeverCrashes) {
     std::function<void(MobileBackup*)> check = nullptr;         // when it opens
     std::function<void(Files*, BackupPlan*)> prepare = nullptr; // before writing
     const char* password = nullptr;                             // nullptr: the backup's own
+    const char* says = "";                                      // in the error of a row that does not open
   };
   const auto remove = [this](const char* name) { return [=] { QFile::remove(manifest(name)); }; };
   const auto cut = [this](const char* name, qint64 size) {
@@ -214,6 +215,22 @@ TEST_F(BackupTest, BadInputIsLoggedAndNeverCrashes) {
       {"wrong password", kMbdb, true, E::WrongPassword, nullptr, nullptr, nullptr, "wrong"},
       {"encrypted, opened without a password", kDb, true, E::PasswordRequired, nullptr, nullptr, nullptr, ""},
       {"encrypted Manifest.db truncated", kDb, true, E::Damaged, cut("Manifest.db", 4001)},
+      {"encrypted Manifest.db without padding", kDb, true, E::None, nullptr,
+       [](MobileBackup* b) {
+         ASSERT_EQ(b->fileCount(), 3);
+         EXPECT_EQ(readFile(b->filePath(2)), pattern(300, 'c'));
+       },
+       [](Files*, BackupPlan* p) { p->padManifestDb = false; }},
+      {"encrypted Manifest.db damaged at its start", kDb, true, E::Damaged,
+       [this] {
+         QFile f(manifest("Manifest.db"));
+         ASSERT_TRUE(f.open(QIODevice::ReadWrite));
+         f.write(QByteArray(16, '\0'));
+       },
+       nullptr, nullptr, nullptr, "does not decrypt to a database"},
+      {"keybag asking for 2^31 key-derivation rounds", kDb, true, E::Damaged, nullptr, nullptr,
+       [](Files*, BackupPlan* p) { p->extraKeybagItems = {fixture::keybagInt("ITER", 0x7fffffff)}; }, nullptr,
+       "keybag is damaged: ITER"},
   };
   for (const Row& r : rows) {
     SCOPED_TRACE(r.name);
@@ -241,6 +258,7 @@ TEST_F(BackupTest, BadInputIsLoggedAndNeverCrashes) {
       EXPECT_FALSE(b);
       EXPECT_EQ(MobileBackup::lastErrorCode(), r.error);
       EXPECT_FALSE(m_errors.isEmpty());
+      EXPECT_TRUE(MobileBackup::lastError().contains(QLatin1String(r.says))) << qPrintable(MobileBackup::lastError());
     }
     b.reset();
     EXPECT_EQ(fixture::folderChecksum(m_folder), before);

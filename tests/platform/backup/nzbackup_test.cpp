@@ -114,20 +114,23 @@ TEST(UtilsTest, TempRootFollowsSherdTempAndEndsWithProcess) {
   EXPECT_NE(root, Utils::tempPath());
 }
 
-// clearDir empties scratch folders only.
-TEST_F(NzBackupTest, ClearDirRefusesOtherFolders) {
+// clearDir empties folders inside the temporary root only: never a "rotated"
+// folder beside the backups, a backup, the root itself or a path that climbs
+// out of it.
+TEST_F(NzBackupTest, ClearDirRefusesEveryFolderOutsideTheTemporaryRoot) {
   QTemporaryDir outside; // under the system folder, beside the temporary root
   const QString scratch = Utils::tempPath() + QStringLiteral("cleartest");
   const QString rotated = m_root.filePath(QStringLiteral("rotated"));
-  const QString notRotated = m_root.filePath(QStringLiteral("0123abcd"));
+  const QString backup = m_root.filePath(QStringLiteral("0123abcd"));
   struct Row {
     const char* name;
     QString folder;
     bool cleared;
   } rows[] = {
       {"inside the temporary root", scratch, true},
-      {"rotated folder of the backup root", rotated, true},
-      {"a backup folder", notRotated, false},
+      {"rotated folder of the backup root", rotated, false},
+      {"a backup folder", backup, false},
+      {"the temporary root itself", Utils::tempPath(), false},
       {"climbing out of the root",
        Utils::tempPath() + QStringLiteral("cleartest/../../") + QFileInfo(outside.path()).fileName(), false},
   };
@@ -135,7 +138,7 @@ TEST_F(NzBackupTest, ClearDirRefusesOtherFolders) {
     SCOPED_TRACE(r.name);
     touch(scratch + "/a/b/c.txt");
     touch(rotated + "/x.jpg");
-    touch(notRotated + "/Info.plist");
+    touch(backup + "/Info.plist");
     touch(outside.filePath("keep/me.txt"));
     // A link inside a scratch folder to an outside folder: only the link goes.
     QFile::link(outside.filePath("keep"), scratch + "/link");
@@ -143,26 +146,8 @@ TEST_F(NzBackupTest, ClearDirRefusesOtherFolders) {
     const QString canon = QFileInfo(r.folder).canonicalFilePath();
     EXPECT_TRUE(QFileInfo(canon).isDir()); // the folder itself stays
     EXPECT_EQ(QDir(canon).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System), r.cleared);
-    EXPECT_TRUE(QFileInfo::exists(outside.filePath("keep/me.txt")));
-    EXPECT_TRUE(QFileInfo::exists(notRotated + "/Info.plist"));
+    for (const QString& kept : {outside.filePath("keep/me.txt"), backup + "/Info.plist", rotated + "/x.jpg"})
+      EXPECT_TRUE(QFileInfo::exists(kept)) << qPrintable(kept);
   }
-}
-// A folder given by path is no backup root, until a backup in it is opened:
-// then its "rotated" scratch folder may be emptied too.
-TEST_F(NzBackupTest, ClearDirAcceptsTheScratchFolderBesideAnOpenedBackup) {
-  QTemporaryDir elsewhere;
-  const QString rotated = elsewhere.filePath(QStringLiteral("rotated"));
-  touch(rotated + "/attach_1.png");
-  EXPECT_FALSE(CCommonUtils::clearDir(rotated));
-  EXPECT_TRUE(QFileInfo::exists(rotated + "/attach_1.png"));
-  QString error;
-  ASSERT_TRUE(fixture::writeBackup(elsewhere.filePath(QStringLiteral("dev")), fixture::BackupPlan(),
-                                   {fixture::file(QStringLiteral("HomeDomain"), QStringLiteral("a.txt"), "a")}, &error))
-      << qPrintable(error);
-  std::unique_ptr<MobileBackup> opened(MobileBackup::loadFromPath(elsewhere.filePath(QStringLiteral("dev"))));
-  ASSERT_TRUE(opened);
-  EXPECT_TRUE(CCommonUtils::clearDir(rotated));
-  EXPECT_FALSE(QFileInfo::exists(rotated + "/attach_1.png"));
-  EXPECT_FALSE(CCommonUtils::clearDir(elsewhere.filePath(QStringLiteral("dev")))); // never the backup itself
 }
 } // namespace

@@ -176,21 +176,22 @@ WhatsappDb chatRows() {
 
 TEST_F(WhatsappCollection, ChatItemsFromSessionsMembersAndMessages) {
   FakeLocator locator;
-  locator.known = {QStringLiteral("Media/Profile/111-1.jpg")};
+  locator.known = {QStringLiteral("Media/Profile/111-1")};
   OxBackup registry;
   locator.readDatabase(&registry, nullptr, writeDb(chatRows()));
   OxData* list = registry.getWhatsappMsg();
   ASSERT_EQ(list->count(OxData::CountRaw), 3) << "removed and hidden chats are left out";
   EXPECT_EQ(list->at(0, false)->value(0), QStringLiteral("Anna")) << "newest chat first";
 
-  // The date is the oldest message's, the last content the oldest non-empty one.
+  // The date is the oldest message's, the last content the oldest non-empty
+  // one. The picture is the looked-up path followed by ".jpg".
   const struct {
     const char *name, *columns;
     double date; // -1: none
     int messages;
   } rows[] = {
       {"Anna", "Anna(+111)|+111|first|/local/Media/Profile/111-1.jpg", 20, 4},
-      {"Group", "Anna(+111),Cleo(+333)|+111,+222,+333|hello group|", 5, 3},
+      {"Group", "Anna(+111),Cleo(+333)|+111,+222,+333|hello group|.jpg", 5, 3}, // picture row, empty path
       {"Empty", "Empty|+444||", -1, 0},
   };
   for (const auto& row : rows) {

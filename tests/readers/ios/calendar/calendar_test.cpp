@@ -2,6 +2,7 @@
 
 #include "model/oxcalendaritem.h"
 #include "model/oxdata.h"
+#include "platform/common/commonutils.h"
 #include "platform/common/log.h"
 #include "service/whatsappservice.h"
 #include "samples/apps/calendar.h"
@@ -90,7 +91,7 @@ TEST(CalendarRead, WhichRowsIconsAndBadInputs) {
       {"oldest generation", fixture::oldCalendarStatements(damaged.mid(0, 2)), {}, 2, ""},
       {"neither table", {QStringLiteral("CREATE TABLE Store (ROWID INTEGER PRIMARY KEY)")}, {}, 0, "No calendar table"},
       {"not a database", {}, QByteArray(4096, 'x'), 0, "Fail to open"},
-      {"NULL dates, word trigger", calendarStatements(stores, calendars, damaged), {}, 3, "without a start date"},
+      {"NULL dates, word trigger", calendarStatements(stores, calendars, damaged), {}, 3, ""},
   };
   for (const auto& r : rows) {
     testdata::LogCapture log;
@@ -99,10 +100,50 @@ TEST(CalendarRead, WhichRowsIconsAndBadInputs) {
     EXPECT_TRUE(!*r.logged || log.contains(QString::fromLatin1(r.logged)))
         << r.name << ": " << log.lines.join('|').toStdString();
   }
-  // The last read: no date sorts after every date; the word counts as 0 seconds.
-  EXPECT_EQ(list.at(2, false), titled(list, "No dates"));
+  // The last read: the word trigger counts as 0 seconds.
   EXPECT_EQ(titled(list, "Word trigger")->value(OxCalendarItem::ColAlert),
             QStringLiteral("At the beginning of the schedule / 1 minute ago"));
+}
+
+// A date that is NULL or not a number reads as 0 seconds: the event is kept
+// with the reference moment's text and sort key, start and end alike.
+TEST(CalendarRead, NullAndWordDatesReadAsTheReferenceMoment) {
+  QTemporaryDir dir;
+  const QDateTime reference(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
+  const QDateTime start = CCommonUtils::buildDateTimeBase2001(673174800.0);
+  const struct {
+    const char* summary;
+    const char* start;
+    const char* end;
+    QDateTime startAt;
+    QDateTime endAt;
+  } rows[] = {
+      {"both NULL", "NULL", "NULL", reference, reference},
+      {"end NULL", "673174800", "NULL", start, reference},
+      {"start NULL", "NULL", "673174800", reference, start},
+      {"words", "'soon'", "'12abc'", reference, reference},
+      {"blob", "x'0102'", "673174800", reference, start},
+  };
+  QList<CalendarEvent> events;
+  for (const auto& r : rows)
+    events << event(r.summary, r.start, r.end, 3);
+  OxData list(8);
+  CCalendarQuery query(&list);
+  query.query({testdata::writeSqliteDb(dir.filePath(QStringLiteral("Calendar.sqlitedb")),
+                                       calendarStatements({{3, QStringLiteral("Exchange")}},
+                                                          {{3, 3, QStringLiteral("Work"), QString(), 4}}, events))},
+              nullptr);
+  ASSERT_EQ(list.count(0), int(std::size(rows)));
+  for (const auto& r : rows) {
+    const OxCalendarItem* item = titled(list, r.summary);
+    ASSERT_TRUE(item) << r.summary;
+    const std::pair<int, QDateTime> dates[] = {{OxCalendarItem::ColStartDate, r.startAt},
+                                               {OxCalendarItem::ColEndDate, r.endAt}};
+    for (const auto& [column, at] : dates) {
+      EXPECT_EQ(item->sortValue(column).toDateTime(), at) << r.summary << " " << column;
+      EXPECT_EQ(item->value(column), CCommonUtils::datetimeToMinuteCheckNoYear(at, true)) << r.summary << " " << column;
+    }
+  }
 }
 
 // The sample calendar read out of a backup: alarms merged into one item,

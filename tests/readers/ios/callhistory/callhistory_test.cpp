@@ -137,6 +137,57 @@ TEST_F(CallHistory, LocationAndNames) {
   }
 }
 
+// Without a host map, the backup's address book names the calls by the host
+// map's rule (dashes and spaces dropped, either ends with the other, both
+// longer than five characters, first key in key order), and by the numbers'
+// normal form where the rule finds nothing.
+TEST_F(CallHistory, BookNamesByTheHostMapsRuleThenByNormalForm) {
+  const QList<Contact> book{
+      {1, QStringLiteral("Anna"), QString(), QString(), {QStringLiteral("+1 415-555-0123")}, {}},
+      {2, QStringLiteral("Ben"), QString(), QString(), {QStringLiteral("030 1234 567")}, {}},
+      {3, QStringLiteral("Cleo"), QString(), QString(), {QStringLiteral("+44 20 7183 8750")}, {}},
+      {4, QStringLiteral("Fay"), QString(), QString(), {QStringLiteral("+1 650-555-0123")}, {}},
+      {5, QStringLiteral("Gus"), QString(), QString(), {QStringLiteral("(919) 888-7386"), QStringLiteral("1234")},
+       {QStringLiteral("Gus@Example.com")}},
+  };
+  const struct {
+    const char* what;
+    const char* address;
+    const char* name;
+  } rows[] = {
+      {"no area code, dash", "555-0123", "Anna"}, // Fay's number ends so too: Anna's key comes first
+      {"no country code, spaces", "415 555 0123", "Anna"},
+      {"no country code, dashes and spaces", "20-7183 8750", "Cleo"},
+      {"full number for a card without country code", "+4930 1234567", "Ben"}, // "030..." is no suffix
+      {"card with brackets", "+19198887386", "Gus"},                              // only the normal form
+      {"address, case as stored", "Gus@Example.com", "Gus"},
+      {"five characters never match", "-4-1-2-3-4", "-4-1-2-3-4"},
+      {"nobody's", "+33 1 23 45 67 89", "+33 1 23 45 67 89"},
+  };
+  QList<StoredCall> calls;
+  for (const auto& r : rows) {
+    calls << call(calls.size() + 1, 0, 1, 10);
+    calls.last().address = QString::fromUtf8(r.address);
+    calls.last().countryCode = QStringLiteral("de");
+  }
+  const QString bookPath = writeDb(dir, QStringLiteral("AddressBook.sqlitedb"), fixture::addressBookStatements(book));
+  for (const bool emptyBook : {false, true}) {
+    list.clear();
+    CCalllistCollection collection(&list, {}, {});
+    if (!emptyBook) {
+      ASSERT_TRUE(collection.loadAddressBook(bookPath));
+    }
+    collection.loadStore(writeDb(dir, QStringLiteral("CallHistory%1.storedata").arg(++n),
+                                 fixture::callHistoryStatements(calls)));
+    ASSERT_EQ(list.count(0), int(std::size(rows)));
+    for (int i = 0; i < list.count(0); ++i) {
+      const auto& r = rows[list.count(0) - 1 - i]; // newest first
+      EXPECT_EQ(list.at(i, false)->value(0), QString::fromUtf8(emptyBook ? r.address : r.name))
+          << r.what << (emptyBook ? " (no book)" : "");
+    }
+  }
+}
+
 TEST_F(CallHistory, OlderStoreWithAddressBook) {
   const qint64 t = 1300000000; // 2011-03-13
   // Name, type, duration and location, newest first (+1 and +44 are shared

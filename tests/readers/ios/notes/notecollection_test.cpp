@@ -6,6 +6,7 @@
 #include "model/oxdata.h"
 #include "model/oxnoteitem.h"
 #include "platform/backup/mobilebackup.h"
+#include "platform/common/utils.h"
 #include "samples/apps/notes.h"
 #include "tests/support/testdata.h"
 
@@ -43,7 +44,7 @@ protected:
             const QString& deviceType = QStringLiteral("iPhone12,1")) {
     MobileBackup* b = open(files);
     list.clear();
-    CNoteCollection notes(&list, dir.filePath(QStringLiteral("rotated%1").arg(count)), deviceType);
+    CNoteCollection notes(&list, Utils::tempPath() + QStringLiteral("rotated%1").arg(count), deviceType);
     notes.setNotePasswords(passwords);
     notes.load(b);
   }
