@@ -312,12 +312,12 @@ const WxContact* Weixin::contact(const QString& userName) const {
   return it == d->contacts.constEnd() ? nullptr : &it.value();
 }
 
-QList<WxMsg> Weixin::messages(const WxChat& chat) {
+QVector<WxMsg> Weixin::messages(const WxChat& chat) {
   static const QStringList wanted = {QStringLiteral("MesLocalID"), QStringLiteral("MesSvrID"),
                                      QStringLiteral("CreateTime"), QStringLiteral("Des"),
                                      QStringLiteral("Type"),       QStringLiteral("Status"),
                                      QStringLiteral("Message")};
-  QList<WxMsg> out;
+  QVector<WxMsg> out;
   const bool room = chat.isChatRoom();
   for (const QString& entry : chat.tables) {
     const int bar = entry.lastIndexOf(QLatin1Char('|'));

@@ -32,6 +32,7 @@
 #include <QMap>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 #include <memory>
 
@@ -93,6 +94,7 @@ struct SHERD_EXPORT WxMsg {
 
   QDateTime date() const { return QDateTime::fromSecsSinceEpoch(createTime, Qt::UTC); }
 };
+Q_DECLARE_TYPEINFO(WxMsg, Q_MOVABLE_TYPE);
 
 class SHERD_EXPORT Weixin {
 public:
@@ -123,7 +125,7 @@ public:
   // Every message of the chat from all its tables, oldest first (rows of the
   // same second in the order of their local ids). Tables that cannot be read
   // are logged and passed over.
-  QList<WxMsg> messages(const WxChat& chat);
+  QVector<WxMsg> messages(const WxChat& chat);
 
   // The local path of one of the message's media files, or empty.
   QString mediaPath(const WxChat& chat, const WxMsg& msg, Media kind) const;

@@ -84,17 +84,26 @@ void CQQCollection::buildChats(CIProgressCallback* progress, OxData* list, const
       columns.title = id;
     }
 
-    QList<QQMessage> rows = it.value();
-    std::stable_sort(rows.begin(), rows.end(), [](const QQMessage& a, const QQMessage& b) { return a.time < b.time; });
+    // Tables are written in time order; a table that is not is sorted here.
+    const auto earlier = [](const QQMessage& a, const QQMessage& b) { return a.time < b.time; };
+    QVector<QQMessage> sorted;
+    const QVector<QQMessage>* rows = &it.value();
+    if (!std::is_sorted(rows->begin(), rows->end(), earlier)) {
+      sorted = *rows;
+      std::stable_sort(sorted.begin(), sorted.end(), earlier);
+      rows = &sorted;
+    }
     auto* chat = new OxWhatsappChat;
-    for (const QQMessage& m : qAsConst(rows)) {
-      QString sender = group ? members.name(id, m.sender) : QString();
-      if (sender.isEmpty() && group)
-        sender = m.nickName;
-      if (sender.isEmpty())
-        sender = friends.names().value(m.sender);
-      if (sender.isEmpty())
-        sender = group ? m.sender : columns.name;
+    for (const QQMessage& m : *rows) {
+      // A friend's messages are all from the friend (or the owner).
+      QString sender = columns.name;
+      if (group) {
+        sender = members.name(id, m.sender);
+        if (sender.isEmpty())
+          sender = m.nickName;
+        if (sender.isEmpty())
+          sender = friends.names().value(m.sender, m.sender);
+      }
       chat->addMessage(createMsg(m, group, ownerUin, sender));
       if (!progress->progress(step)) {
         delete chat;

@@ -154,18 +154,35 @@ void CQQMessageQuery::query(const QStringList& files, CIProgressCallback* progre
   m_progress = nullptr;
 }
 
+namespace {
+// The column's bytes, without decoding them.
+QByteArray rawText(sqlite3_stmt* stmt, int column) {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
+  return QByteArray::fromRawData(text ? text : "", text ? sqlite3_column_bytes(stmt, column) : 0);
+}
+} // namespace
+
 bool CQQMessageQuery::onRow(sqlite3_stmt* stmt) {
-  SqlRow r(stmt);
-  const QString chat = r.text();
+  const QByteArray key = rawText(stmt, 0);
+  if (!m_current || key != m_lastKey) {
+    m_lastKey = QByteArray(key.constData(), key.size());
+    m_current = &m_byChat[QString::fromUtf8(m_lastKey)];
+  }
+  const QByteArray sender = rawText(stmt, 1);
+  if (sender != m_lastSender) {
+    m_lastSender = QByteArray(sender.constData(), sender.size());
+    m_sender = QString::fromUtf8(m_lastSender);
+  }
+  SqlRow r(stmt, 2);
   QQMessage m;
-  m.sender = r.text();
+  m.sender = m_sender;
   m.time = r.int64();
   m.type = r.integer();
   m.flag = int(r.int64Or(-1));
   m.content = r.text();
   m.picUrl = r.text();
   m.nickName = r.text();
-  m_byChat[chat].append(std::move(m));
+  m_current->append(std::move(m));
   ++m_count;
   return true;
 }

@@ -14,6 +14,7 @@
 #include <QList>
 #include <QMap>
 #include <QString>
+#include <QVector>
 
 // One message or system line.
 struct QQMessage {
@@ -25,6 +26,7 @@ struct QQMessage {
   QString picUrl;      // JSON list naming the picture's or video's md5
   QString nickName;    // group tables: the sender's name in the group
 };
+Q_DECLARE_TYPEINFO(QQMessage, Q_MOVABLE_TYPE);
 
 // Friends' names by QQ number: the remark, else the nickname.
 class CQQFriendQuery : public CISQLiteQuery {
@@ -75,7 +77,7 @@ class CQQMessageQuery : public CISQLiteQuery {
 public:
   CQQMessageQuery();
   // Messages by conversation key, each list in table order.
-  const QMap<QString, QList<QQMessage>>& messagesByChat() const { return m_byChat; }
+  const QMap<QString, QVector<QQMessage>>& messagesByChat() const { return m_byChat; }
   int messageCount() const { return m_count; }
 
   // Lists the message tables of each file and reads them. Progress advances
@@ -90,6 +92,13 @@ protected:
   bool onRow(sqlite3_stmt* stmt) override;
 
 private:
-  QMap<QString, QList<QQMessage>> m_byChat;
+  QMap<QString, QVector<QQMessage>> m_byChat;
   int m_count = 0;
+  // Rows come table by table: the list and the texts of the row before are
+  // kept, so that a conversation's key and a sender's number are decoded (and
+  // looked up) once per run of equal values rather than once per row.
+  QByteArray m_lastKey;
+  QVector<QQMessage>* m_current = nullptr;
+  QByteArray m_lastSender;
+  QString m_sender;
 };
