@@ -6,7 +6,8 @@
 //         "flags":int,"size":int,"firstLayer":str,"secondLayer":str,
 //         "filePath":str, for calendar events "triggerId":int,"allDay":int,
 //         and for chats "chat":{"deleted":bool,"messages":[
-//         {"type","fromMe","sentDone","broadcast","date","content","media","member"}]}}
+//         {"type","fromMe","sentDone","broadcast","date","content","media","member",
+//          and "deleted":true on a message recovered from deleted records}]}}
 #include "apps/cli/commands.h"
 #include "apps/cli/jsonwriter.h"
 #include "apps/cli/loadoptions.h"
@@ -54,6 +55,10 @@ void writeChat(JsonWriter& w, const OxWhatsappChat& chat) {
     w.value(m->media());
     w.key("member");
     w.value(m->member());
+    if (m->isDeleted()) {
+      w.key("deleted");
+      w.value(true);
+    }
     w.endObject();
   }
   w.endArray();
