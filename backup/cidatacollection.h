@@ -28,8 +28,14 @@ public:
   // otherwise the sink's answer (false means stop).
   bool reportProgress(double amount);
 
+  // Whether load also recovers the rows the app deleted but its database
+  // still holds (readers that can say so); on after construction.
+  void setRecoverDeleted(bool on) { m_recoverDeleted = on; }
+  bool recoverDeleted() const { return m_recoverDeleted; }
+
 protected:
   CIProgressCallback* m_progress; // not owned
+  bool m_recoverDeleted = true;
 
 private:
   CIDataCollection(const CIDataCollection&) = delete;

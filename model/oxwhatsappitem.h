@@ -74,6 +74,10 @@ public:
   bool isRefreshThumb();
   // UTF-8 bytes of content and member, plus the media file's size on disk.
   qint64 msgSize() const;
+  // Recovered from the database's deleted records: the app had deleted it.
+  // False in a new message.
+  bool isDeleted() const { return m_deleted; }
+  void setDeleted(bool deleted) { m_deleted = deleted; }
 
 private:
   MsgType m_type = MsgText;
@@ -90,6 +94,7 @@ private:
   int m_likeCount = 0;
   bool m_checked = true;
   bool m_refreshThumb = false;
+  bool m_deleted = false;
 };
 
 class SHERD_EXPORT OxWhatsappChat {

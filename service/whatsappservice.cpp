@@ -125,6 +125,7 @@ bool WhatsappService::loadWhatsappOnly(int type) {
   case 0: {
     CWhatsappiTunesCollection whatsapp(m_backup);
     whatsapp.setSwitches(true, false);
+    whatsapp.setRecoverDeleted(m_recoverDeleted);
     whatsapp.setProgress(nullptr);
     whatsapp.load(m_mobileBackup);
     break;
@@ -175,6 +176,7 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     const QString scratch = makeNoteTempPath();
     CNoteCollection notes(m_backup->getNote(), scratch, m_backup->backupProperty(4));
     notes.setNotePasswords(m_notePasswords);
+    notes.setRecoverDeleted(m_recoverDeleted);
     notes.setProgress(nullptr);
     notes.load(m_mobileBackup);
     break;
@@ -196,6 +198,7 @@ bool WhatsappService::loadWhatsappOnly(int type) {
       addDefaultBookmarks(safari, !info.productType.isEmpty() ? info.productType : info.productName);
     }
     CBookmarkCollection bookmarks(safari);
+    bookmarks.setRecoverDeleted(m_recoverDeleted);
     bookmarks.setProgress(nullptr);
     bookmarks.load(m_mobileBackup);
     break;
@@ -206,6 +209,7 @@ bool WhatsappService::loadWhatsappOnly(int type) {
                                 QStringLiteral("Viber Call History")});
     {
       CCalllistCollection reader(calls, m_contactToName, m_idToName);
+      reader.setRecoverDeleted(m_recoverDeleted);
       reader.setProgress(nullptr);
       reader.load(m_mobileBackup);
     }

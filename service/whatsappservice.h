@@ -63,6 +63,11 @@ public:
   void setBackupPassword(const QString& password);
   // Passwords tried on password-protected notes by the following loads.
   void setNotePasswords(const QStringList& passwords) { m_notePasswords = passwords; }
+  // Whether the following loads also recover the rows that the apps deleted
+  // but their databases still hold (WhatsApp messages and chats, calls,
+  // Safari visits, legacy notes), flagged ItemDeleted. On by default.
+  void setRecoverDeleted(bool on) { m_recoverDeleted = on; }
+  bool recoverDeleted() const { return m_recoverDeleted; }
   // Why the last load could not open the backup (empty after a success).
   QString lastOpenError() const { return m_lastOpenError; }
   MobileBackup::Error lastOpenErrorCode() const { return m_lastOpenErrorCode; }
@@ -95,6 +100,7 @@ private:
   std::unique_ptr<Opened> m_opened;
   QString m_password;
   QStringList m_notePasswords;
+  bool m_recoverDeleted = true;
   QString m_lastOpenError;
   MobileBackup::Error m_lastOpenErrorCode = MobileBackup::Error::None;
   QString m_scratchFolder; // this service's folder under the temporary root, made on first use

@@ -4,6 +4,7 @@
 
 #include "model/oxbackup.h"
 #include "model/oxdata.h"
+#include "model/oxwhatsappitem.h"
 #include "service/whatsappservice.h"
 
 #include <QCommandLineParser>
@@ -43,8 +44,20 @@ int runScan(const QStringList& args) {
   std::printf("%s\n", qPrintable(service.openedBackup()->path()));
   for (int type : options.types) {
     OxData* list = registry.getOxData(type);
-    std::printf("%-24s %8d items, %6d deleted, %s\n", qPrintable(listTitle(registry, type)), list->count(0),
+    std::printf("%-24s %8d items, %6d deleted, %s", qPrintable(listTitle(registry, type)), list->count(0),
                 list->allDeletedCount(), qPrintable(c.formattedDataSize(qint64(list->size(0)))));
+    // Chats keep recovered messages inside: count those too.
+    int deletedMessages = 0;
+    for (int row = 0; row < list->count(0); ++row) {
+      const auto* chatItem = dynamic_cast<const OxWhatsappItem*>(list->at(row, false));
+      if (const OxWhatsappChat* chat = chatItem ? chatItem->detailContent() : nullptr) {
+        for (const OxWhatsappMsg* m : chat->messages())
+          deletedMessages += m && m->isDeleted();
+      }
+    }
+    if (deletedMessages > 0)
+      std::printf(", %d deleted messages", deletedMessages);
+    std::printf("\n");
   }
   return ExitOk;
 }

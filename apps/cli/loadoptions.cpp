@@ -46,6 +46,8 @@ void addLoadOptions(QCommandLineParser& parser, bool withTypes) {
                     QStringLiteral("F")});
   parser.addOption({QStringLiteral("note-password"),
                     QStringLiteral("A password to try on password-protected notes (repeatable)."), QStringLiteral("P")});
+  parser.addOption({QStringLiteral("no-deleted"),
+                    QStringLiteral("Leave out the rows the apps deleted that the databases still hold.")});
   if (withTypes)
     parser.addOption({QStringLiteral("type"),
                       QStringLiteral("Data types to load, comma-separated (default: all): ") +
@@ -91,6 +93,7 @@ int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const 
     out->password = QString::fromUtf8(line);
   }
   out->notePasswords = parser.values(QStringLiteral("note-password"));
+  out->recoverDeleted = !parser.isSet(QStringLiteral("no-deleted"));
   out->types.clear();
   if (withTypes && parser.isSet(QStringLiteral("type"))) {
     for (const QString& name : parser.value(QStringLiteral("type")).split(QLatin1Char(','), Qt::SkipEmptyParts)) {
@@ -118,6 +121,7 @@ int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const 
 int beginLoad(WhatsappService& service, const LoadOptions& options, const char* command) {
   service.setBackupPassword(options.password);
   service.setNotePasswords(options.notePasswords);
+  service.setRecoverDeleted(options.recoverDeleted);
   if (service.onBeginLoadWhatsappOnly()) {
     const BackupInfo& info = service.openedBackup()->backupInfo();
     OxBackup* registry = service.backupRegistry();

@@ -16,6 +16,7 @@ struct LoadOptions {
   QString password; // empty: none given
   QStringList notePasswords; // tried on password-protected notes
   QList<int> types; // data-type numbers, in load order
+  bool recoverDeleted = true; // --no-deleted turns it off
 };
 
 // The data-type names of the command line, indexed by type number.
@@ -28,7 +29,7 @@ QString displayName(int type);
 // count for the types the model leaves unnamed ("Notes (3)").
 QString listTitle(const OxBackup& registry, int type);
 
-// Adds --password, --password-file, --note-password (repeatable), --quiet,
+// Adds --password, --password-file, --note-password (repeatable), --no-deleted, --quiet,
 // --verbose and, with withTypes, --type to the parser.
 void addLoadOptions(QCommandLineParser& parser, bool withTypes);
 

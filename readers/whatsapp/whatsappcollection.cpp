@@ -5,6 +5,7 @@
 #include "model/oxwhatsappitem.h"
 #include "platform/common/commonutils.h"
 #include "readers/messengers/common/chatitembuilder.h"
+#include "readers/whatsapp/whatsappdeleted.h"
 #include "readers/whatsapp/whatsappqueries.h"
 #include "service/progress.h"
 
@@ -87,6 +88,60 @@ public:
     if (OxWhatsappMsg* msg = m_collection->createMsg(record, nullptr, m_members.members(), m_media.mediaItems(),
                                                      &m_membersByJid))
       chat.chat->addMessage(msg);
+  }
+
+  // Recovered messages join the chats of the shown sessions, marked deleted.
+  void addDeleted(const CWADeletedRecords& deleted) {
+    if (!m_prepared)
+      prepare();
+    for (qint64 session : qAsConst(m_shown)) {
+      for (const WAMessage* record : deleted.messagesOf(session)) {
+        OxWhatsappMsg* msg = m_collection->createMsg(*record, nullptr, m_members.members(), m_media.mediaItems(),
+                                                     &m_membersByJid);
+        if (!msg)
+          continue;
+        msg->setDeleted(true);
+        Chat& chat = m_chats[session];
+        if (!chat.chat)
+          chat.chat = new OxWhatsappChat;
+        chat.chat->addMessage(msg);
+      }
+    }
+  }
+
+  // One chat item, flagged deleted, per session the store no longer has.
+  void appendDeletedChats(const CWADeletedRecords& deleted, OxData* list) {
+    for (qint64 key : deleted.deletedSessions()) {
+      std::unique_ptr<OxWhatsappChat> chat(new OxWhatsappChat);
+      chat->setDeleted(true);
+      QString partnerJid;
+      for (const WAMessage* record : deleted.messagesOf(key)) {
+        if (record->isFromMe && partnerJid.isEmpty())
+          partnerJid = record->toJid;
+        if (OxWhatsappMsg* msg = m_collection->createMsg(*record, nullptr, m_members.members(),
+                                                         m_media.mediaItems(), &m_membersByJid)) {
+          msg->setDeleted(true);
+          chat->addMessage(msg);
+        }
+      }
+      ChatItemColumns columns;
+      if (const WAChatSession* session = deleted.recoveredSession(key)) {
+        partnerJid = session->contactJid;
+        columns.name = session->partnerName;
+      }
+      if (chat->messages().isEmpty() && columns.name.isEmpty())
+        continue;
+      if (!partnerJid.isEmpty())
+        columns.numbers = numberOf(partnerJid);
+      if (columns.name.isEmpty())
+        columns.name = columns.numbers;
+      columns.title = columns.name;
+      chat->sortMsg(false);
+      if (OxWhatsappItem* item = CChatItemBuilder::createChatItem(chat.release(), columns)) {
+        item->setFlag(true, OxAbstractItem::ItemDeleted);
+        list->append(item);
+      }
+    }
   }
 
   // Appends the chats to list in the session query's order. False when the
@@ -236,8 +291,15 @@ void CWhatsappCollection::readDatabase(OxBackup* registry, CIProgressCallback* p
   CWAProfilePicQuery pictures;
   const bool building = m_buildChats && registry;
   ChatStream stream(this, sessions, members, media);
-  if (building)
-    messages.setSink([&stream](const WAMessage& m) { stream.add(m); });
+  const bool recovering = building && m_recoverDeleted && !files.first().isEmpty();
+  CWADeletedRecords deleted;
+  if (building) {
+    messages.setSink([&stream, &deleted, recovering](const WAMessage& m) {
+      if (recovering)
+        deleted.noteLive(m);
+      stream.add(m);
+    });
+  }
   for (CISQLiteQuery* query :
        std::initializer_list<CISQLiteQuery*>{&sessions, &members, &media, &messages, &pictures}) {
     stage.initRange(100);
@@ -245,8 +307,14 @@ void CWhatsappCollection::readDatabase(OxBackup* registry, CIProgressCallback* p
     if (!stage.finish())
       return;
   }
-  if (building)
-    stream.finish(&build, registry->getWhatsappMsg(), pictures);
+  if (!building)
+    return;
+  if (recovering) {
+    deleted.read(files.first());
+    stream.addDeleted(deleted);
+  }
+  if (stream.finish(&build, registry->getWhatsappMsg(), pictures) && recovering)
+    stream.appendDeletedChats(deleted, registry->getWhatsappMsg());
 }
 
 OxWhatsappMsg* CWhatsappCollection::createMsg(const WAMessage& message, const WAMessage* parent,

@@ -74,6 +74,12 @@ public:
   void setSwitches(bool buildChats, bool mediaOnly);
   bool isBuildingChats() const { return m_buildChats; }
   bool isMediaOnly() const { return m_mediaOnly; }
+  // Deleted messages and chats recovered from the database's free space (on
+  // after construction): a recovered message joins its chat, marked deleted;
+  // those of a chat the store no longer has make a chat item of their own,
+  // flagged ItemDeleted, whose chat is marked deleted.
+  void setRecoverDeleted(bool on) { m_recoverDeleted = on; }
+  bool isRecoveringDeleted() const { return m_recoverDeleted; }
 
   // Runs the five queries over the database (dbFilePath("ChatStorage.sqlite")
   // when dbPath is blank) and, when all of them finished and the switch is on,
@@ -104,4 +110,5 @@ private:
 
   bool m_buildChats = true;
   bool m_mediaOnly = true;
+  bool m_recoverDeleted = true;
 };

@@ -46,6 +46,11 @@ struct WAFileEntry {
 
 class CWhatsappiTunesCollection : public CIDataCollection, public CWhatsappCollection {
 public:
+  // Both bases carry the switch; it is the chat reader's that counts.
+  void setRecoverDeleted(bool on) {
+    CIDataCollection::setRecoverDeleted(on);
+    CWhatsappCollection::setRecoverDeleted(on);
+  }
   // The registry is not owned; its WhatsApp list receives the chats.
   explicit CWhatsappiTunesCollection(OxBackup* registry);
   ~CWhatsappiTunesCollection() override;
