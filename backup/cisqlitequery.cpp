@@ -1,7 +1,7 @@
 #include "backup/cisqlitequery.h"
 
 #include "platform/common/log.h"
-#include "platform/common/sqlutils.h"
+#include "platform/common/sqlrow.h"
 #include "service/progress.h"
 
 #include <QFile>
@@ -40,56 +40,47 @@ void CISQLiteQuery::query(const QStringList& files, CIProgressCallback* progress
 }
 
 int CISQLiteQuery::countRows(const QString& path, const QStringList& countSqls) {
-  sqlite3* db = nullptr;
-  if (SqlUtils::openSqlite(path, &db) != 0) {
+  SqlDatabase db;
+  if (!db.open(path)) {
     Log(kModule, 0, "Fail to open db file: %s", path.toUtf8().constData());
-    return -2;
+    return OpenFailed;
   }
   int count = 0;
-  bool failed = false;
   for (const QString& sql : countSqls) {
-    const QByteArray text = sql.toUtf8();
-    sqlite3_stmt* stmt = nullptr;
-    if (SqlUtils::prepareSqlite(db, text.constData(), -1, &stmt, nullptr) != 0) {
-      Log(kModule, 0, "Fail to query sql \"%s\" for db %s", text.constData(), path.toUtf8().constData());
-      failed = true;
-      break;
+    SqlStatement stmt(db, sql);
+    if (!stmt.isValid()) {
+      Log(kModule, 0, "Fail to query sql \"%s\" for db %s", sql.toUtf8().constData(), path.toUtf8().constData());
+      return PrepareFailed;
     }
     // Replaced, not added: with several statements the last one decides.
-    if (sqlite3_step(stmt) == SQLITE_ROW)
-      count = sqlite3_column_int(stmt, 0);
-    sqlite3_finalize(stmt);
+    if (stmt.step())
+      count = SqlRow(stmt).integer();
   }
-  sqlite3_close(db);
-  return failed ? -1 : count;
+  return count;
 }
 
 int CISQLiteQuery::execSql(const QString& path, const QString& sql) {
-  sqlite3* db = nullptr;
-  if (SqlUtils::openSqlite(path, &db) != 0) {
+  SqlDatabase db;
+  if (!db.open(path)) {
     Log(kModule, 0, "Fail to open db file: %s", path.toUtf8().constData());
-    return -2;
+    return OpenFailed;
   }
-  const QString custom = customSql(db);
-  const QByteArray text = (custom.isEmpty() ? sql : custom).toUtf8();
-  sqlite3_stmt* stmt = nullptr;
-  if (SqlUtils::prepareSqlite(db, text.constData(), -1, &stmt, nullptr) != 0) {
+  const QString custom = customSql(db.handle());
+  SqlStatement stmt(db, custom.isEmpty() ? sql : custom);
+  if (!stmt.isValid()) {
     // The listed statement names the query in the log, even when a replacement
     // was the one that failed.
     Log(kModule, 0, "Fail to query sql \"%s\" for db %s", sql.toUtf8().constData(), path.toUtf8().constData());
-    sqlite3_close(db);
-    return -1;
+    return PrepareFailed;
   }
   int rows = 0;
-  while (sqlite3_step(stmt) == SQLITE_ROW) {
-    if (!onRow(stmt))
+  while (stmt.step()) {
+    if (!onRow(stmt.handle()))
       break;
     ++rows;
     if (m_progress && !m_progress->progress(m_step))
       break;
   }
-  sqlite3_finalize(stmt);
-  sqlite3_close(db);
   return rows;
 }
 

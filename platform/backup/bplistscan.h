@@ -3,6 +3,11 @@
 // enough to pull the few fields of a Manifest.db record's keyed archive at the
 // rate a 300,000-record manifest needs. Anything it does not expect makes it
 // give up, and the caller decodes the archive with libplist instead.
+//
+// What it buys (bench_backup, BM_OpenAndIterate against BM_BareSqliteScan,
+// 300,000 records): with libplist alone, opening a manifest took about 10x
+// the bare SQLite scan; with this reader beside it, together with the packed
+// records and the domain table, 1.40-1.49x (from 1.53-1.65x before them).
 #include <QByteArray>
 
 #include <cstddef>

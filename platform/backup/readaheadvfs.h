@@ -10,6 +10,11 @@
 // Only for files that nothing writes while they are open: open them with
 // SQLITE_OPEN_READONLY and the URI parameter immutable=1. Files opened any
 // other way get no read-ahead.
+//
+// What it buys (bench_backup, BM_OpenAndIterate against BM_BareSqliteScan
+// through the default VFS, 300,000 records): opening a manifest went from
+// 1.40-1.49x to 0.94-1.06x of the bare scan; before it, a third of the scan's
+// time was spent in pread.
 
 namespace ReadAheadVfs {
 // The registered VFS's name for sqlite3_open_v2, or nullptr (the default VFS)

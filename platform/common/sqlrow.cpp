@@ -11,7 +11,8 @@
 SqlDatabase::~SqlDatabase() { close(); }
 
 SqlDatabase::SqlDatabase(SqlDatabase&& other) noexcept
-    : m_db(std::exchange(other.m_db, nullptr)), m_path(std::move(other.m_path)), m_error(std::move(other.m_error)) {}
+    : m_db(std::exchange(other.m_db, nullptr)), m_path(std::move(other.m_path)), m_error(std::move(other.m_error)),
+      m_openFailure(std::move(other.m_openFailure)) {}
 
 SqlDatabase& SqlDatabase::operator=(SqlDatabase&& other) noexcept {
   if (this != &other) {
@@ -19,6 +20,7 @@ SqlDatabase& SqlDatabase::operator=(SqlDatabase&& other) noexcept {
     m_db = std::exchange(other.m_db, nullptr);
     m_path = std::move(other.m_path);
     m_error = std::move(other.m_error);
+    m_openFailure = std::move(other.m_openFailure);
   }
   return *this;
 }
@@ -27,9 +29,29 @@ bool SqlDatabase::open(const QString& path, QString* error) {
   close();
   m_path = path;
   m_error.clear();
+  m_openFailure.clear();
   const int rc = SqlUtils::openSqlite(path, &m_db);
   if (rc != SQLITE_OK) {
-    m_error = QStringLiteral("cannot open %1 as a database: %2").arg(path, QString::fromUtf8(sqlite3_errstr(rc)));
+    m_openFailure = QString::fromUtf8(sqlite3_errstr(rc));
+    m_error = QStringLiteral("cannot open %1: %2").arg(path, m_openFailure);
+    if (error)
+      *error = m_error;
+    return false;
+  }
+  return true;
+}
+
+bool SqlDatabase::openWithFlags(const QByteArray& name, int sqliteFlags, const char* vfs, QString* error) {
+  close();
+  m_path = QString::fromUtf8(name);
+  m_error.clear();
+  m_openFailure.clear();
+  const int rc = sqlite3_open_v2(name.constData(), &m_db, sqliteFlags, vfs);
+  if (rc != SQLITE_OK) {
+    sqlite3_close(m_db);
+    m_db = nullptr;
+    m_openFailure = QString::fromUtf8(sqlite3_errstr(rc));
+    m_error = QStringLiteral("cannot open %1: %2").arg(m_path, m_openFailure);
     if (error)
       *error = m_error;
     return false;
@@ -41,6 +63,10 @@ void SqlDatabase::close() {
   if (m_db)
     sqlite3_close(m_db);
   m_db = nullptr;
+}
+
+QString SqlDatabase::sqliteMessage() const {
+  return m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : m_openFailure;
 }
 
 bool SqlDatabase::hasTable(const QString& table) const { return SqlUtils::hasTable(m_db, table); }
@@ -169,6 +195,20 @@ qint64 SqlRow::int64Or(qint64 ifNull) {
     return ifNull;
   }
   return int64();
+}
+
+const char* SqlRow::rawText(int* bytes) {
+  const char* p = inRange() ? reinterpret_cast<const char*>(sqlite3_column_text(m_stmt, m_column)) : nullptr;
+  *bytes = p ? sqlite3_column_bytes(m_stmt, m_column) : 0;
+  ++m_column;
+  return p;
+}
+
+const char* SqlRow::rawBlob(int* bytes) {
+  const char* p = inRange() ? static_cast<const char*>(sqlite3_column_blob(m_stmt, m_column)) : nullptr;
+  *bytes = p ? sqlite3_column_bytes(m_stmt, m_column) : 0;
+  ++m_column;
+  return p;
 }
 
 SqlRow::Type SqlRow::type() const {

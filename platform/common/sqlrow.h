@@ -49,10 +49,17 @@ public:
   // file inside a backup: SQLite may create the -shm index beside a database
   // that has a write-ahead log.
   bool open(const QString& path, QString* error = nullptr);
+  // Opens a file name or URI with SQLite's own open flags and VFS (null for
+  // the default) and nothing else: no schema read, no busy timeout. For the
+  // few callers that need an immutable URI, another VFS or to replay a log.
+  bool openWithFlags(const QByteArray& name, int sqliteFlags, const char* vfs, QString* error = nullptr);
   void close();
   bool isOpen() const { return m_db != nullptr; }
   QString errorString() const { return m_error; }
   QString path() const { return m_path; }
+  // SQLite's own message for the last call on this connection, or for the
+  // open that failed.
+  QString sqliteMessage() const;
 
   // Whether a table (or view) of that name exists, case ignored.
   bool hasTable(const QString& table) const;
@@ -65,6 +72,7 @@ private:
   sqlite3* m_db = nullptr;
   QString m_path;
   QString m_error;
+  QString m_openFailure;
 };
 
 class SHERD_EXPORT SqlStatement {
@@ -88,6 +96,8 @@ public:
   // Moves to the next result row: true while there is one. False at the end,
   // on an error (errorString() says which) and on an invalid statement.
   bool step();
+  // Whether the last step (or the preparing) failed, rather than ran out of rows.
+  bool failed() const { return !m_error.isEmpty(); }
   // Back before the first row, keeping the bound values, so that the statement
   // can run again (with other values bound).
   void reset();
@@ -127,6 +137,10 @@ public:
   QByteArray blob();
   // The next column as an integer, or `ifNull` when it is NULL.
   qint64 int64Or(qint64 ifNull);
+  // The column's bytes as SQLite holds them (text as UTF-8), without a copy:
+  // valid until the statement steps again. Null, with *bytes 0, for NULL.
+  const char* rawText(int* bytes);
+  const char* rawBlob(int* bytes);
 
   // Look at the next column without moving.
   bool isNull() const { return type() == Null; }

@@ -191,8 +191,8 @@ TEST(QueryHelpers, ExecSqlCountsAcceptedRowsAndConsultsCustomSqlPerRun) {
   RecordingQuery q;
   q.refuseId = 3;
   EXPECT_EQ(q.execSql(db, kSelect), 2); // rows 1 and 2; row 3 refused and not counted
-  EXPECT_EQ(q.execSql(db, QStringLiteral("select bad")), -1);
-  EXPECT_EQ(q.execSql(makeGarbage(dir, QStringLiteral("g")), kSelect), -2);
+  EXPECT_EQ(q.execSql(db, QStringLiteral("select bad")), CISQLiteQuery::PrepareFailed);
+  EXPECT_EQ(q.execSql(makeGarbage(dir, QStringLiteral("g")), kSelect), CISQLiteQuery::OpenFailed);
   EXPECT_EQ(q.customSqlCalls, 2); // not called when the database cannot be opened
   EXPECT_EQ(log.lines.size(), 2);
 }

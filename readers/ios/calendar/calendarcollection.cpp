@@ -5,7 +5,7 @@
 #include "platform/backup/mobilebackup.h"
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
-#include "platform/common/sqlutils.h"
+#include "platform/common/sqlrow.h"
 #include "platform/common/utils.h"
 #include "service/progress.h"
 
@@ -62,14 +62,10 @@ const char* const kCountOldest = "select count(*) from event";
 
 // The first statement of the list that prepares against the database, or an
 // empty string.
-QString firstThatPrepares(sqlite3* db, const QStringList& statements) {
+QString firstThatPrepares(const SqlDatabase& db, const QStringList& statements) {
   for (const QString& sql : statements) {
-    const QByteArray text = sql.toUtf8();
-    sqlite3_stmt* stmt = nullptr;
-    if (SqlUtils::prepareSqlite(db, text.constData(), -1, &stmt, nullptr) == 0) {
-      sqlite3_finalize(stmt);
+    if (SqlStatement(db, sql).isValid())
       return sql;
-    }
   }
   return QString();
 }
@@ -120,15 +116,13 @@ void CCalendarQuery::query(const QStringList& files, CIProgressCallback* progres
     QString select;
     QString count;
     {
-      sqlite3* db = nullptr;
-      if (SqlUtils::openSqlite(path, &db) != 0) {
+      SqlDatabase db;
+      if (!db.open(path)) {
         Log(kModule, 0, "Fail to open db file: %s", path.toUtf8().constData());
-        sqlite3_close(db);
         continue;
       }
       select = firstThatPrepares(db, m_sqls);
       count = firstThatPrepares(db, m_countSqls);
-      sqlite3_close(db);
     }
     if (select.isEmpty() || count.isEmpty()) {
       Log(kModule, 0, "No calendar table of either generation in %s", path.toUtf8().constData());

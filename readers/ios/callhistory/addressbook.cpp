@@ -1,11 +1,10 @@
 #include "readers/ios/callhistory/addressbook.h"
 
 #include "platform/common/log.h"
+#include "platform/common/sqlrow.h"
 #include "platform/common/sqlutils.h"
 
 #include <QStringList>
-
-#include <sqlite3.h>
 
 namespace {
 const char kModule[] = "iTunesBackup";
@@ -56,13 +55,14 @@ QString CABPersonQuery::customSql(sqlite3* db) {
 }
 
 bool CABPersonQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   auto* p = new ABPersonRecord;
-  p->rowId = sqlite3_column_int64(stmt, 0);
-  p->first = columnText(stmt, 1);
-  p->middle = columnText(stmt, 2);
-  p->last = columnText(stmt, 3);
-  p->organization = columnText(stmt, 4);
-  p->nickname = columnText(stmt, 5);
+  p->rowId = r.int64();
+  p->first = r.text();
+  p->middle = r.text();
+  p->last = r.text();
+  p->organization = r.text();
+  p->nickname = r.text();
   m_owned.append(p);
   m_persons.insert(p->rowId, p);
   return true;
@@ -79,10 +79,11 @@ CABMultiValueQuery::CABMultiValueQuery() {
 CABMultiValueQuery::~CABMultiValueQuery() { qDeleteAll(m_values); }
 
 bool CABMultiValueQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   auto* v = new ABValueRecord;
-  v->personId = sqlite3_column_int64(stmt, 0);
-  v->property = sqlite3_column_int(stmt, 1);
-  v->value = columnText(stmt, 2);
+  v->personId = r.int64();
+  v->property = r.integer();
+  v->value = r.text();
   m_values.append(v);
   return true;
 }

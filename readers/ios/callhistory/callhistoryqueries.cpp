@@ -1,6 +1,7 @@
 #include "readers/ios/callhistory/callhistoryqueries.h"
 
 #include "platform/common/commonutils.h"
+#include "platform/common/sqlrow.h"
 #include "platform/common/sqlutils.h"
 #include "readers/ios/callhistory/phonenumber.h"
 
@@ -37,32 +38,34 @@ CCallHistoryQuery::~CCallHistoryQuery() { qDeleteAll(m_records); }
 
 QString CCallHistoryQuery::customSql(sqlite3* db) {
   m_locations.clear();
-  sqlite3_stmt* stmt = nullptr;
-  if (SqlUtils::prepareSqlite(db, "select z_pk, zlocation from zcallrecord", -1, &stmt, nullptr) == 0) {
-    while (sqlite3_step(stmt) == SQLITE_ROW)
-      m_locations.insert(sqlite3_column_int64(stmt, 0), columnText(stmt, 1));
-    sqlite3_finalize(stmt);
+  SqlStatement locations(db, QStringLiteral("select z_pk, zlocation from zcallrecord"));
+  while (locations.step()) {
+    SqlRow r(locations);
+    const qint64 pk = r.int64();
+    m_locations.insert(pk, r.text());
   }
   m_hasServiceProvider = SqlUtils::hasColumn(db, QStringLiteral("zcallrecord"), QStringLiteral("zservice_provider"));
   return m_hasServiceProvider ? QString::fromLatin1(kNewSelectWithProvider) : QString();
 }
 
 bool CCallHistoryQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow c(stmt);
   auto* r = new CallRecord;
-  r->answered = sqlite3_column_int64(stmt, 0) != 0;
-  r->callType = sqlite3_column_int(stmt, 1);
-  r->faceTimeData = sqlite3_column_type(stmt, 2) != SQLITE_NULL;
-  r->originated = sqlite3_column_int64(stmt, 3) != 0;
+  r->answered = c.int64() != 0;
+  r->callType = c.integer();
+  r->faceTimeData = !c.isNull();
+  c.skip();
+  r->originated = c.int64() != 0;
   // Whole seconds: the fraction of the start time is dropped.
-  r->date = CCommonUtils::buildDateTimeBase2001(double(sqlite3_column_int64(stmt, 4)));
-  r->duration = sqlite3_column_double(stmt, 5);
-  r->address = columnText(stmt, 6); // text or blob, depending on the row
-  r->countryCode = columnText(stmt, 7);
-  r->name = columnText(stmt, 8);
-  r->pk = sqlite3_column_int64(stmt, 9);
+  r->date = CCommonUtils::buildDateTimeBase2001(double(c.int64()));
+  r->duration = c.real();
+  r->address = c.text(); // text or blob, depending on the row
+  r->countryCode = c.text();
+  r->name = c.text();
+  r->pk = c.int64();
   if (m_hasServiceProvider) {
     r->hasServiceProvider = true;
-    r->serviceProvider = columnText(stmt, 10);
+    r->serviceProvider = c.text();
   }
   const auto location = m_locations.constFind(r->pk);
   if (location != m_locations.constEnd()) {
@@ -104,21 +107,22 @@ QString COldCallHistoryQuery::customSql(sqlite3* db) {
 }
 
 bool COldCallHistoryQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow c(stmt);
   auto* r = new CallRecord;
-  r->pk = sqlite3_column_int64(stmt, 0);
-  r->address = columnText(stmt, 1);
-  r->date = CCommonUtils::buildDateTimeBaseUnixEx(sqlite3_column_int64(stmt, 2));
-  r->duration = sqlite3_column_double(stmt, 3);
-  const qint64 flags = sqlite3_column_int64(stmt, 4);
-  r->personId = sqlite3_column_type(stmt, 5) == SQLITE_NULL ? -1 : sqlite3_column_int64(stmt, 5);
-  r->name = columnText(stmt, 6);
+  r->pk = c.int64();
+  r->address = c.text();
+  r->date = CCommonUtils::buildDateTimeBaseUnixEx(c.int64());
+  r->duration = c.real();
+  const qint64 flags = c.int64();
+  r->personId = c.int64Or(-1);
+  r->name = c.text();
+  const bool faceTimeBlob = c.type() == SqlRow::Blob && !c.blob().isEmpty();
   r->originated = (flags & FlagOutgoing) != 0;
   // The store keeps no answered mark: an incoming call that lasted was answered.
   r->answered = !r->originated && r->duration > 0;
   // No audio-only FaceTime in this generation.
   r->callType = 1;
-  r->faceTimeData =
-      (flags & FlagFaceTime) != 0 || (sqlite3_column_type(stmt, 7) == SQLITE_BLOB && sqlite3_column_bytes(stmt, 7) > 0);
+  r->faceTimeData = (flags & FlagFaceTime) != 0 || faceTimeBlob;
   // No place names either; an international number at least tells its country.
   const CPhoneNumber number(r->address);
   if (!number.callingCode().isEmpty()) {

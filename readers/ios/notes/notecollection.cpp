@@ -132,7 +132,7 @@ OxNoteItem::NotePiece* CNoteCollection::modernAttachment(IosNote& store, const I
   // one (or one that does not decrypt) is used as found.
   auto decrypted = [&](const QString& found, qint64 keyId) {
     const QString dest = CCommonUtils::uniqFileName(m_tempFolder, QFileInfo(found).fileName());
-    return store.decryptAttach(keyId, found, dest) == 0 ? dest : found;
+    return store.decryptAttach(keyId, found, dest) == IosNote::AttachDecrypted ? dest : found;
   };
   QString mediaPath;
   if (!p.mediaId.isEmpty()) {

@@ -5,7 +5,7 @@
 #include "platform/backup/mobilebackup.h"
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
-#include "platform/common/sqlutils.h"
+#include "platform/common/sqlrow.h"
 #include "readers/ios/notes/notethumbnail.h"
 #include "service/progress.h"
 
@@ -13,7 +13,6 @@
 #include <QFile>
 #include <QRegExp>
 #include <QUrl>
-#include <sqlite3.h>
 
 namespace {
 const char* kModule = "CNoteQuery";
@@ -40,24 +39,22 @@ void CNoteQuery::query(const QStringList& files, CIProgressCallback* progress) {
     }
     // Which alternative this schema takes: the first count statement that
     // prepares names the select statement of the same place.
-    sqlite3* db = nullptr;
-    if (SqlUtils::openSqlite(path, &db) != 0) {
+    SqlDatabase db;
+    if (!db.open(path)) {
       Log(kModule, 0, "Fail to open db file: %s", path.toUtf8().constData());
       continue;
     }
     int chosen = -1;
     int count = 0;
     for (int i = 0; i < m_countSqls.size() && chosen < 0; ++i) {
-      const QByteArray sql = m_countSqls.at(i).toUtf8();
-      sqlite3_stmt* stmt = nullptr;
-      if (SqlUtils::prepareSqlite(db, sql.constData(), -1, &stmt, nullptr) != 0)
+      SqlStatement stmt(db, m_countSqls.at(i));
+      if (!stmt.isValid())
         continue;
       chosen = i;
-      if (sqlite3_step(stmt) == SQLITE_ROW)
-        count = sqlite3_column_int(stmt, 0);
-      sqlite3_finalize(stmt);
+      if (stmt.step())
+        count = SqlRow(stmt).integer();
     }
-    sqlite3_close(db);
+    db.close();
     if (chosen < 0) {
       Log(kModule, 0, "%s is neither notes store", path.toUtf8().constData());
       continue;
@@ -72,14 +69,10 @@ void CNoteQuery::query(const QStringList& files, CIProgressCallback* progress) {
 
 QString CNoteQuery::customSql(sqlite3* db) {
   m_icloudStores.clear();
-  sqlite3_stmt* stmt = nullptr;
-  const char* sql = "select zstore.z_pk from zstore inner join zaccount on zstore.zaccount = zaccount.z_pk "
-                    "where zaccount.ztype = 1";
-  if (SqlUtils::prepareSqlite(db, sql, -1, &stmt, nullptr) == 0) {
-    while (sqlite3_step(stmt) == SQLITE_ROW)
-      m_icloudStores.insert(sqlite3_column_int64(stmt, 0));
-    sqlite3_finalize(stmt);
-  }
+  SqlStatement stores(db, QStringLiteral("select zstore.z_pk from zstore inner join zaccount on zstore.zaccount = "
+                                         "zaccount.z_pk where zaccount.ztype = 1"));
+  while (stores.step())
+    m_icloudStores.insert(SqlRow(stores).int64());
   return QString();
 }
 
@@ -109,25 +102,34 @@ QString CNoteQuery::htmlToText(const QString& html, QStringList* contentIds) {
 }
 
 bool CNoteQuery::onRow(sqlite3_stmt* stmt) {
-  const QString identifier = columnText(stmt, 7).toLower();
+  SqlRow r(stmt);
+  const QString title = r.text();
+  r.skip(); // summary
+  const int modified = r.integer();
+  r.skip(); // creation date
+  const QString html = r.text();
+  const bool deleted = r.int64() != 0;
+  const qint64 noteKey = r.int64();
+  const QString identifier = r.text().toLower();
+  const qint64 store = r.int64();
   if (m_modernIds.contains(identifier))
     return true; // listed from the modern store already
-  if (sqlite3_column_int64(stmt, 5) != 0)
-    return true; // deleted
+  if (deleted)
+    return true;
   OxNoteItem* item = OxNoteItem::createItem();
   if (!item)
     return true;
-  item->setValue(columnText(stmt, 0), OxNoteItem::ColTitle);
-  if (m_icloudStores.contains(sqlite3_column_int64(stmt, 8)))
+  item->setValue(title, OxNoteItem::ColTitle);
+  if (m_icloudStores.contains(store))
     item->setValue(QStringLiteral("iCloud"), OxNoteItem::ColLocation);
   else
     item->updateLocationByDeviceType(m_deviceType);
-  const QDateTime date = CCommonUtils::buildDateTimeBase2001(int(sqlite3_column_int(stmt, 2)));
+  const QDateTime date = CCommonUtils::buildDateTimeBase2001(modified);
   item->setValue(CCommonUtils::datetimeToMinute(date, true), OxNoteItem::ColDate);
   item->setSortValue(date, OxNoteItem::ColDate);
 
   QStringList contentIds;
-  const QString text = htmlToText(columnText(stmt, 4), &contentIds);
+  const QString text = htmlToText(html, &contentIds);
   if (contentIds.isEmpty()) {
     auto* piece = new OxNoteItem::NotePiece;
     piece->kind = OxNoteItem::NotePiece::Text;
@@ -136,7 +138,6 @@ bool CNoteQuery::onRow(sqlite3_stmt* stmt) {
     item->setValue(text, OxNoteItem::ColNotes);
   } else {
     const QStringList parts = text.split(kObject, Qt::KeepEmptyParts);
-    const qint64 noteKey = sqlite3_column_int64(stmt, 6);
     auto noteAttachments = m_attachments.constFind(noteKey);
     if (noteAttachments != m_attachments.constEnd()) {
       QList<OxNoteItem::NotePiece*> pieces;
@@ -175,11 +176,9 @@ void CNoteQuery::prepareAttachments(const QStringList& files, MobileBackup* back
   // logged as a failing statement.
   QStringList withTable;
   for (const QString& path : files) {
-    sqlite3* db = nullptr;
-    if (SqlUtils::openSqlite(path, &db) == 0 && SqlUtils::hasTable(db, QStringLiteral("ZNOTEATTACHMENT")))
+    SqlDatabase db;
+    if (db.open(path) && db.hasTable(QStringLiteral("ZNOTEATTACHMENT")))
       withTable << path;
-    if (db)
-      sqlite3_close(db);
   }
   NoteAttachQuery attach(this);
   attach.query(withTable, nullptr);
@@ -210,10 +209,13 @@ NoteAttachQuery::NoteAttachQuery(CNoteQuery* owner) : m_owner(owner) {
 }
 
 bool NoteAttachQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   AttachmentInfo info;
-  info.primaryKey = sqlite3_column_int(stmt, 0);
-  info.fileName = columnText(stmt, 3);
-  info.type = columnText(stmt, 4);
-  m_owner->m_attachments[sqlite3_column_int64(stmt, 1)][columnText(stmt, 2).toLower()] = info;
+  info.primaryKey = r.integer();
+  const qint64 note = r.int64();
+  const QString contentId = r.text().toLower();
+  info.fileName = r.text();
+  info.type = r.text();
+  m_owner->m_attachments[note][contentId] = info;
   return true;
 }

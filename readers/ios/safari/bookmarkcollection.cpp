@@ -5,13 +5,12 @@
 #include "platform/backup/mobilebackup.h"
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
+#include "platform/common/sqlrow.h"
 #include "platform/common/utils.h"
 #include "readers/ios/safari/safariplist.h"
 
 #include <QCoreApplication>
 #include <QFile>
-
-#include <sqlite3.h>
 
 namespace {
 const QString kBookmarks = QStringLiteral("Bookmarks");
@@ -100,11 +99,13 @@ void CBookmarkQuery::query(const QStringList& files, CIProgressCallback* progres
 bool CBookmarkQuery::onRow(sqlite3_stmt* stmt) {
   if (!m_list)
     return false;
-  const QString title = columnText(stmt, 0);
-  const QString url = columnText(stmt, 1);
-  const int id = sqlite3_column_int(stmt, 2);
-  const int parent = sqlite3_column_int(stmt, 3);
-  const int special = sqlite3_column_int(stmt, 5);
+  SqlRow r(stmt);
+  const QString title = r.text();
+  const QString url = r.text();
+  const int id = r.integer();
+  const int parent = r.integer();
+  r.skip();
+  const int special = r.integer();
 
   QString folderName = title;
   int secondIcon = IconFolder;
@@ -173,7 +174,10 @@ HistoryQuery::~HistoryQuery() = default;
 
 bool HistoryQuery::onRow(sqlite3_stmt* stmt) {
   // The visit time is read in whole seconds, as the list shows it.
-  m_visits.push_back({columnText(stmt, 0), columnText(stmt, 1), double(sqlite3_column_int64(stmt, 2))});
+  SqlRow r(stmt);
+  const QString title = r.text();
+  const QString url = r.text();
+  m_visits.push_back({title, url, double(r.int64())});
   return true;
 }
 

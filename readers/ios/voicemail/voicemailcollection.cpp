@@ -3,12 +3,11 @@
 #include "model/oxfileitem.h"
 #include "platform/backup/mobilebackup.h"
 #include "platform/common/log.h"
+#include "platform/common/sqlrow.h"
 #include "platform/common/utils.h"
 
 #include <QFile>
 #include <QFileInfo>
-
-#include <sqlite3.h>
 
 namespace {
 const char kModule[] = "iTunesBackup";
@@ -24,14 +23,15 @@ CVoicemailQuery::CVoicemailQuery() {
 CVoicemailQuery::~CVoicemailQuery() { qDeleteAll(m_owned); }
 
 bool CVoicemailQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow c(stmt);
   auto* r = new VoicemailRecord;
-  r->rowId = sqlite3_column_int64(stmt, 0);
-  r->date = sqlite3_column_int64(stmt, 1);
-  r->sender = columnText(stmt, 2);
-  r->callbackNumber = columnText(stmt, 3);
-  r->duration = sqlite3_column_int64(stmt, 4);
-  r->trashedDate = sqlite3_column_int64(stmt, 5);
-  r->flags = sqlite3_column_int64(stmt, 6);
+  r->rowId = c.int64();
+  r->date = c.int64();
+  r->sender = c.text();
+  r->callbackNumber = c.text();
+  r->duration = c.int64();
+  r->trashedDate = c.int64();
+  r->flags = c.int64();
   m_owned.append(r);
   m_records.insert(r->rowId, r);
   return true;

@@ -1,14 +1,11 @@
 #include "readers/messengers/common/coredatajoin.h"
 
 #include "platform/common/log.h"
-#include "platform/common/sqlutils.h"
+#include "platform/common/sqlrow.h"
 
 #include <QFile>
-
 #include <QRegularExpression>
 #include <QStringList>
-
-#include <sqlite3.h>
 
 namespace {
 const char kModule[] = "iTunesBackup";
@@ -18,16 +15,13 @@ QStringList columnsOf(sqlite3* db, const QString& table) {
   // The name comes from sqlite_master; quoting keeps any name safe anyway.
   QString quoted = table;
   quoted.replace(QLatin1Char('"'), QStringLiteral("\"\""));
-  const QByteArray sql = QStringLiteral("pragma table_info(\"%1\")").arg(quoted).toUtf8();
-  sqlite3_stmt* stmt = nullptr;
-  if (SqlUtils::prepareSqlite(db, sql.constData(), -1, &stmt, nullptr) != 0)
-    return columns;
-  while (sqlite3_step(stmt) == SQLITE_ROW) {
-    const auto* name = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1));
-    if (name)
-      columns << QString::fromUtf8(name);
+  SqlStatement stmt(db, QStringLiteral("pragma table_info(\"%1\")").arg(quoted));
+  while (stmt.step()) {
+    SqlRow r(stmt);
+    r.skip(); // cid
+    if (!r.isNull())
+      columns << r.text();
   }
-  sqlite3_finalize(stmt);
   return columns;
 }
 
@@ -48,16 +42,15 @@ CoreDataJoinTable find(sqlite3* db, const QString& relation, const QString& owne
   const QString rel = QRegularExpression::escape(relation);
   const QRegularExpression tableRe(QStringLiteral("^Z_(\\d+)%1$").arg(rel), QRegularExpression::CaseInsensitiveOption);
   const QRegularExpression memberRe(QStringLiteral("^Z_\\d+%1$").arg(rel), QRegularExpression::CaseInsensitiveOption);
-  sqlite3_stmt* stmt = nullptr;
-  if (SqlUtils::prepareSqlite(db, "select name from sqlite_master where type = 'table'", -1, &stmt, nullptr) != 0)
+  SqlStatement stmt(db, QStringLiteral("select name from sqlite_master where type = 'table'"));
+  if (!stmt.isValid())
     return best;
   QStringList tables;
-  while (sqlite3_step(stmt) == SQLITE_ROW) {
-    const auto* name = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
-    if (name)
-      tables << QString::fromUtf8(name);
+  while (stmt.step()) {
+    SqlRow r(stmt);
+    if (!r.isNull())
+      tables << r.text();
   }
-  sqlite3_finalize(stmt);
 
   qint64 bestNumber = -1;
   for (const QString& table : qAsConst(tables)) {
@@ -122,11 +115,9 @@ void CCoreDataJoinQuery::query(const QStringList& files, CIProgressCallback* pro
     // The base logs a missing file and skips it; only an existing one is probed.
     CoreDataJoinTable found;
     if (!path.isEmpty() && QFile::exists(path)) {
-      sqlite3* db = nullptr;
-      if (SqlUtils::openSqlite(path, &db) == 0)
-        found = resolve(db);
-      if (db)
-        sqlite3_close(db);
+      SqlDatabase db;
+      if (db.open(path))
+        found = resolve(db.handle());
     }
     if (found.isNull()) {
       m_replacement.clear();
@@ -146,7 +137,9 @@ void CCoreDataJoinQuery::query(const QStringList& files, CIProgressCallback* pro
 QString CCoreDataJoinQuery::customSql(sqlite3*) { return m_replacement; }
 
 bool CCoreDataJoinQuery::onRow(sqlite3_stmt* stmt) {
-  m_links[sqlite3_column_int64(stmt, 0)].append(sqlite3_column_int64(stmt, 1));
+  SqlRow r(stmt);
+  const qint64 owner = r.int64();
+  m_links[owner].append(r.int64());
   return true;
 }
 

@@ -1,6 +1,6 @@
 #include "readers/messengers/kik/kikqueries.h"
 
-#include <sqlite3.h>
+#include "platform/common/sqlrow.h"
 
 #include <algorithm>
 #include <vector>
@@ -13,9 +13,10 @@ CKikUserQuery::CKikUserQuery() {
 }
 
 bool CKikUserQuery::onRow(sqlite3_stmt* stmt) {
-  const qint64 key = sqlite3_column_int64(stmt, 0);
-  m_names.insert(key, columnText(stmt, 1));
-  m_jids.insert(key, columnText(stmt, 2));
+  SqlRow r(stmt);
+  const qint64 key = r.int64();
+  m_names.insert(key, r.text());
+  m_jids.insert(key, r.text());
   return true;
 }
 
@@ -29,9 +30,10 @@ CKikChatSessionQuery::CKikChatSessionQuery() {
 CKikChatSessionQuery::~CKikChatSessionQuery() { qDeleteAll(m_chats); }
 
 bool CKikChatSessionQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   auto* pair = new KikChatPair;
-  pair->chat = sqlite3_column_int64(stmt, 0);
-  pair->user = sqlite3_column_int64(stmt, 1);
+  pair->chat = r.int64();
+  pair->user = r.int64();
   m_chats.append(pair);
   return true;
 }
@@ -58,10 +60,11 @@ CKikMediaQuery::CKikMediaQuery(const QString& baseFolder) : m_baseFolder(baseFol
 CKikMediaQuery::~CKikMediaQuery() { qDeleteAll(m_owned); }
 
 bool CKikMediaQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   auto* a = new KikAttachment;
-  a->type = sqlite3_column_int64(stmt, 0);
-  a->message = sqlite3_column_int64(stmt, 1);
-  const QString content = columnText(stmt, 2);
+  a->type = r.int64();
+  a->message = r.int64();
+  const QString content = r.text();
   a->dataCachePath = m_baseFolder + QStringLiteral("content_manager/data_cache/") + content;
   a->attachmentPath = m_baseFolder + QStringLiteral("attachments/") + content;
   m_owned.append(a);
@@ -80,16 +83,18 @@ CKikMessageQuery::CKikMessageQuery() {
 CKikMessageQuery::~CKikMessageQuery() { qDeleteAll(m_owned); }
 
 bool CKikMessageQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   auto* m = new KikMessage;
-  m->key = sqlite3_column_int64(stmt, 0);
-  const int type = sqlite3_column_int(stmt, 1);
+  m->key = r.int64();
+  const int type = r.integer();
   m->outgoing = type == 2;
-  m->state = sqlite3_column_int(stmt, 2);
+  m->state = r.integer();
+  const int flags = r.integer();
   // Types 3, 4 and 5 are system lines whatever their flags say.
-  m->kind = (type >= 3 && type <= 5) ? int(KikMessage::SystemKind) : sqlite3_column_int(stmt, 3);
-  m->user = sqlite3_column_int64(stmt, 4);
-  m->timestamp = sqlite3_column_double(stmt, 5);
-  m->body = columnText(stmt, 6);
+  m->kind = (type >= 3 && type <= 5) ? int(KikMessage::SystemKind) : flags;
+  m->user = r.int64();
+  m->timestamp = r.real();
+  m->body = r.text();
   m_owned.append(m);
   m_byKey.insert(m->key, m);
   m_position.insert(m->key, m_keys.size());

@@ -1,6 +1,6 @@
 #include "readers/messengers/line/linequeries.h"
 
-#include <sqlite3.h>
+#include "platform/common/sqlrow.h"
 
 // ---- users ----
 
@@ -10,9 +10,11 @@ CLineUserQuery::CLineUserQuery() {
 }
 
 bool CLineUserQuery::onRow(sqlite3_stmt* stmt) {
-  const qint64 key = sqlite3_column_int64(stmt, 0);
-  const QString name = columnText(stmt, 2);
-  m_byMid.insert(columnText(stmt, 1), name);
+  SqlRow r(stmt);
+  const qint64 key = r.int64();
+  const QString mid = r.text();
+  const QString name = r.text();
+  m_byMid.insert(mid, name);
   m_byKey.insert(key, name);
   return true;
 }
@@ -25,7 +27,9 @@ CLineGroupQuery::CLineGroupQuery() {
 }
 
 bool CLineGroupQuery::onRow(sqlite3_stmt* stmt) {
-  m_names.insert(columnText(stmt, 0), columnText(stmt, 1));
+  SqlRow r(stmt);
+  const QString id = r.text();
+  m_names.insert(id, r.text());
   return true;
 }
 
@@ -46,9 +50,10 @@ CLineChatSessionQuery::CLineChatSessionQuery() {
 CLineChatSessionQuery::~CLineChatSessionQuery() { qDeleteAll(m_chats); }
 
 bool CLineChatSessionQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   auto* c = new LineChat;
-  c->key = sqlite3_column_int64(stmt, 0);
-  c->mid = columnText(stmt, 1);
+  c->key = r.int64();
+  c->mid = r.text();
   m_chats.append(c);
   return true;
 }
@@ -79,16 +84,17 @@ int CLineMessageQuery::deriveType(int contentType, int sendStatus) {
 }
 
 bool CLineMessageQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   auto* m = new LineMessage;
-  m->id = columnText(stmt, 0);
-  m->sender = sqlite3_column_int64(stmt, 1);
+  m->id = r.text();
+  m->sender = r.int64();
   m->outgoing = m->sender == 0;
-  m->sendStatus = sqlite3_column_int(stmt, 2);
-  m->type = deriveType(sqlite3_column_int(stmt, 3), m->sendStatus);
-  m->chat = sqlite3_column_int64(stmt, 4);
-  m->timestamp = sqlite3_column_int64(stmt, 5);
-  m->text = columnText(stmt, 6);
-  m->sticker = sqlite3_column_int64(stmt, 7);
+  m->sendStatus = r.integer();
+  m->type = deriveType(r.integer(), m->sendStatus);
+  m->chat = r.int64();
+  m->timestamp = r.int64();
+  m->text = r.text();
+  m->sticker = r.int64();
   m_byChat[m->chat].append(m);
   ++m_count;
   return true;
