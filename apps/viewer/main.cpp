@@ -4,6 +4,7 @@
 //
 //   sherd-viewer                      the start page: backups found, "Open folder..."
 //   sherd-viewer BACKUP               opens one backup directly
+//   sherd-viewer --screenshot FILE    pictures the start page once the backups' sizes are in
 //   sherd-viewer BACKUP --screenshot FILE [--type NAME] [--select ROW]
 //                                     loads, shows the list (and the row's detail),
 //                                     saves the window as PNG and exits
@@ -11,6 +12,7 @@
 //                                     saves the recovery's summary instead
 #include "apps/viewer/datatypes.h"
 #include "apps/viewer/mainwindow.h"
+#include "apps/viewer/startpage.h"
 
 #include "platform/common/log.h"
 
@@ -94,9 +96,8 @@ int main(int argc, char** argv) {
 
   const QStringList positional = parser.positionalArguments();
   const QString screenshot = parser.value(QStringLiteral("screenshot"));
-  if (positional.size() > 1 || (!screenshot.isEmpty() && positional.isEmpty())) {
-    std::fprintf(stderr, "sherd-viewer: %s\n",
-                 positional.size() > 1 ? "at most one BACKUP argument" : "--screenshot needs a BACKUP");
+  if (positional.size() > 1) {
+    std::fprintf(stderr, "sherd-viewer: at most one BACKUP argument\n");
     return ExitUsage;
   }
   int type = -1;
@@ -133,6 +134,11 @@ int main(int argc, char** argv) {
     });
   }
   window.show();
+  if (positional.isEmpty() && !screenshot.isEmpty()) {
+    window.setInteractive(false);
+    QObject::connect(window.startPage(), &StartPage::sizesCounted, &window,
+                     [&] { QTimer::singleShot(0, &window, [&] { savePicture(&window, screenshot); }); });
+  }
   if (positional.isEmpty())
     window.showStartPage();
   else

@@ -183,6 +183,9 @@ QWidget* MainWindow::buildBrowser() {
   m_header->setSortIndicatorShown(true);
   m_header->setStretchLastSection(true);
   m_header->setCheckBoxColumn(0);
+  // Column widths come from the first rows only, so that a long list shows
+  // at once.
+  m_header->setResizeContentsPrecision(100);
   m_table->setHorizontalHeader(m_header);
   m_table->setModel(m_model);
   m_table->setSortingEnabled(true);
@@ -412,7 +415,7 @@ void MainWindow::onSidebarSelection() {
 }
 
 void MainWindow::fitColumns() {
-  // Sized from the first rows only (the header's default precision), and no
+  // Sized from the first rows only (the header's precision), and no
   // column wider than a third of the table, so that long texts do not hide the
   // others.
   m_table->resizeColumnsToContents();

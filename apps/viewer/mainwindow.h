@@ -67,6 +67,7 @@ public:
   BackupLoader* loader() const { return m_loader.get(); }
   QTreeWidget* sidebar() const { return m_sidebar; }
   QAction* recoverAction() const { return m_recover; }
+  StartPage* startPage() const { return m_start; }
 
   // Recovers the checked items of every list's view into folder (or, when the
   // folder already holds files, into a new folder inside it). False when

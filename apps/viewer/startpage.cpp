@@ -100,10 +100,13 @@ void StartPage::refresh(const QString& root) {
   m_empty->setVisible(backups.isEmpty());
   if (!backups.isEmpty())
     m_list->setCurrentItem(m_list->topLevelItem(0));
-  if (folders.isEmpty())
+  if (folders.isEmpty()) {
+    Q_EMIT sizesCounted();
     return;
+  }
   m_stopSizes = false;
-  m_sizes = QThread::create([this, folders] {
+  const int generation = ++m_generation;
+  m_sizes = QThread::create([this, folders, generation] {
     for (int row = 0; row < folders.size() && !m_stopSizes; ++row) {
       qint64 total = 0;
       QDirIterator it(folders.at(row), QDir::Files | QDir::Hidden | QDir::NoSymLinks, QDirIterator::Subdirectories);
@@ -114,6 +117,16 @@ void StartPage::refresh(const QString& root) {
       if (!m_stopSizes)
         QMetaObject::invokeMethod(this, [this, row, total] { onSize(row, total); }, Qt::QueuedConnection);
     }
+    if (!m_stopSizes)
+      QMetaObject::invokeMethod(
+          this,
+          [this, generation] {
+            if (generation != m_generation)
+              return; // a later listing replaced this one
+            stopSizes();
+            Q_EMIT sizesCounted();
+          },
+          Qt::QueuedConnection);
   });
   m_sizes->start();
 }

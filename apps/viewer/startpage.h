@@ -24,9 +24,12 @@ public:
   // Lists the backups of root (the default folders when empty) again.
   void refresh(const QString& root = QString());
   QTreeWidget* list() const { return m_list; }
+  bool countingSizes() const { return m_sizes != nullptr; }
 
 Q_SIGNALS:
   void openRequested(const QString& folder);
+  // Every listed backup's size is shown.
+  void sizesCounted();
 
 private:
   void openSelected();
@@ -40,4 +43,5 @@ private:
   QThread* m_sizes = nullptr;
   std::atomic<bool> m_stopSizes{false};
   QString m_root;
+  int m_generation = 0; // of the listing the size thread counts for
 };
