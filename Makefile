@@ -65,8 +65,14 @@ test-tsan: build-tsan
 	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
 	  ctest $(CTEST_ARGS) -R '$(TSAN_TESTS)'
 
+# Every bench, then one table: a line per workload with its load and its
+# baseline from the same run (CPU seconds), their ratio, and the peak resident
+# memory of the load over the size of the data it read.
 bench: build
-	@for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && "$$b" || exit 1; done
+	@rm -f $(CURDIR)/$(BUILD)/bench-summary.txt
+	@for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && SHERD_BENCH_SUMMARY=$(CURDIR)/$(BUILD)/bench-summary.txt "$$b" || exit 1; done
+	@echo; printf '%-34s %9s %9s %7s %10s\n' NAME load baseline ratio peak/db
+	@cat $(CURDIR)/$(BUILD)/bench-summary.txt
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -114,6 +114,8 @@ void BM_Load(benchmark::State& state, App app) {
     }
     state.SetIterationTime(v[1]);
   }
+  bench::summary(app == Kik ? "kik 500k messages" : "line 500k messages", v[0], v[2], v[4] * 1024.0 * 1024.0,
+                 bench::fileBytes({db}));
   state.counters["load_cpu_s"] = v[0];
   state.counters["bare_scan_cpu_s"] = v[2];
   state.counters["bare_scan_wall_s"] = v[3];

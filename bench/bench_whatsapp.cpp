@@ -76,9 +76,10 @@ bool writeGeneratedBackup(int messages) {
       unused);
 }
 
-// values: load CPU s, load wall s, bare scan CPU s, bare scan wall s, peak RSS MiB, chats, messages.
-bool measure(int messages, double (&values)[7]) {
-  return bench::inChild<7>(
+// values: load CPU s, load wall s, bare scan CPU s, bare scan wall s, peak RSS MiB, chats, messages,
+// database bytes.
+bool measure(int messages, double (&values)[8]) {
+  return bench::inChild<8>(
       [messages](double* v) {
         const QString folder = root().filePath(backupName(messages));
         const QString db = fixture::storedPath(folder, fixture::BackupPlan(), fixture::whatsappGroupDomain(),
@@ -90,6 +91,7 @@ bool measure(int messages, double (&values)[7]) {
         benchmark::DoNotOptimize(bench::bareScanAll(db, std::vector<const char*>(std::begin(kSelects), std::end(kSelects))));
         v[2] = bench::cpuNow() - cpu;
         v[3] = bench::wallNow() - wall;
+        v[7] = bench::fileBytes({db});
 
         qputenv("SHERD_BACKUP_ROOT", root().path().toUtf8());
         WhatsappService service(backupName(messages), false);
@@ -103,6 +105,7 @@ bool measure(int messages, double (&values)[7]) {
           return false;
         v[0] = bench::cpuNow() - cpu;
         v[1] = bench::wallNow() - wall;
+        // The whole process's peak: it holds nothing but the load.
         rusage usage{};
         getrusage(RUSAGE_SELF, &usage);
         v[4] = double(usage.ru_maxrss) / 1024.0;
@@ -131,7 +134,7 @@ void BM_WhatsappLoad(benchmark::State& state) {
     state.SkipWithError("cannot write the backup");
     return;
   }
-  double v[7] = {};
+  double v[8] = {};
   for (auto _ : state) {
     if (!measure(messages, v)) {
       state.SkipWithError("the load failed");
@@ -148,8 +151,14 @@ void BM_WhatsappLoad(benchmark::State& state) {
   state.counters["bare_scan_wall_s"] = v[3];
   state.counters["ratio_to_scan"] = v[0] / v[2];
   state.counters["peak_rss_MiB"] = v[4];
-  if (loadSeconds().count(1000000) && messages == 2000000)
+  state.counters["db_MiB"] = v[7] / (1024.0 * 1024.0);
+  state.counters["peak_over_db"] = v[4] * 1024.0 * 1024.0 / v[7];
+  const QByteArray name = QStringLiteral("whatsapp %1M messages").arg(messages / 1000000).toUtf8();
+  bench::summary(name.constData(), v[0], v[2], v[4] * 1024.0 * 1024.0, v[7]);
+  if (loadSeconds().count(1000000) && messages == 2000000) {
     state.counters["ratio_to_1M"] = v[0] / loadSeconds()[1000000];
+    bench::summary("whatsapp 2M against 1M", v[0], loadSeconds()[1000000], 0, 0);
+  }
   QDir(root().filePath(backupName(messages))).removeRecursively();
 }
 } // namespace

@@ -3,7 +3,10 @@
 #include "platform/common/utils.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QString>
+#include <QStringList>
 
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -11,6 +14,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <malloc.h>
 #include <vector>
 
 namespace bench {
@@ -71,6 +77,49 @@ inline qint64 bareScanAll(const QString& db, const std::vector<const char*>& sel
   }
   sqlite3_close(h);
   return sum;
+}
+
+// Peak resident memory of this process since the last resetPeak(), in bytes
+// (Linux: VmHWM), and its reset. resetPeak() first hands the heap's free
+// memory back to the system, so that the peak a load reaches is its own.
+inline double peakBytes() {
+  QFile f(QStringLiteral("/proc/self/status"));
+  if (!f.open(QIODevice::ReadOnly))
+    return -1;
+  for (const QByteArray& line : f.readAll().split('\n'))
+    if (line.startsWith("VmHWM:"))
+      return double(line.mid(6).trimmed().split(' ').value(0).toLongLong()) * 1024.0;
+  return -1;
+}
+inline void resetPeak() {
+  malloc_trim(0);
+  QFile f(QStringLiteral("/proc/self/clear_refs"));
+  if (f.open(QIODevice::WriteOnly))
+    f.write("5");
+}
+
+// Bytes of the files a load reads.
+inline double fileBytes(const QStringList& paths) {
+  double total = 0;
+  for (const QString& p : paths)
+    total += double(QFileInfo(p).size());
+  return total;
+}
+
+// One line of the table `make bench` prints when every bench has run: the
+// workload, its load and its baseline (CPU seconds, measured in the same run),
+// their ratio, and the peak resident memory the load added over the size of
+// the data it read (0 where no memory was measured). Appended to the file
+// that SHERD_BENCH_SUMMARY names; nothing when it is unset.
+inline void summary(const char* name, double load, double baseline, double peak, double dataBytes) {
+  const char* path = std::getenv("SHERD_BENCH_SUMMARY");
+  if (!path || !*path)
+    return;
+  if (FILE* f = std::fopen(path, "a")) {
+    std::fprintf(f, "%-34s %9.3f %9.3f %7.2f %10.2f\n", name, load, baseline, baseline > 0 ? load / baseline : 0.0,
+                 peak > 0 && dataBytes > 0 ? peak / dataBytes : 0.0);
+    std::fclose(f);
+  }
 }
 
 // Runs f in a child process, so that each load starts from a fresh heap and

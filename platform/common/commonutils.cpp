@@ -147,24 +147,27 @@ bool CCommonUtils::clearDir(const QString& path) {
 }
 
 namespace {
-// The date in the host's local time. QDateTime::toLocalTime() resets the C
-// library's zone (tzset) on every call, which re-reads the zone file when TZ
-// is unset and dominated loads of many dated rows; here the zone is reset only
-// when TZ changes, and the offset of the moment comes from localtime_r.
-QDateTime toLocal(const QDateTime& date) {
+// QDateTime::toLocalTime() resets the C library's zone (tzset) on every call,
+// which re-reads the zone file when TZ is unset and dominated loads of many
+// dated rows; here the zone is reset only when TZ changes, and the offset of
+// the moment comes from localtime_r.
+void resetZoneIfChanged() {
   static std::mutex mutex;
   static std::string lastTz;
   static bool initialised = false;
-  {
-    const char* tz = std::getenv("TZ");
-    const std::string current = tz ? std::string(1, '=') + tz : std::string();
-    std::lock_guard<std::mutex> lock(mutex);
-    if (!initialised || current != lastTz) {
-      tzset();
-      lastTz = current;
-      initialised = true;
-    }
+  const char* tz = std::getenv("TZ");
+  const std::string current = tz ? std::string(1, '=') + tz : std::string();
+  std::lock_guard<std::mutex> lock(mutex);
+  if (!initialised || current != lastTz) {
+    tzset();
+    lastTz = current;
+    initialised = true;
   }
+}
+
+// The date in the host's local time.
+QDateTime toLocal(const QDateTime& date) {
+  resetZoneIfChanged();
   const time_t seconds = time_t(date.toSecsSinceEpoch());
   struct tm parts;
   if (!localtime_r(&seconds, &parts))
@@ -172,23 +175,72 @@ QDateTime toLocal(const QDateTime& date) {
   return date.toOffsetFromUtc(int(parts.tm_gmtoff));
 }
 
-QString formatDate(const QDateTime& date, bool local, const QString& format) {
+// The fields of the date's wall clock, in the host's zone or in UTC, when the
+// date is valid and lies in the years 1000 to 9999 at or after 1970 (the
+// range the fast formatter below writes exactly as Qt's "yyyy-MM-dd HH:mm:ss"
+// does); false sends the caller to Qt's formatter.
+bool wallClock(const QDateTime& date, bool local, struct tm* parts) {
+  const qint64 ms = date.toMSecsSinceEpoch();
+  if (ms < 0)
+    return false;
+  const time_t seconds = time_t(ms / 1000);
+  if (local) {
+    resetZoneIfChanged();
+    if (!localtime_r(&seconds, parts))
+      return false;
+  } else if (!gmtime_r(&seconds, parts)) {
+    return false;
+  }
+  return parts->tm_year + 1900 >= 1000 && parts->tm_year + 1900 <= 9999 && parts->tm_sec < 60;
+}
+
+// "yyyy-MM-dd HH:mm:ss" cut to `length` characters (16 leaves out the seconds),
+// written without Qt's format parser and locale: dated lists format one text
+// per row.
+QString formatFields(const struct tm& t, int length) {
+  char buffer[20];
+  auto two = [&buffer](int at, int v) {
+    buffer[at] = char('0' + v / 10);
+    buffer[at + 1] = char('0' + v % 10);
+  };
+  const int year = t.tm_year + 1900;
+  two(0, year / 100);
+  two(2, year % 100);
+  buffer[4] = '-';
+  two(5, t.tm_mon + 1);
+  buffer[7] = '-';
+  two(8, t.tm_mday);
+  buffer[10] = ' ';
+  two(11, t.tm_hour);
+  buffer[13] = ':';
+  two(14, t.tm_min);
+  buffer[16] = ':';
+  two(17, t.tm_sec);
+  return QString::fromLatin1(buffer, length);
+}
+
+// length 19: "yyyy-MM-dd HH:mm:ss"; 16: "yyyy-MM-dd HH:mm".
+QString formatDate(const QDateTime& date, bool local, int length) {
   if (!date.isValid())
     return QString();
-  return (local ? toLocal(date) : date.toUTC()).toString(format);
+  struct tm parts;
+  if (wallClock(date, local, &parts))
+    return formatFields(parts, length);
+  return (local ? toLocal(date) : date.toUTC())
+      .toString(length == 19 ? QStringLiteral("yyyy-MM-dd HH:mm:ss") : QStringLiteral("yyyy-MM-dd HH:mm"));
 }
 } // namespace
 
 QString CCommonUtils::dateToString(const QDateTime& date, bool local) {
-  return formatDate(date, local, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+  return formatDate(date, local, 19);
 }
 
 QString CCommonUtils::datetimeToString(const QDateTime& date, bool local) {
-  return formatDate(date, local, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+  return formatDate(date, local, 19);
 }
 
 QString CCommonUtils::datetimeToMinute(const QDateTime& date, bool local) {
-  return formatDate(date, local, QStringLiteral("yyyy-MM-dd HH:mm"));
+  return formatDate(date, local, 16);
 }
 
 QString CCommonUtils::datetimeToMinuteCheckNoYear(const QDateTime& date, bool withTime) {

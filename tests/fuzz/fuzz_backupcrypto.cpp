@@ -34,7 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     f.close();
     qint64 length = 0;
     QString error;
-    BackupCrypto::decryptFile(src, dst, key, &length, &error);
+    BackupCrypto::decryptFile(src, dst, key, (data[0] & 0x80) ? BackupCrypto::Padding::Keep : BackupCrypto::Padding::Strip,
+                              &length, &error);
     break;
   }
   }

@@ -61,6 +61,13 @@ TEST(CommonUtilsText, DateTextsInLocalTimeOrUtc) {
     const char* expected;
   } rows[] = {
       {"local", "UTC-2", [&] { return CCommonUtils::dateToString(d, true); }, "2021-03-05 00:30:15"},
+      {"utc", "UTC-2", [&] { return CCommonUtils::datetimeToString(d, false); }, "2021-03-04 22:30:15"},
+      {"before 1970", "UTC-2", [] {
+         return CCommonUtils::dateToString(QDateTime(QDate(1969, 12, 31), QTime(23, 59, 59, 500), Qt::UTC), true);
+       }, "1970-01-01 01:59:59"},
+      {"year below 1000", "UTC", [] {
+         return CCommonUtils::datetimeToMinute(QDateTime(QDate(999, 1, 2), QTime(3, 4), Qt::UTC), false);
+       }, "0999-01-02 03:04"},
       {"daylight saving", "Europe/Oslo", [&] { return CCommonUtils::datetimeToMinute(summer, true); },
        "2021-07-15 14:00"},
       {"zone changed", "America/New_York", [&] { return CCommonUtils::datetimeToMinute(summer, true); },
