@@ -18,7 +18,7 @@
 // comes from rather than by where this run copied it (see runDump); every other
 // text is written exactly as it was read.
 #include "apps/cli/commands.h"
-#include "apps/cli/jsonwriter.h"
+#include "export/jsonwriter.h"
 #include "apps/cli/loadoptions.h"
 
 #include "model/oxabstractitem.h"

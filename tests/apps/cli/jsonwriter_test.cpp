@@ -1,4 +1,4 @@
-#include "apps/cli/jsonwriter.h"
+#include "export/jsonwriter.h"
 
 #include <QByteArray>
 
@@ -13,7 +13,7 @@ QByteArray written(Fill fill) {
   FILE* f = std::tmpfile();
   EXPECT_NE(f, nullptr);
   {
-    cli::JsonWriter w(f);
+    JsonWriter w(f);
     w.setPathNamer([](const QString& path) { return QStringLiteral("named:") + path; });
     w.beginArray();
     fill(w);
@@ -46,7 +46,7 @@ TEST(JsonWriter, PathNamerOnlyRenamesPathFields) {
   };
   for (const auto& r : rows) {
     const QString text = QString::fromUtf8(r.text);
-    EXPECT_EQ(written([&](cli::JsonWriter& w) { r.asPath ? w.pathValue(text) : w.value(text); }),
+    EXPECT_EQ(written([&](JsonWriter& w) { r.asPath ? w.pathValue(text) : w.value(text); }),
               QByteArray(r.json))
         << r.name;
   }
