@@ -60,8 +60,10 @@ bool SqlDatabase::openWithFlags(const QByteArray& name, int sqliteFlags, const c
 }
 
 void SqlDatabase::close() {
+  // The _v2 form lets statements that outlive their database still finalise:
+  // the connection goes when the last of them does, instead of staying open.
   if (m_db)
-    sqlite3_close(m_db);
+    sqlite3_close_v2(m_db);
   m_db = nullptr;
 }
 

@@ -82,7 +82,7 @@ OxAbstractItem* call(std::mt19937& rng, bool dates) {
   switch (rng() % 6) {
   case 0: key = QVariant(); break;
   case 1: key = dates ? QVariant(QDateTime()) : QVariant(v); break;
-  case 2: key = dates ? QVariant(QDateTime::fromSecsSinceEpoch(v * 86400, Qt::UTC)) : QVariant(qint64(v) << 40); break;
+  case 2: key = dates ? QVariant(QDateTime::fromSecsSinceEpoch(v * 86400, Qt::UTC)) : QVariant(qint64(v) * (qint64(1) << 40)); break;
   case 3: key = dates ? QVariant(QDate(2020, 1, 5 + v)) : QVariant(v + 0.5); break;
   case 4: key = dates ? QVariant(QDateTime::fromSecsSinceEpoch(1577836800 + v * 43200, Qt::UTC)) : QVariant(quint64(v)); break;
   default: key = dates ? QVariant(QDateTime()) : QVariant(0xFFFFFFFFFFFFFF00ULL + quint64(v + 4)); break;
