@@ -26,7 +26,7 @@ Affinity affinityOf(const QString& declaredType) {
   return Affinity::Numeric;
 }
 
-int TableSpec::columnIndex(const QString& name) const {
+int TableLayout::columnIndex(const QString& name) const {
   for (int i = 0; i < columns.size(); ++i) {
     if (columns.at(i).name.compare(name, Qt::CaseInsensitive) == 0)
       return i;
@@ -34,13 +34,13 @@ int TableSpec::columnIndex(const QString& name) const {
   return -1;
 }
 
-ColumnSpec* TableSpec::column(const QString& name) {
+ColumnLayout* TableLayout::column(const QString& name) {
   const int i = columnIndex(name);
   return i < 0 ? nullptr : &columns[i];
 }
 
-void TableSpec::require(const QString& name, qint64 min, qint64 max) {
-  if (ColumnSpec* c = column(name)) {
+void TableLayout::require(const QString& name, qint64 min, qint64 max) {
+  if (ColumnLayout* c = column(name)) {
     c->notNull = true;
     c->hasRange = true;
     c->min = min;
@@ -67,7 +67,7 @@ QString CarvedRow::text(const QString& column) const {
   return v.isNull() ? QString() : v.toString();
 }
 
-void tuneForCoreData(TableSpec& spec, const QString& path) {
+void tuneForCoreData(TableLayout& layout, const QString& path) {
   qint64 maxEntity = 1 << 16;
   qint64 maxKey = 0;
   sqlite3* db = nullptr;
@@ -81,31 +81,31 @@ void tuneForCoreData(TableSpec& spec, const QString& path) {
     sqlite3_finalize(stmt);
   }
   sqlite3_close(db);
-  spec.require(QStringLiteral("Z_ENT"), 1, maxEntity);
-  spec.require(QStringLiteral("Z_OPT"), 1, INT_MAX);
+  layout.require(QStringLiteral("Z_ENT"), 1, maxEntity);
+  layout.require(QStringLiteral("Z_OPT"), 1, INT_MAX);
   if (maxKey > 0)
-    spec.maxRowid = maxKey;
+    layout.maxRowid = maxKey;
 }
 
 QVector<CarvedRecord> carveTable(const QString& path, const QString& table,
-                                 const std::function<void(TableSpec&)>& tune, QString* error, CarveStats* stats) {
-  TableSpec spec = describeTable(path, table, error);
-  if (!spec.isValid())
+                                 const std::function<void(TableLayout&)>& tune, QString* error, CarveStats* stats) {
+  TableLayout layout = describeTable(path, table, error);
+  if (!layout.isValid())
     return {};
   if (tune)
-    tune(spec);
+    tune(layout);
   SqliteCarver carver;
   if (!carver.open(path, error))
     return {};
-  return carver.carve(spec, stats);
+  return carver.carve(layout, stats);
 }
 
-TableSpec describeTable(const QString& path, const QString& table, QString* error) {
-  TableSpec spec;
+TableLayout describeTable(const QString& path, const QString& table, QString* error) {
+  TableLayout layout;
   auto fail = [&](const QString& why) {
     if (error)
       *error = QStringLiteral("%1: %2").arg(path, why);
-    return TableSpec();
+    return TableLayout();
   };
   sqlite3* db = nullptr;
   if (sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
@@ -118,24 +118,24 @@ TableSpec describeTable(const QString& path, const QString& table, QString* erro
                          -1, &stmt, nullptr) == SQLITE_OK) {
     sqlite3_bind_text(stmt, 1, name.constData(), name.size(), SQLITE_TRANSIENT);
     if (sqlite3_step(stmt) == SQLITE_ROW) {
-      spec.name = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)));
-      spec.rootPage = quint32(sqlite3_column_int64(stmt, 1));
+      layout.name = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)));
+      layout.rootPage = quint32(sqlite3_column_int64(stmt, 1));
       const QString sql = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 2)));
       if (sql.contains(QLatin1String("WITHOUT ROWID"), Qt::CaseInsensitive))
-        spec.rootPage = 0;
+        layout.rootPage = 0;
     }
   }
   sqlite3_finalize(stmt);
   stmt = nullptr;
   int keyColumns = 0;
   int integerKey = -1;
-  if (spec.rootPage > 0 &&
+  if (layout.rootPage > 0 &&
       sqlite3_prepare_v2(db, "select name, type, \"notnull\", pk from pragma_table_info(?1)", -1, &stmt, nullptr) ==
           SQLITE_OK) {
-    const QByteArray real = spec.name.toUtf8();
+    const QByteArray real = layout.name.toUtf8();
     sqlite3_bind_text(stmt, 1, real.constData(), real.size(), SQLITE_TRANSIENT);
     while (sqlite3_step(stmt) == SQLITE_ROW) {
-      ColumnSpec c;
+      ColumnLayout c;
       c.name = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)));
       const QString type = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1)));
       c.affinity = affinityOf(type);
@@ -143,18 +143,18 @@ TableSpec describeTable(const QString& path, const QString& table, QString* erro
       if (sqlite3_column_int(stmt, 3) > 0) {
         ++keyColumns;
         if (type.trimmed().compare(QLatin1String("INTEGER"), Qt::CaseInsensitive) == 0)
-          integerKey = spec.columns.size();
+          integerKey = layout.columns.size();
       }
-      spec.columns.append(c);
+      layout.columns.append(c);
     }
   }
   sqlite3_finalize(stmt);
   sqlite3_close(db);
   if (keyColumns == 1 && integerKey >= 0)
-    spec.columns[integerKey].rowidAlias = true;
-  if (!spec.isValid())
+    layout.columns[integerKey].rowidAlias = true;
+  if (!layout.isValid())
     return fail(QStringLiteral("no rowid table %1").arg(table));
-  return spec;
+  return layout;
 }
 
 QString Provenance::text() const {
@@ -203,7 +203,7 @@ bool SqliteCarver::open(const QString& path, QString* error) { return d->image.l
 namespace {
 class TableCarver {
 public:
-  TableCarver(const SqliteImage& image, const TableSpec& table,
+  TableCarver(const SqliteImage& image, const TableLayout& table,
               const std::function<bool(const CarvedRecord&)>& accept)
       : m_img(image), m_t(table), m_accept(accept), m_n(table.columns.size()),
         m_min(table.minColumns > 0 ? qMin(table.minColumns, table.columns.size()) : table.columns.size()),
@@ -233,7 +233,7 @@ public:
   }
 
   bool typeAllowed(int column, qint64 type) const {
-    const ColumnSpec& c = m_t.columns.at(column);
+    const ColumnLayout& c = m_t.columns.at(column);
     if (type == 10 || type == 11 || type < 0)
       return false;
     if (c.rowidAlias)
@@ -304,12 +304,12 @@ public:
         qint64 x = (v[0] & 0x80) ? -1 : 0;
         for (qint64 i = 0; i < size; ++i)
           x = qint64((quint64(x) << 8) | v[i]);
-        const ColumnSpec& col = m_t.columns.at(c);
+        const ColumnLayout& col = m_t.columns.at(c);
         if (col.hasRange && (x < col.min || x > col.max))
           return false;
         out = x;
       } else if (type == 8 || type == 9) {
-        const ColumnSpec& col = m_t.columns.at(c);
+        const ColumnLayout& col = m_t.columns.at(c);
         const qint64 x = type - 8;
         if (col.hasRange && (x < col.min || x > col.max))
           return false;
@@ -784,7 +784,7 @@ public:
 
 private:
   const SqliteImage& m_img;
-  const TableSpec& m_t;
+  const TableLayout& m_t;
   const std::function<bool(const CarvedRecord&)>& m_accept;
   const int m_n;
   const int m_min;
@@ -809,7 +809,7 @@ int ageOf(const OlderImage& image) {
 }
 } // namespace
 
-QVector<CarvedRecord> SqliteCarver::carve(const TableSpec& table, CarveStats* stats,
+QVector<CarvedRecord> SqliteCarver::carve(const TableLayout& table, CarveStats* stats,
                                           const std::function<bool(const CarvedRecord&)>& accept) const {
   QVector<CarvedRecord> out;
   const SqliteImage& img = d->image;

@@ -65,7 +65,7 @@ enum class Affinity { Integer, Real, Numeric, Text, Blob };
 // The affinity SQLite gives a declared column type.
 Affinity affinityOf(const QString& declaredType);
 
-struct ColumnSpec {
+struct ColumnLayout {
   QString name;
   Affinity affinity = Affinity::Blob;
   bool rowidAlias = false; // INTEGER PRIMARY KEY: stored as NULL, the rowid is the value
@@ -75,15 +75,15 @@ struct ColumnSpec {
   qint64 max = 0;
 };
 
-struct TableSpec {
+struct TableLayout {
   QString name;
   quint32 rootPage = 0;
-  QVector<ColumnSpec> columns;
+  QVector<ColumnLayout> columns;
   int minColumns = 0;   // fewest columns a record may have; 0 means all of them
   qint64 maxRowid = 0;  // rowids above it are implausible; 0 means no limit
 
   int columnIndex(const QString& name) const; // case-insensitive, -1 when absent
-  ColumnSpec* column(const QString& name);    // null when absent
+  ColumnLayout* column(const QString& name);    // null when absent
   // Tightens a column the table has (nothing when it lacks it): not NULL,
   // and an integer in [min, max].
   void require(const QString& column, qint64 min, qint64 max);
@@ -91,9 +91,9 @@ struct TableSpec {
 };
 
 // The declared columns and root page of a table, read through SQLite from the
-// database at path (with its log). An invalid spec, with the reason in
+// database at path (with its log). An invalid layout, with the reason in
 // *error, when the database or the table cannot be read.
-TableSpec describeTable(const QString& path, const QString& table, QString* error = nullptr);
+TableLayout describeTable(const QString& path, const QString& table, QString* error = nullptr);
 
 enum class Origin {
   FreeBlock,        // a free block of one of the table's leaf pages
@@ -147,7 +147,7 @@ public:
 
   // The table's deleted records, newest first. `accept`, when given, is asked
   // about every candidate that fitted the table (before deduplication).
-  QVector<CarvedRecord> carve(const TableSpec& table, CarveStats* stats = nullptr,
+  QVector<CarvedRecord> carve(const TableLayout& table, CarveStats* stats = nullptr,
                               const std::function<bool(const CarvedRecord&)>& accept = {}) const;
 
 private:
@@ -159,13 +159,13 @@ private:
 // never NULL, Z_ENT is one of the store's entity numbers and no key exceeds
 // the largest one the store ever handed out (Z_PRIMARYKEY's Z_MAX), read from
 // the database at path. Without Z_PRIMARYKEY only the NULL checks apply.
-void tuneForCoreData(TableSpec& spec, const QString& path);
+void tuneForCoreData(TableLayout& layout, const QString& path);
 
-// The whole run for one table: describe it, let `tune` tighten the spec
+// The whole run for one table: describe it, let `tune` tighten the layout
 // (keys, ranges), open the files and carve. Empty, with the reason in *error,
 // when the database or the table cannot be read.
 QVector<CarvedRecord> carveTable(const QString& path, const QString& table,
-                                 const std::function<void(TableSpec&)>& tune = {}, QString* error = nullptr,
+                                 const std::function<void(TableLayout&)>& tune = {}, QString* error = nullptr,
                                  CarveStats* stats = nullptr);
 
 // A carved record read by column name, the way a query reads its row: a
@@ -173,7 +173,7 @@ QVector<CarvedRecord> carveTable(const QString& path, const QString& table,
 // is taken as UTF-8.
 class CarvedRow {
 public:
-  CarvedRow(const TableSpec& table, const CarvedRecord& record) : m_table(table), m_record(record) {}
+  CarvedRow(const TableLayout& table, const CarvedRecord& record) : m_table(table), m_record(record) {}
   QVariant value(const QString& column) const;
   bool isNull(const QString& column) const { return value(column).isNull(); }
   qint64 integer(const QString& column) const;
@@ -182,7 +182,7 @@ public:
   bool has(const QString& column) const { return m_table.columnIndex(column) >= 0; }
 
 private:
-  const TableSpec& m_table;
+  const TableLayout& m_table;
   const CarvedRecord& m_record;
 };
 

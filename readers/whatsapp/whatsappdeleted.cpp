@@ -10,7 +10,7 @@
 
 using sqlitecarve::CarvedRecord;
 using sqlitecarve::CarvedRow;
-using sqlitecarve::TableSpec;
+using sqlitecarve::TableLayout;
 
 namespace {
 const char kModule[] = "WhatsappService";
@@ -23,8 +23,8 @@ quint64 shownKey(const WAMessage& m) {
   return (quint64(a) << 32) | b;
 }
 
-void tune(TableSpec& spec, const QString& path) {
-  sqlitecarve::tuneForCoreData(spec, path);
+void tune(TableLayout& layout, const QString& path) {
+  sqlitecarve::tuneForCoreData(layout, path);
 }
 } // namespace
 
@@ -52,12 +52,12 @@ void CWADeletedRecords::read(const QString& path) {
   sqlite3_close(db);
 
   QString error;
-  TableSpec sessionSpec;
+  TableLayout sessionLayout;
   const QVector<CarvedRecord> sessions = sqlitecarve::carveTable(
       path, QStringLiteral("ZWACHATSESSION"),
-      [&](TableSpec& s) {
+      [&](TableLayout& s) {
         tune(s, path);
-        sessionSpec = s;
+        sessionLayout = s;
       },
       &error);
   if (!error.isEmpty())
@@ -65,7 +65,7 @@ void CWADeletedRecords::read(const QString& path) {
   for (const CarvedRecord& r : sessions) {
     if (r.hasRowid && (m_liveSessions.contains(r.rowid) || m_sessions.contains(r.rowid)))
       continue;
-    const CarvedRow row(sessionSpec, r);
+    const CarvedRow row(sessionLayout, r);
     if (row.integer(QStringLiteral("ZHIDDEN")) != 0)
       continue;
     if (!r.hasRowid) {
@@ -91,13 +91,13 @@ void CWADeletedRecords::read(const QString& path) {
   }
 
   error.clear();
-  TableSpec messageSpec;
+  TableLayout messageLayout;
   const QVector<CarvedRecord> carved = sqlitecarve::carveTable(
       path, QStringLiteral("ZWAMESSAGE"),
-      [&](TableSpec& s) {
+      [&](TableLayout& s) {
         tune(s, path);
         s.require(QStringLiteral("ZCHATSESSION"), 1, s.maxRowid > 0 ? s.maxRowid : INT_MAX);
-        messageSpec = s;
+        messageLayout = s;
       },
       &error);
   if (!error.isEmpty())
@@ -113,7 +113,7 @@ void CWADeletedRecords::read(const QString& path) {
   std::stable_sort(order.begin(), order.end(),
                    [](const CarvedRecord* a, const CarvedRecord* b) { return a->hasRowid && !b->hasRowid; });
   for (const CarvedRecord* r : order) {
-    const CarvedRow row(messageSpec, *r);
+    const CarvedRow row(messageLayout, *r);
     auto* m = new WAMessage;
     m->pk = r->hasRowid ? r->rowid : 0;
     m->groupEventType = int(row.integer(QStringLiteral("ZGROUPEVENTTYPE")));

@@ -72,11 +72,11 @@ private:
 };
 
 QVector<CarvedRecord> carveFile(const QString& path, QString* error = nullptr) {
-  TableSpec spec = describeTable(path, QStringLiteral("t"), error);
+  TableLayout layout = describeTable(path, QStringLiteral("t"), error);
   SqliteCarver carver;
-  if (!spec.isValid() || !carver.open(path, error))
+  if (!layout.isValid() || !carver.open(path, error))
     return {};
-  return carver.carve(spec);
+  return carver.carve(layout);
 }
 
 struct Case {
@@ -333,14 +333,14 @@ TEST(SqliteCarver, DamagedFilesInventNothing) {
       SqliteCarver carver;
       if (!carver.open(damaged))
         continue;
-      TableSpec spec;
-      spec.name = QStringLiteral("t");
-      spec.rootPage = 2;
-      spec.columns = {{QStringLiteral("id"), Affinity::Integer, true},
+      TableLayout layout;
+      layout.name = QStringLiteral("t");
+      layout.rootPage = 2;
+      layout.columns = {{QStringLiteral("id"), Affinity::Integer, true},
                       {QStringLiteral("kind"), Affinity::Integer, false, true},
                       {QStringLiteral("body"), Affinity::Text},
                       {QStringLiteral("at"), Affinity::Real}};
-      for (const CarvedRecord& r : carver.carve(spec)) {
+      for (const CarvedRecord& r : carver.carve(layout)) {
         EXPECT_TRUE(resembles(r.values.at(2).toString()))
             << dmg.name << ": invented " << r.from.text().toStdString() << " "
             << testdata::fields(r.rowid, r.values.at(1), r.values.at(2), r.values.at(3)).toStdString();
