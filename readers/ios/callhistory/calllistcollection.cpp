@@ -7,6 +7,7 @@
 #include "platform/common/log.h"
 #include "platform/common/utils.h"
 #include "readers/ios/callhistory/callhistoryqueries.h"
+#include "readers/ios/callhistory/deletedcalls.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -79,6 +80,8 @@ void CCalllistCollection::loadStore(const QString& storePath) {
   query.query({storePath}, m_progress);
   for (const CallRecord* r : query.records())
     addItem(buildItem(*r, false));
+  if (m_recoverDeleted)
+    addDeleted(storePath, false, query.records());
 }
 
 void CCalllistCollection::loadOldStore(const QString& callDbPath) {
@@ -86,6 +89,19 @@ void CCalllistCollection::loadOldStore(const QString& callDbPath) {
   query.query({callDbPath}, m_progress);
   for (const CallRecord* r : query.records())
     addItem(buildItem(*r, true));
+  if (m_recoverDeleted)
+    addDeleted(callDbPath, true, query.records());
+}
+
+void CCalllistCollection::addDeleted(const QString& path, bool olderStore, const QList<CallRecord*>& live) {
+  CDeletedCalls deleted;
+  deleted.read(path, olderStore, live);
+  for (const CallRecord* r : deleted.records()) {
+    OxCallHistoryItem* item = buildItem(*r, olderStore);
+    if (item)
+      item->setFlag(true, OxAbstractItem::ItemDeleted);
+    addItem(item);
+  }
 }
 
 QString CCalllistCollection::nameLookup(const QString& numberOrAddress) const {

@@ -17,10 +17,14 @@
 // by the number's normal form, which adds what the rule misses ("(919)
 // 888-7386" for "+19198887386") and never takes away what it finds; at last
 // the number itself.
+//
+// Unless told not to (setRecoverDeleted), the calls the phone deleted that the
+// store still holds follow the live ones, flagged ItemDeleted (deletedcalls.h).
 #include "backup/cidatacollection.h"
 #include "readers/ios/callhistory/addressbook.h"
 #include "readers/ios/callhistory/contactnameindex.h"
 
+#include <QList>
 #include <QMap>
 #include <QString>
 
@@ -56,6 +60,8 @@ public:
 private:
   void locateAddressBook(MobileBackup* backup);
   QString nameOf(const CallRecord& record, bool olderStore) const;
+  // Appends the store's recovered calls that no live one shows.
+  void addDeleted(const QString& path, bool olderStore, const QList<CallRecord*>& live);
 
   OxData* m_list; // not owned
   QMap<QString, QString> m_contactToName;
