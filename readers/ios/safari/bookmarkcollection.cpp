@@ -7,6 +7,7 @@
 #include "platform/common/log.h"
 #include "platform/common/sqlrow.h"
 #include "platform/common/utils.h"
+#include "readers/ios/safari/deletedvisits.h"
 #include "readers/ios/safari/safariplist.h"
 
 #include <QCoreApplication>
@@ -181,10 +182,10 @@ bool HistoryQuery::onRow(sqlite3_stmt* stmt) {
   return true;
 }
 
-void HistoryQuery::appendItems(OxData* list) const {
+void HistoryQuery::appendItems(OxData* list, const std::vector<Visit>& visits, bool deleted) {
   if (!list)
     return;
-  for (const Visit& v : m_visits) {
+  for (const Visit& v : visits) {
     OxSafariBookmarkItem* item = OxSafariBookmarkItem::createItem();
     if (!item)
       return;
@@ -197,6 +198,8 @@ void HistoryQuery::appendItems(OxData* list) const {
     item->setFirstLayerIconType(IconHistory);
     item->setBookmarkGroup(kHistory);
     item->setSize(0);
+    if (deleted)
+      item->setFlag(true, OxAbstractItem::ItemDeleted);
     list->append(item);
   }
 }
@@ -238,5 +241,9 @@ void CBookmarkCollection::load(MobileBackup* backup) {
     HistoryQuery history;
     history.query(historyDbs, nullptr);
     history.appendItems(m_list);
+    for (const QString& db : historyDbs) {
+      if (m_recoverDeleted)
+        HistoryQuery::appendItems(m_list, SafariHistory::deletedVisits(db, history.visits()), true);
+    }
   }
 }

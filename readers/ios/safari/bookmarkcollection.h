@@ -8,7 +8,9 @@
 //    list;
 //  - History.plist (HomeDomain, then the browser's AppDomain);
 //  - History.db (the browser's AppDomain, then HomeDomain): one item per
-//    visit, so a page visited three times is listed three times.
+//    visit, so a page visited three times is listed three times; unless told
+//    not to (setRecoverDeleted), then the deleted visits the files still hold,
+//    flagged ItemDeleted (deletedvisits.h).
 //
 // Tree layers: "Bookmarks" (icon 5), "Reading List" (9) and "History" (8) as
 // first layers; the second layer of a database bookmark is its folder (icon
@@ -85,7 +87,9 @@ public:
 
   const std::vector<Visit>& visits() const { return m_visits; }
   // One item per visit, in row order.
-  void appendItems(OxData* list) const;
+  void appendItems(OxData* list) const { appendItems(list, m_visits, false); }
+  // The same for the visits given, flagged ItemDeleted when deleted is set.
+  static void appendItems(OxData* list, const std::vector<Visit>& visits, bool deleted);
 
 protected:
   bool onRow(sqlite3_stmt* stmt) override;
