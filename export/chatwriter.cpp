@@ -66,7 +66,7 @@ public:
     std::stable_sort(m_messages.begin(), m_messages.end(), [](const OxWhatsappMsg* a, const OxWhatsappMsg* b) {
       return a->msgDate() < b->msgDate();
     });
-    m_name = m_item.value(0).isEmpty() ? m_item.value(1) : m_item.value(0);
+    m_name = m_item.value(OxWhatsappItem::ColName).isEmpty() ? m_item.value(OxWhatsappItem::ColTitle) : m_item.value(OxWhatsappItem::ColName);
     if (m_name.isEmpty())
       m_name = QStringLiteral("Chat");
     const int pages = std::max<int>(1, int((m_messages.size() + size_t(m_perPage) - 1) / size_t(m_perPage)));
@@ -122,10 +122,10 @@ private:
     }
     out << htmlHead(m_name) << QStringLiteral("<p class=\"nav\"><a href=\"../index.html\">All data</a></p>\n<h1>")
         << html(m_name) << "</h1>\n";
-    if (!m_item.value(1).isEmpty() && m_item.value(1) != m_name)
-      out << QStringLiteral("<p class=\"sub\">") << html(m_item.value(1)) << "</p>\n";
-    if (!m_item.value(2).isEmpty())
-      out << QStringLiteral("<p class=\"sub\">") << html(m_item.value(2)) << "</p>\n";
+    if (!m_item.value(OxWhatsappItem::ColTitle).isEmpty() && m_item.value(OxWhatsappItem::ColTitle) != m_name)
+      out << QStringLiteral("<p class=\"sub\">") << html(m_item.value(OxWhatsappItem::ColTitle)) << "</p>\n";
+    if (!m_item.value(OxWhatsappItem::ColNumbers).isEmpty())
+      out << QStringLiteral("<p class=\"sub\">") << html(m_item.value(OxWhatsappItem::ColNumbers)) << "</p>\n";
     out << pageNav(m_base, page, pages);
     const size_t first = size_t(page) * size_t(m_perPage);
     const size_t last = std::min(m_messages.size(), first + size_t(m_perPage));
@@ -165,8 +165,8 @@ private:
       return;
     }
     out << m_name << "\n";
-    if (!m_item.value(1).isEmpty() && m_item.value(1) != m_name)
-      out << m_item.value(1) << "\n";
+    if (!m_item.value(OxWhatsappItem::ColTitle).isEmpty() && m_item.value(OxWhatsappItem::ColTitle) != m_name)
+      out << m_item.value(OxWhatsappItem::ColTitle) << "\n";
     out << "\n";
     for (size_t i = 0; i < m_messages.size(); ++i) {
       const OxWhatsappMsg& m = *m_messages[i];

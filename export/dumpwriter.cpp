@@ -37,6 +37,10 @@ void writeChat(JsonWriter& w, const OxWhatsappChat& chat) {
     w.pathValue(m->media());
     w.key("member");
     w.value(m->member());
+    if (m->isDeleted()) {
+      w.key("deleted");
+      w.value(true);
+    }
     w.endObject();
   }
   w.endArray();

@@ -9,7 +9,8 @@
 //         "flags":int,"size":int,"firstLayer":str,"secondLayer":str,
 //         "filePath":str, for calendar events "triggerId":int,"allDay":int,
 //         for chats "chat":{"deleted":bool,"messages":[
-//         {"type","fromMe","sentDone","broadcast","date","content","media","member"}]},
+//         {"type","fromMe","sentDone","broadcast","date","content","media","member",
+//          and "deleted":true on a message recovered from deleted records}]},
 //         and for notes "pieces":[PIECE...],"attachmentSummary":str}
 // PIECE = {"kind":int (0 text, 1 attachment, as the note model numbers them),
 //          "content":str, and for attachments "name","typeId","moviePath",

@@ -22,7 +22,7 @@ bool isChatType(int type) { return type >= OxBackup::WhatsApp && type <= OxBacku
 // The items of a list the run writes, in the order of its view.
 QList<OxAbstractItem*> chosenItems(OxData& list, ExportOptions::Selection selection) {
   if (selection == ExportOptions::CheckedItems) {
-    const int n = list.count(1);
+    const int n = list.count(OxData::CountFiltered);
     for (int row = 0; row < n; ++row) {
       OxAbstractItem* item = list.at(row, true);
       list.setRecover(item, list.checked(item));

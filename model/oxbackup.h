@@ -40,7 +40,18 @@ public:
     CallHistory = 10,
     DataTypeCount = 11
   };
-  static const int PropertyCount = 7;
+  // The backup properties a host shows in its summary panel, by index. The
+  // notes reader names the local account after ProductType.
+  enum Property {
+    DeviceName = 0,
+    ProductVersion = 1,
+    SerialNumber = 2,
+    PhoneNumber = 3,
+    ProductType = 4,
+    Imei = 5,
+    LastBackupDate = 6,
+    PropertyCount = 7
+  };
 
   OxBackup();
   ~OxBackup();

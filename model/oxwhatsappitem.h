@@ -128,6 +128,12 @@ public:
   OxWhatsappItem& operator=(const OxWhatsappItem& other);
   ~OxWhatsappItem() override;
 
+  // The value columns the chat readers fill: the chat's name, its title (the
+  // members' names), the members' numbers joined with ",", the last message's
+  // date text, its content, the chat picture's path; column 6 holds the date
+  // as the list's sort key and column 7 the account number.
+  enum Column { ColName = 0, ColTitle, ColNumbers, ColDate, ColLastContent, ColPicture, ColSortDate, ColAccount, ColumnCount };
+
   // A heap item with 8 columns and dataColumn() 2; null if allocation fails.
   static OxWhatsappItem* createItem();
 

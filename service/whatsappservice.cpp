@@ -24,6 +24,7 @@
 
 #include <atomic>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #if defined(__SANITIZE_THREAD__)
@@ -111,7 +112,7 @@ int WhatsappService::loadWhatsappOnly() {
   }
   if (m_shutdown)
     return 0; // the lock stays held, as documented
-  for (int type = 0; type <= 10; ++type)
+  for (int type = 0; type < OxBackup::DataTypeCount; ++type)
     loadWhatsappOnly(type);
   onEndLoadWhatsappOnly();
   return 0;
@@ -122,7 +123,7 @@ bool WhatsappService::loadWhatsappOnly(int type) {
   // Each case builds its reader on the stack, gives it no progress sink, runs
   // it against the opened backup and lets it go. Types whose reader is not
   // part of this build load nothing.
-  case 0: {
+  case OxBackup::WhatsApp: {
     CWhatsappiTunesCollection whatsapp(m_backup);
     whatsapp.setSwitches(true, false);
     whatsapp.setRecoverDeleted(m_recoverDeleted);
@@ -130,64 +131,64 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     whatsapp.load(m_mobileBackup);
     break;
   }
-  case 1: {
+  case OxBackup::Kik: {
     CKikiTunesCollection kik(m_backup);
     kik.setSwitches(true, false);
     kik.setProgress(nullptr);
     kik.load(m_mobileBackup);
     break;
   }
-  case 2: {
+  case OxBackup::Line: {
     CLineiTunesCollection line(m_backup);
     line.setSwitches(true, false);
     line.setProgress(nullptr);
     line.load(m_mobileBackup);
     break;
   }
-  case 3: {
+  case OxBackup::Viber: {
     CViberiTunesCollection viber(m_backup);
     viber.setSwitches(true, false);
     viber.setProgress(nullptr);
     viber.load(m_mobileBackup);
     break;
   }
-  case 4: {
+  case OxBackup::Messenger: {
     CMessengeriTunesCollection messenger(m_backup);
     messenger.setSwitches(true, false);
     messenger.setProgress(nullptr);
     messenger.load(m_mobileBackup);
     break;
   }
-  case 5: {
+  case OxBackup::WeChat: {
     CWeixiniTunesCollection wechat(m_backup);
     wechat.setSwitches(true, false);
     wechat.setProgress(nullptr);
     wechat.load(m_mobileBackup);
     break;
   }
-  case 6: {
+  case OxBackup::QQ: {
     CQQiTunesCollection qq(m_backup);
     qq.setSwitches(true, false);
     qq.setProgress(nullptr);
     qq.load(m_mobileBackup);
     break;
   }
-  case 7: {
+  case OxBackup::Notes: {
     const QString scratch = makeNoteTempPath();
-    CNoteCollection notes(m_backup->getNote(), scratch, m_backup->backupProperty(4));
+    CNoteCollection notes(m_backup->getNote(), scratch, m_backup->backupProperty(OxBackup::ProductType));
     notes.setNotePasswords(m_notePasswords);
     notes.setRecoverDeleted(m_recoverDeleted);
     notes.setProgress(nullptr);
     notes.load(m_mobileBackup);
     break;
   }
-  case 8: {
+  case OxBackup::Calendar: {
     CCalendarCollection calendar(m_backup->getCalendar());
     calendar.setProgress(nullptr);
     calendar.load(m_mobileBackup);
     break;
   }
-  case 9: {
+  case OxBackup::Safari: {
     OxData* safari = m_backup->getSafari();
     if (safari)
       safari->onInsertFirstLayers(
@@ -203,7 +204,7 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     bookmarks.load(m_mobileBackup);
     break;
   }
-  case 10: {
+  case OxBackup::CallHistory: {
     OxData* calls = m_backup->getCallHistory();
     calls->onInsertFirstLayers({QStringLiteral("Call History"), QStringLiteral("Voice Mail"),
                                 QStringLiteral("Viber Call History")});
@@ -238,6 +239,20 @@ void WhatsappService::onEndLoadWhatsappOnly() {
 }
 
 OxData* WhatsappService::getOxData(int type) { return m_backup->getOxData(type); }
+
+void WhatsappService::fillBackupProperties() {
+  if (!m_mobileBackup || !m_backup)
+    return;
+  const BackupInfo& info = m_mobileBackup->backupInfo();
+  const QString date = info.lastBackupDate.isValid() ? info.lastBackupDate.toUTC().toString(Qt::ISODate) : QString();
+  const std::pair<OxBackup::Property, QString> properties[] = {
+      {OxBackup::DeviceName, info.deviceName},     {OxBackup::ProductVersion, info.productVersion},
+      {OxBackup::SerialNumber, info.serialNumber}, {OxBackup::PhoneNumber, info.phoneNumber},
+      {OxBackup::ProductType, info.productType},   {OxBackup::Imei, info.imei},
+      {OxBackup::LastBackupDate, date}};
+  for (const auto& p : properties)
+    m_backup->setBackupProperty(p.second, p.first);
+}
 
 unsigned WhatsappService::msgSessionCount() {
   if (m_backup && !m_msgCountCached) {

@@ -75,6 +75,11 @@ public:
   MobileBackup* openedBackup() const { return m_mobileBackup; }
   // The registry that the loads fill.
   OxBackup* backupRegistry() const { return m_backup; }
+  // Stores the opened backup's device facts (name, version, serial number,
+  // phone number, product type, IMEI, last backup date as UTC ISO text) as
+  // the registry's properties, in OxBackup::Property order. Nothing when no
+  // backup is open.
+  void fillBackupProperties();
 
 private:
   MobileBackup* loadMobileBackup(const QDir& folder, QString suffix);

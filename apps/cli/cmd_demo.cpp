@@ -7,6 +7,7 @@
 #include "model/oxcalendaritem.h"
 #include "model/oxcallhistoryitem.h"
 #include "model/oxdata.h"
+#include "model/oxfileitem.h"
 #include "model/oxnoteitem.h"
 #include "model/oxsafaribookmarkitem.h"
 #include "model/oxwhatsappitem.h"
@@ -28,15 +29,15 @@ void showNotes(const QString& folder, const QString& notePassword) {
   LoadOptions options;
   options.backup = folder;
   options.notePasswords = QStringList{notePassword};
-  options.types = {7};
+  options.types = {OxBackup::Notes};
   WhatsappService service(folder, false);
   if (beginLoad(service, options, "demo") >= 0)
     return;
-  service.loadWhatsappOnly(7);
+  service.loadWhatsappOnly(OxBackup::Notes);
   service.onEndLoadWhatsappOnly();
   OxData* notes = service.backupRegistry()->getNote();
   std::printf("\nNotes:\n");
-  for (int row = 0; row < notes->count(0); ++row) {
+  for (int row = 0; row < notes->count(OxData::CountRaw); ++row) {
     const auto* note = dynamic_cast<const OxNoteItem*>(notes->at(row, false));
     if (!note)
       continue;
@@ -56,20 +57,22 @@ void showNotes(const QString& folder, const QString& notePassword) {
 void showCalls(const QString& folder) {
   LoadOptions options;
   options.backup = folder;
-  options.types = {10};
+  options.types = {OxBackup::CallHistory};
   WhatsappService service(folder, false);
   if (beginLoad(service, options, "demo") >= 0)
     return;
-  service.loadWhatsappOnly(10);
+  service.loadWhatsappOnly(OxBackup::CallHistory);
   service.onEndLoadWhatsappOnly();
   OxData* calls = service.backupRegistry()->getCallHistory();
   std::printf("\nCall history:\n");
-  for (int row = 0; row < calls->count(0); ++row) {
+  for (int row = 0; row < calls->count(OxData::CountRaw); ++row) {
     const OxAbstractItem* item = calls->at(row, false);
     const bool call = dynamic_cast<const OxCallHistoryItem*>(item) != nullptr;
     std::printf("  %-12s %-22s %-22s %-16s %-24s %s\n", qPrintable(item->getTreeFirstLayerName()),
-                qPrintable(item->value(0)), qPrintable(item->value(1)), qPrintable(item->value(2)),
-                qPrintable(call ? item->value(4) : item->value(3)), qPrintable(call ? item->value(5) : QString()));
+                qPrintable(item->value(OxCallHistoryItem::ColName)), qPrintable(item->value(OxCallHistoryItem::ColPhone)),
+                qPrintable(item->value(OxCallHistoryItem::ColDate)),
+                qPrintable(call ? item->value(OxCallHistoryItem::ColType) : item->value(OxFileItem::ColLocation)),
+                qPrintable(call ? item->value(OxCallHistoryItem::ColDuration) : QString()));
   }
 }
 
@@ -92,7 +95,7 @@ void showCalendar(const QString& folder) {
   if (!events)
     return;
   std::printf("\nCalendar:\n");
-  for (int row = 0; row < events->count(0); ++row) {
+  for (int row = 0; row < events->count(OxData::CountRaw); ++row) {
     const OxAbstractItem* e = events->at(row, false);
     std::printf("  %-16s %-8s %-10s %-16s repeat %-8s alert %s\n", qPrintable(e->value(OxCalendarItem::ColTitle)),
                 qPrintable(e->value(OxCalendarItem::ColStore)), qPrintable(e->value(OxCalendarItem::ColCalendar)),
@@ -109,7 +112,7 @@ void showSafari(const QString& folder) {
     return;
   std::printf("\nSafari:\n");
   for (const QString& layer : safari->firstLayerOrder()) {
-    for (int row = 0; row < safari->count(0); ++row) {
+    for (int row = 0; row < safari->count(OxData::CountRaw); ++row) {
       const OxAbstractItem* b = safari->at(row, false);
       if (b->getTreeFirstLayerName() != layer)
         continue;
@@ -128,10 +131,11 @@ void showChats(const QString& folder, int type, const char* title) {
   if (!chats)
     return;
   std::printf("\n%s:\n", title);
-  for (int row = 0; row < chats->count(0); ++row) {
+  for (int row = 0; row < chats->count(OxData::CountRaw); ++row) {
     const auto* chat = static_cast<const OxWhatsappItem*>(chats->at(row, false));
-    std::printf("  %-18s %-28s %-19s %s\n", qPrintable(chat->value(0)), qPrintable(chat->value(1)),
-                qPrintable(chat->value(3)), qPrintable(chat->value(4)));
+    std::printf("  %-18s %-28s %-19s %s\n", qPrintable(chat->value(OxWhatsappItem::ColName)),
+                qPrintable(chat->value(OxWhatsappItem::ColTitle)), qPrintable(chat->value(OxWhatsappItem::ColDate)),
+                qPrintable(chat->value(OxWhatsappItem::ColLastContent)));
     if (!chat->detailContent())
       continue;
     for (const OxWhatsappMsg* m : chat->detailContent()->messages()) {

@@ -123,13 +123,7 @@ int beginLoad(WhatsappService& service, const LoadOptions& options, const char* 
   service.setNotePasswords(options.notePasswords);
   service.setRecoverDeleted(options.recoverDeleted);
   if (service.onBeginLoadWhatsappOnly()) {
-    const BackupInfo& info = service.openedBackup()->backupInfo();
-    OxBackup* registry = service.backupRegistry();
-    const QString properties[OxBackup::PropertyCount] = {
-        info.deviceName,  info.productVersion, info.serialNumber, info.phoneNumber, info.productType, info.imei,
-        info.lastBackupDate.isValid() ? info.lastBackupDate.toUTC().toString(Qt::ISODate) : QString()};
-    for (int i = 0; i < OxBackup::PropertyCount; ++i)
-      registry->setBackupProperty(properties[i], i);
+    service.fillBackupProperties();
     return -1;
   }
   service.onEndLoadWhatsappOnly();

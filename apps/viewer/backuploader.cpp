@@ -45,13 +45,6 @@ int typeWeight(int type) {
   }
 }
 
-void fillBackupProperties(OxBackup* registry, const BackupInfo& info) {
-  const QString properties[OxBackup::PropertyCount] = {
-      info.deviceName,  info.productVersion, info.serialNumber, info.phoneNumber, info.productType, info.imei,
-      info.lastBackupDate.isValid() ? info.lastBackupDate.toUTC().toString(Qt::ISODate) : QString()};
-  for (int i = 0; i < OxBackup::PropertyCount; ++i)
-    registry->setBackupProperty(properties[i], i);
-}
 } // namespace
 
 BackupLoader::BackupLoader(QObject* parent) : QObject(parent) { qRegisterMetaType<BackupLoader::Outcome>(); }
@@ -118,7 +111,7 @@ void BackupLoader::run() {
     return;
   }
   m_backupFolder = service.openedBackup()->path();
-  fillBackupProperties(service.backupRegistry(), service.openedBackup()->backupInfo());
+  service.fillBackupProperties();
 
   for (int type : m_request.types) {
     if (m_typeHook)

@@ -180,7 +180,7 @@ void DetailPane::showItem(int type, OxAbstractItem* item) {
     return;
   }
   if (auto* chat = dynamic_cast<OxWhatsappItem*>(item)) {
-    m_chatTitle->setText(chat->value(0));
+    m_chatTitle->setText(chat->value(OxWhatsappItem::ColName));
     m_transcript->setChat(chat->detailContent());
     setCurrentWidget(m_chatPage);
     return;

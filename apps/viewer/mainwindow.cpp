@@ -9,6 +9,7 @@
 #include "model/oxabstractitem.h"
 #include "model/oxbackup.h"
 #include "model/oxdata.h"
+#include "model/oxwhatsappitem.h"
 #include "widgets/checkboxheaderview.h"
 #include "widgets/oxdatacheckbinding.h"
 
@@ -45,8 +46,6 @@ namespace {
 const int kTypeRole = Qt::UserRole;
 const int kFirstRole = Qt::UserRole + 1;
 const int kSecondRole = Qt::UserRole + 2;
-// The chat lists' account number column (OxData::setFilterAccount).
-const int kAccountColumn = 7;
 
 QString sized(quint64 bytes) { return QLocale().formattedDataSize(qint64(bytes)); }
 } // namespace
@@ -434,7 +433,7 @@ void MainWindow::fillAccounts() {
     const int n = list->count(OxData::CountRaw);
     for (int row = 0; row < n; ++row) {
       bool ok = false;
-      const int account = list->at(row, false)->value(kAccountColumn).toInt(&ok);
+      const int account = list->at(row, false)->value(OxWhatsappItem::ColAccount).toInt(&ok);
       if (ok && account != 0)
         accounts.insert(account);
     }

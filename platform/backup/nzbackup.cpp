@@ -1,14 +1,34 @@
 #include "platform/backup/nzbackup.h"
 
 #include "platform/backup/backupinfo_p.h"
-#include "platform/common/utils.h"
 
 #include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
 
-QStringList NzBackup::backupRoots() { return Utils::backupRoots(); }
+QStringList NzBackup::backupRoots() {
+  const QString over = qEnvironmentVariable("SHERD_BACKUP_ROOT");
+  if (!over.isEmpty())
+    return {QDir::cleanPath(over)};
+  QStringList roots;
+  const QString home = QDir::homePath();
+#if defined(Q_OS_WIN)
+  const QString appData = qEnvironmentVariable("APPDATA");
+  if (!appData.isEmpty())
+    roots << QDir::cleanPath(appData + QStringLiteral("/Apple Computer/MobileSync/Backup"));
+  const QString profile = qEnvironmentVariable("USERPROFILE", home);
+  roots << QDir::cleanPath(profile + QStringLiteral("/Apple/MobileSync/Backup"));
+#elif defined(Q_OS_MACOS)
+  roots << home + QStringLiteral("/Library/Application Support/MobileSync/Backup");
+#else
+  // idevicebackup2 has no default folder; this is the one its users and the
+  // desktop front-ends built on it commonly pick.
+  roots << home + QStringLiteral("/.local/share/MobileSync/Backup");
+  roots << home + QStringLiteral("/MobileSync/Backup");
+#endif
+  return roots;
+}
 
 QString NzBackup::getDeviceBackupPath(const QString& identifier) {
   if (identifier.contains(QLatin1Char('/')) || identifier.contains(QLatin1Char('\\')) ||

@@ -18,8 +18,10 @@ struct SHERD_EXPORT BackupSummary {
 
 class SHERD_EXPORT NzBackup {
 public:
-  // The folders that hold device backups: $SHERD_BACKUP_ROOT alone when set,
-  // else the host's usual folders (both iTunes folders on Windows).
+  // The folders that hold device backups on this host, most likely first:
+  // $SHERD_BACKUP_ROOT alone when it is set; otherwise the host's usual
+  // folders (both iTunes folders on Windows, MobileSync on macOS, and on other
+  // hosts the folder where idevicebackup2 backups are usually kept).
   static QStringList backupRoots();
 
   // The folder that holds the device backup named by the identifier, so that

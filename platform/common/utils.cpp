@@ -5,9 +5,7 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QImageReader>
 #include <QTemporaryDir>
-#include <QTransform>
 
 #include <memory>
 
@@ -75,45 +73,4 @@ bool Utils::isInsideTempPath(const QString& path) {
     return false;
   const QString p = resolved(path) + QLatin1Char('/');
   return p.startsWith(root);
-}
-
-QStringList Utils::backupRoots() {
-  const QString over = qEnvironmentVariable("SHERD_BACKUP_ROOT");
-  if (!over.isEmpty())
-    return {QDir::cleanPath(over)};
-  QStringList roots;
-  const QString home = QDir::homePath();
-#if defined(Q_OS_WIN)
-  const QString appData = qEnvironmentVariable("APPDATA");
-  if (!appData.isEmpty())
-    roots << QDir::cleanPath(appData + QStringLiteral("/Apple Computer/MobileSync/Backup"));
-  const QString profile = qEnvironmentVariable("USERPROFILE", home);
-  roots << QDir::cleanPath(profile + QStringLiteral("/Apple/MobileSync/Backup"));
-#elif defined(Q_OS_MACOS)
-  roots << home + QStringLiteral("/Library/Application Support/MobileSync/Backup");
-#else
-  // idevicebackup2 has no default folder; this is the one its users and the
-  // desktop front-ends built on it commonly pick.
-  roots << home + QStringLiteral("/.local/share/MobileSync/Backup");
-  roots << home + QStringLiteral("/MobileSync/Backup");
-#endif
-  return roots;
-}
-
-QImage Utils::transformed(const QImage& image, const QString& path) {
-  if (image.isNull() || path.isEmpty())
-    return image;
-  // Only the header is read: the reader stops before decoding any pixel.
-  const QImageIOHandler::Transformations how = QImageReader(path).transformation();
-  if (how == QImageIOHandler::TransformationNone)
-    return image;
-  QImage out = image.mirrored(how.testFlag(QImageIOHandler::TransformationMirror),
-                              how.testFlag(QImageIOHandler::TransformationFlip));
-  if (how.testFlag(QImageIOHandler::TransformationRotate90))
-    out = out.transformed(QTransform().rotate(90));
-  if (out.isNull()) {
-    Log("Utils", 1, "cannot turn the image %s upright; it is kept as stored", qPrintable(path));
-    return image;
-  }
-  return out;
 }

@@ -131,7 +131,7 @@ TEST(OxDataOrder, RandomArrivalMatchesAStableSortOfTheArrivalSequence) {
       data.append(expected.back());
     }
     std::stable_sort(expected.begin(), expected.end(), referenceOrder);
-    ASSERT_EQ(data.count(0), int(expected.size())) << r.name;
+    ASSERT_EQ(data.count(OxData::CountRaw), int(expected.size())) << r.name;
     for (int row = 0; row < int(expected.size()); ++row) {
       ASSERT_EQ(data.at(row, false), expected[size_t(row)]) << r.name << ", row " << row;
       ASSERT_EQ(data.rawDataIndexForItem(expected[size_t(row)]), row) << r.name;
@@ -144,7 +144,7 @@ TEST(OxDataAccess, OutOfRangeRowsAndForeignItems) {
   data.append(nullptr);
   data.prepend(nullptr);
   data.append(chat("a", 1));
-  EXPECT_EQ(data.count(0), 1);
+  EXPECT_EQ(data.count(OxData::CountRaw), 1);
   EXPECT_EQ(data.at(-1, true), nullptr);
   EXPECT_EQ(data.at(1, false), nullptr);
   OxWhatsappItem other;
@@ -193,7 +193,7 @@ TEST(OxDataFilter, CombinationsOfTypeAccountCategoryAndText) {
     data.setFilterText(QString::fromLatin1(r.text));
     data.filter(0);
     EXPECT_EQ(names(data, true), QString::fromLatin1(r.expected)) << r.name;
-    EXPECT_EQ(data.count(0), 5) << r.name;
+    EXPECT_EQ(data.count(OxData::CountRaw), 5) << r.name;
   }
 }
 
@@ -207,13 +207,13 @@ TEST(OxDataFilter, ClearingAppendingAndCounts) {
   data.clearAllFilterCondition(0);
   EXPECT_EQ(names(data, true), QStringLiteral("five xABCx two"));
   data.append(new TreeItem("aaa"));
-  EXPECT_EQ(data.count(1), 3);
+  EXPECT_EQ(data.count(OxData::CountFiltered), 3);
   data.filter(0);
-  EXPECT_EQ(data.count(1), 2);
+  EXPECT_EQ(data.count(OxData::CountFiltered), 2);
   data.at(0, true)->setFlag(false, OxAbstractItem::ItemChecked);
   data.at(0, true)->setFlag(true, OxAbstractItem::ItemCheckedByHost);
   data.setChecked(data.at(1, true), false);
-  EXPECT_EQ(data.count(16), 1);
+  EXPECT_EQ(data.count(OxData::CountFilteredChecked), 1);
   EXPECT_EQ(data.size(16), 10u);
   EXPECT_EQ(data.allDeletedCount(), 2);
 }
@@ -245,7 +245,7 @@ TEST(OxDataRecover, RecoverListOrders) {
     for (const auto& [name, secs, deleted] :
          {std::tuple{"y", 20, false}, {"d-old", 10, true}, {"x", 40, false}, {"z", 5, false}, {"d-new", 30, true}})
       data.append(chat(name, secs, deleted));
-    for (int row = 0; row < data.count(1); ++row)
+    for (int row = 0; row < data.count(OxData::CountFiltered); ++row)
       data.setRecover(data.at(row, true), data.at(row, true)->value(0) != QLatin1String("z"));
     data.saveSort(r.column, r.order);
     EXPECT_EQ(data.recoverList(), r.expected) << r.name;

@@ -4,6 +4,7 @@
 // outcomes it checks.
 #include "service/whatsappservice.h"
 
+#include "model/oxbackup.h"
 #include "model/oxdata.h"
 #include "platform/common/log.h"
 #include "samples/samplebackup.h"
@@ -60,7 +61,7 @@ TEST_F(ServiceThreads, DestructionFromAnotherThreadWaitsForTheLoad) {
   std::thread worker([&] {
     service->onBeginLoadWhatsappOnly();
     begun.open();
-    for (int type = 0; type < 11; ++type)
+    for (int type = 0; type < OxBackup::DataTypeCount; ++type)
       service->loadWhatsappOnly(type);
     ended = true;
     service->onEndLoadWhatsappOnly();
@@ -77,7 +78,7 @@ TEST_F(ServiceThreads, ShutdownFromAnotherThreadNeverBreaksARunningLoad) {
   std::thread worker([&] {
     service.onBeginLoadWhatsappOnly();
     begun.open();
-    for (int type = 0; type < 11; ++type)
+    for (int type = 0; type < OxBackup::DataTypeCount; ++type)
       service.loadWhatsappOnly(type);
     service.onEndLoadWhatsappOnly();
   });
@@ -85,7 +86,7 @@ TEST_F(ServiceThreads, ShutdownFromAnotherThreadNeverBreaksARunningLoad) {
   service.shutdownService();
   worker.join();
   // A shutdown does not interrupt a load that has begun: every list is there.
-  EXPECT_GT(service.getOxData(0)->count(0), 0);
+  EXPECT_GT(service.getOxData(OxBackup::WhatsApp)->count(OxData::CountRaw), 0);
   EXPECT_GT(service.msgSessionCount(), 0u);
 }
 } // namespace

@@ -15,9 +15,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <thread>
 
 namespace {
 // A backup root without "-" in its path, so that the retry without "-" only
@@ -93,7 +90,7 @@ TEST_F(ServiceTest, NotesScratchFolderIsTheServicesOwnUnderTheTemporaryRoot) {
       service.onEndLoadWhatsappOnly();
     }
     OxData* notes = service.getOxData(7);
-    for (int row = 0; row < notes->count(0); ++row)
+    for (int row = 0; row < notes->count(OxData::CountRaw); ++row)
       for (const OxNoteItem::NotePiece* piece : static_cast<OxNoteItem*>(notes->at(row, false))->notePieces())
         if (piece->content.contains(QLatin1String("/rotated/")))
           scratch = QFileInfo(piece->content).path();
@@ -127,14 +124,15 @@ TEST_F(ServiceTest, ALoadClearsTheRegistryAFailedOneKeepsIt) {
   WhatsappService s(QStringLiteral("dev"), true);
   addChat(s);
   EXPECT_EQ(s.loadWhatsappOnly(), 0);
-  EXPECT_EQ(s.getOxData(0)->count(0), 0);
+  EXPECT_EQ(s.getOxData(0)->count(OxData::CountRaw), 0);
   addChat(s);
   QDir(root.filePath(QStringLiteral("dev"))).removeRecursively();
   EXPECT_EQ(s.loadWhatsappOnly(), -1);
-  EXPECT_EQ(s.getOxData(0)->count(0), 1);
+  EXPECT_EQ(s.getOxData(0)->count(OxData::CountRaw), 1);
   EXPECT_FALSE(s.onBeginLoadWhatsappOnly());
   s.onEndLoadWhatsappOnly();
-  EXPECT_TRUE(s.loadWhatsappOnly(11));
+  s.loadWhatsappOnly(OxBackup::DataTypeCount); // no such type: nothing read, nothing cleared
+  EXPECT_EQ(s.getOxData(OxBackup::WhatsApp)->count(OxData::CountRaw), 1);
 }
 
 TEST_F(ServiceTest, SessionCountsAreCachedUntilTheNextLoad) {
@@ -153,19 +151,4 @@ TEST_F(ServiceTest, SessionCountsAreCachedUntilTheNextLoad) {
   EXPECT_EQ(s.OtherSessionCount(), 0u);
 }
 
-TEST_F(ServiceTest, DestructionWaitsForARunningLoad) {
-  makeBackup(QStringLiteral("dev"));
-  auto* s = new WhatsappService(QStringLiteral("dev"), false);
-  ASSERT_TRUE(s->onBeginLoadWhatsappOnly());
-  std::atomic<bool> destroyed{false};
-  std::thread destroyer([&] {
-    delete s;
-    destroyed = true;
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  EXPECT_FALSE(destroyed.load());
-  s->onEndLoadWhatsappOnly();
-  destroyer.join();
-  EXPECT_TRUE(destroyed.load());
-}
 } // namespace

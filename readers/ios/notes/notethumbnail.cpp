@@ -1,17 +1,22 @@
 #include "readers/ios/notes/notethumbnail.h"
 
 #include "platform/common/commonutils.h"
-#include "platform/common/utils.h"
 
+#include <QImageReader>
 #include <QTransform>
 
 namespace NoteThumbnail {
 
 QImage load(const QString& path) {
-  QImage image;
-  if (path.isEmpty() || !image.load(path))
+  if (path.isEmpty())
     return QImage();
-  image = Utils::transformed(image, path);
+  // Photos from a camera are stored as the sensor read them, with an
+  // orientation tag (EXIF in JPEG and HEIF); the reader applies all eight.
+  QImageReader reader(path);
+  reader.setAutoTransform(true);
+  QImage image = reader.read();
+  if (image.isNull())
+    return QImage();
   if (image.width() > kMaxWidth)
     image = image.scaledToWidth(kMaxWidth, Qt::SmoothTransformation);
   return image;

@@ -1,5 +1,6 @@
 #include "readers/messengers/messenger/messengerqueries.h"
 
+#include "platform/common/sqlrow.h"
 #include "readers/messengers/common/chatitembuilder.h"
 #include "readers/messengers/common/sqlschema.h"
 
@@ -8,15 +9,10 @@
 #include <QJsonObject>
 #include <QStringList>
 
-#include <sqlite3.h>
-
 namespace {
 QString countOf(const QString& table) { return QStringLiteral("select count(*) from %1").arg(table); }
 
 QJsonDocument json(const QString& text) { return QJsonDocument::fromJson(text.toUtf8()); }
-
-// A Facebook id read from a number or a text column.
-qint64 idAt(sqlite3_stmt* stmt, int column) { return sqlite3_column_int64(stmt, column); }
 } // namespace
 
 // ---- Lightspeed ----
@@ -28,7 +24,7 @@ CFbOwnerQuery::CFbOwnerQuery() {
 
 bool CFbOwnerQuery::onRow(sqlite3_stmt* stmt) {
   if (!m_owner)
-    m_owner = idAt(stmt, 0);
+    m_owner = SqlRow(stmt).int64(); // a number or a text column
   return true;
 }
 
@@ -38,7 +34,9 @@ CFbContactQuery::CFbContactQuery(const SqlSchema& schema) {
 }
 
 bool CFbContactQuery::onRow(sqlite3_stmt* stmt) {
-  m_names.insert(idAt(stmt, 0), columnText(stmt, 1).trimmed());
+  SqlRow r(stmt);
+  const qint64 id = r.int64();
+  m_names.insert(id, r.text().trimmed());
   return true;
 }
 
@@ -49,11 +47,13 @@ CFbThreadQuery::CFbThreadQuery(const SqlSchema& schema) {
 }
 
 bool CFbThreadQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   FbThread t;
-  t.key = idAt(stmt, 0);
+  t.key = r.int64();
   // Type 1 is a one-to-one chat; groups and the other kinds have several people.
-  t.group = sqlite3_column_type(stmt, 1) != SQLITE_NULL && sqlite3_column_int(stmt, 1) != 1;
-  t.name = columnText(stmt, 2).trimmed();
+  const bool typed = !r.isNull();
+  t.group = r.integer() != 1 && typed;
+  t.name = r.text().trimmed();
   m_threads.append(t);
   return true;
 }
@@ -65,9 +65,11 @@ CFbParticipantQuery::CFbParticipantQuery(const SqlSchema& schema) {
 }
 
 bool CFbParticipantQuery::onRow(sqlite3_stmt* stmt) {
-  const qint64 contact = idAt(stmt, 1);
-  m_byThread[idAt(stmt, 0)].append(contact);
-  const QString nickname = columnText(stmt, 2).trimmed();
+  SqlRow r(stmt);
+  const qint64 thread = r.int64();
+  const qint64 contact = r.int64();
+  m_byThread[thread].append(contact);
+  const QString nickname = r.text().trimmed();
   if (!nickname.isEmpty())
     m_nicknames.insert(contact, nickname);
   return true;
@@ -85,13 +87,14 @@ CFbMessageQuery::CFbMessageQuery(const SqlSchema& schema) {
 }
 
 bool CFbMessageQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   FbMessage m;
-  m.id = columnText(stmt, 0);
-  m.thread = idAt(stmt, 1);
-  m.sender = idAt(stmt, 2);
-  m.text = columnText(stmt, 3);
-  m.timestampMs = sqlite3_column_int64(stmt, 4);
-  m.unsent = sqlite3_column_int(stmt, 5) != 0;
+  m.id = r.text();
+  m.thread = r.int64();
+  m.sender = r.int64();
+  m.text = r.text();
+  m.timestampMs = r.int64();
+  m.unsent = r.integer() != 0;
   m_byThread[m.thread].append(std::move(m));
   ++m_count;
   return true;
@@ -104,11 +107,13 @@ CFbAttachmentQuery::CFbAttachmentQuery(const SqlSchema& schema, const QString& t
 }
 
 bool CFbAttachmentQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
+  const QString message = r.text();
   FbAttachment a;
-  a.fileName = columnText(stmt, 1).trimmed();
-  a.title = columnText(stmt, 2).trimmed();
-  a.subtitle = columnText(stmt, 3).trimmed();
-  m_byMessage[columnText(stmt, 0)].append(a);
+  a.fileName = r.text().trimmed();
+  a.title = r.text().trimmed();
+  a.subtitle = r.text().trimmed();
+  m_byMessage[message].append(a);
   return true;
 }
 
@@ -140,13 +145,14 @@ qint64 COrcaThreadQuery::keyOf(const QString& threadKey) {
 }
 
 bool COrcaThreadQuery::onRow(sqlite3_stmt* stmt) {
-  const QString keyText = columnText(stmt, 0);
+  SqlRow r(stmt);
+  const QString keyText = r.text();
   FbThread t;
   t.key = keyOf(keyText);
-  t.name = columnText(stmt, 1).trimmed();
+  t.name = r.text().trimmed();
   t.group = !keyText.startsWith(QLatin1String("ONE_TO_ONE:"));
   // [{"user_key": "FACEBOOK:1", "name": "Ann"}, ...] or plain user keys.
-  for (const QJsonValue& v : json(columnText(stmt, 2)).array()) {
+  for (const QJsonValue& v : json(r.text()).array()) {
     const QJsonObject o = v.toObject();
     const qint64 id = orcaUserId(v.isString() ? v.toString() : o.value(QLatin1String("user_key")).toString());
     if (!id)
@@ -166,9 +172,10 @@ COrcaUserQuery::COrcaUserQuery(const SqlSchema& schema) {
 }
 
 bool COrcaUserQuery::onRow(sqlite3_stmt* stmt) {
-  const qint64 id = orcaUserId(columnText(stmt, 0));
+  SqlRow r(stmt);
+  const qint64 id = orcaUserId(r.text());
   if (id)
-    m_names.insert(id, columnText(stmt, 1).trimmed());
+    m_names.insert(id, r.text().trimmed());
   return true;
 }
 
@@ -182,23 +189,24 @@ COrcaMessageQuery::COrcaMessageQuery(const SqlSchema& schema, COrcaThreadQuery* 
 }
 
 bool COrcaMessageQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   FbMessage m;
-  m.id = columnText(stmt, 0);
-  m.thread = m_threads->keyOf(columnText(stmt, 1));
-  m.text = columnText(stmt, 2);
-  const QJsonObject sender = json(columnText(stmt, 3)).object();
+  m.id = r.text();
+  m.thread = m_threads->keyOf(r.text());
+  m.text = r.text();
+  const QJsonObject sender = json(r.text()).object();
   m.sender = orcaUserId(sender.value(QLatin1String("user_key")).toString());
   m.senderName = sender.value(QLatin1String("name")).toString().trimmed();
-  m.timestampMs = sqlite3_column_int64(stmt, 4);
+  m.timestampMs = r.int64();
   QStringList parts;
-  for (const QJsonValue& v : json(columnText(stmt, 5)).array()) {
+  for (const QJsonValue& v : json(r.text()).array()) {
     const QJsonObject o = v.toObject();
     const QString name = o.value(QLatin1String("filename")).toString().trimmed();
     parts << (name.isEmpty() ? o.value(QLatin1String("mime_type")).toString().trimmed() : name);
   }
   parts.removeAll(QString());
   m.attachmentText = parts.join(QStringLiteral(", "));
-  const QJsonObject place = json(columnText(stmt, 6)).object();
+  const QJsonObject place = json(r.text()).object();
   if (place.contains(QLatin1String("latitude")) && place.contains(QLatin1String("longitude"))) {
     m.attachmentText = CChatItemBuilder::locationText(place.value(QLatin1String("latitude")).toDouble(),
                                                       place.value(QLatin1String("longitude")).toDouble(), QString());

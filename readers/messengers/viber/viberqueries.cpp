@@ -1,8 +1,7 @@
 #include "readers/messengers/viber/viberqueries.h"
 
+#include "platform/common/sqlrow.h"
 #include "readers/messengers/common/sqlschema.h"
-
-#include <sqlite3.h>
 
 namespace {
 QString countOf(const QString& table) { return QStringLiteral("select count(*) from %1").arg(table); }
@@ -28,11 +27,14 @@ CViberContactQuery::CViberContactQuery(const SqlSchema& schema)
 }
 
 bool CViberContactQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
+  const qint64 key = r.int64();
   ViberContact c;
-  c.name = firstNonEmpty({columnText(stmt, 1), columnText(stmt, 2), columnText(stmt, 3)});
-  c.icon = columnText(stmt, 4).trimmed();
-  c.phone = firstNonEmpty({columnText(stmt, 6), columnText(stmt, 5)});
-  m_contacts.insert(sqlite3_column_int64(stmt, 0), c);
+  c.name = firstNonEmpty({r.text(), r.text(), r.text()}); // full, short, plain name
+  c.icon = r.text().trimmed();
+  const QString canonical = r.text();
+  c.phone = firstNonEmpty({r.text(), canonical});
+  m_contacts.insert(key, c);
   return true;
 }
 
@@ -52,8 +54,10 @@ CViberPhoneQuery::CViberPhoneQuery(const SqlSchema& schema) {
 }
 
 bool CViberPhoneQuery::onRow(sqlite3_stmt* stmt) {
-  const qint64 member = sqlite3_column_int64(stmt, 0);
-  const QString phone = firstNonEmpty({columnText(stmt, 2), columnText(stmt, 1)});
+  SqlRow r(stmt);
+  const qint64 member = r.int64();
+  const QString canonical = r.text();
+  const QString phone = firstNonEmpty({r.text(), canonical});
   if (!phone.isEmpty() && !m_phones.contains(member))
     m_phones.insert(member, phone);
   return true;
@@ -70,11 +74,12 @@ CViberConversationQuery::CViberConversationQuery(const SqlSchema& schema) {
 }
 
 bool CViberConversationQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   ViberConversation c;
-  c.key = sqlite3_column_int64(stmt, 0);
-  c.name = columnText(stmt, 1).trimmed();
-  c.partner = sqlite3_column_int64(stmt, 2);
-  c.deleted = sqlite3_column_int(stmt, 3) != 0;
+  c.key = r.int64();
+  c.name = r.text().trimmed();
+  c.partner = r.int64();
+  c.deleted = r.integer() != 0;
   m_conversations.append(c);
   return true;
 }
@@ -93,11 +98,13 @@ CViberAttachmentQuery::CViberAttachmentQuery(const SqlSchema& schema) {
 }
 
 bool CViberAttachmentQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
+  const qint64 key = r.int64();
   ViberAttachment a;
-  a.name = columnText(stmt, 1).trimmed();
-  a.type = columnText(stmt, 2).trimmed().toLower();
-  a.size = sqlite3_column_int64(stmt, 3);
-  m_attachments.insert(sqlite3_column_int64(stmt, 0), a);
+  a.name = r.text().trimmed();
+  a.type = r.text().trimmed().toLower();
+  a.size = r.int64();
+  m_attachments.insert(key, a);
   return true;
 }
 
@@ -109,11 +116,13 @@ CViberLocationQuery::CViberLocationQuery(const SqlSchema& schema) {
 }
 
 bool CViberLocationQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
+  const qint64 key = r.int64();
   ViberLocation l;
-  l.latitude = sqlite3_column_double(stmt, 1);
-  l.longitude = sqlite3_column_double(stmt, 2);
-  l.address = columnText(stmt, 3).trimmed();
-  m_locations.insert(sqlite3_column_int64(stmt, 0), l);
+  l.latitude = r.real();
+  l.longitude = r.real();
+  l.address = r.text().trimmed();
+  m_locations.insert(key, l);
   return true;
 }
 
@@ -131,21 +140,22 @@ CViberMessageQuery::CViberMessageQuery(const SqlSchema& schema) {
 }
 
 bool CViberMessageQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   ViberMessage m;
-  m.key = sqlite3_column_int64(stmt, 0);
-  m.conversation = sqlite3_column_int64(stmt, 1);
-  m.sender = sqlite3_column_int64(stmt, 2);
-  m.date = sqlite3_column_double(stmt, 3);
-  m.state = columnText(stmt, 4);
-  m.text = columnText(stmt, 5);
-  m.systemType = columnText(stmt, 6);
-  m.attachment = sqlite3_column_int64(stmt, 7);
-  m.location = sqlite3_column_int64(stmt, 8);
-  m.deleted = sqlite3_column_int(stmt, 9) != 0;
-  m.callType = columnText(stmt, 10);
-  m.callDuration = sqlite3_column_int64(stmt, 11);
-  if (sqlite3_column_type(stmt, 12) != SQLITE_NULL)
-    m.metadata = columnText(stmt, 12);
+  m.key = r.int64();
+  m.conversation = r.int64();
+  m.sender = r.int64();
+  m.date = r.real();
+  m.state = r.text();
+  m.text = r.text();
+  m.systemType = r.text();
+  m.attachment = r.int64();
+  m.location = r.int64();
+  m.deleted = r.integer() != 0;
+  m.callType = r.text();
+  m.callDuration = r.int64();
+  if (!r.isNull())
+    m.metadata = r.text();
   m_byConversation[m.conversation].append(std::move(m));
   ++m_count;
   return true;
@@ -162,12 +172,13 @@ CViberCallQuery::CViberCallQuery(const SqlSchema& schema) {
 }
 
 bool CViberCallQuery::onRow(sqlite3_stmt* stmt) {
+  SqlRow r(stmt);
   ViberCall c;
-  c.date = sqlite3_column_double(stmt, 0);
-  c.duration = sqlite3_column_int64(stmt, 1);
-  c.callType = columnText(stmt, 2).trimmed().toLower();
-  c.line = sqlite3_column_int64(stmt, 3);
-  c.message = sqlite3_column_int64(stmt, 4);
+  c.date = r.real();
+  c.duration = r.int64();
+  c.callType = r.text().trimmed().toLower();
+  c.line = r.int64();
+  c.message = r.int64();
   m_calls.append(c);
   return true;
 }
@@ -179,8 +190,10 @@ CViberRecentsLineQuery::CViberRecentsLineQuery(const SqlSchema& schema) {
 }
 
 bool CViberRecentsLineQuery::onRow(sqlite3_stmt* stmt) {
-  m_lines.insert(sqlite3_column_int64(stmt, 0),
-                 ViberRecentsLine{columnText(stmt, 1).trimmed(), sqlite3_column_int64(stmt, 2)});
+  SqlRow r(stmt);
+  const qint64 key = r.int64();
+  const QString phone = r.text().trimmed();
+  m_lines.insert(key, ViberRecentsLine{phone, r.int64()});
   return true;
 }
 
@@ -193,7 +206,10 @@ CViberCallPartnerQuery::CViberCallPartnerQuery() {
 }
 
 bool CViberCallPartnerQuery::onRow(sqlite3_stmt* stmt) {
-  const qint64 sender = sqlite3_column_int64(stmt, 1);
-  m_partners.insert(sqlite3_column_int64(stmt, 0), sender ? sender : sqlite3_column_int64(stmt, 2));
+  SqlRow r(stmt);
+  const qint64 message = r.int64();
+  const qint64 sender = r.int64();
+  const qint64 interlocutor = r.int64();
+  m_partners.insert(message, sender ? sender : interlocutor);
   return true;
 }

@@ -14,15 +14,15 @@ TEST_F(KikQueries, JoinTablesAreFoundWhateverTheirNumbers) {
   const struct {
     const char *name, *schema, *chatTable, *memberTable; // tables null: not filled
   } cases[] = {
-      {"named",
-       "create table Z_4MESSAGES(Z_4CHAT integer, Z_6MESSAGES integer);"
-       "create table Z_9MEMBERS(Z_9MEMBERSINVERSE integer, Z_9MEMBERS integer);",
-       "Z_4MESSAGES", "Z_9MEMBERS"},
       {"sample",
        "create table Z_3MESSAGES(Z_3CHAT integer, Z_5MESSAGES integer);"
        "create table Z_6MEMBERS(Z_6MEMBERSINVERSE integer, Z_6MEMBERS integer);"
        "create table Z_6ADMINSINVERSE(Z_6ADMINSINVERSE integer, Z_6ADMINS integer);",
        "Z_3MESSAGES", "Z_6MEMBERS"},
+      {"named",
+       "create table Z_4MESSAGES(Z_4CHAT integer, Z_6MESSAGES integer);"
+       "create table Z_9MEMBERS(Z_9MEMBERSINVERSE integer, Z_9MEMBERS integer);",
+       "Z_4MESSAGES", "Z_9MEMBERS"},
       // A table of the right name but another shape is not taken.
       {"missing", "create table Z_7MESSAGES(Z_7USER integer, Z_5MESSAGES integer);", nullptr, nullptr},
   };
@@ -46,8 +46,6 @@ TEST_F(KikQueries, JoinTablesAreFoundWhateverTheirNumbers) {
       EXPECT_TRUE(inChat.links().isEmpty() && inGroup.links().isEmpty());
       EXPECT_EQ(errors.size(), 2) << errors.join(QLatin1Char('\n')).toStdString(); // one failed COUNT each
     }
-    // The statements stay as listed for the next database.
-    EXPECT_EQ(inChat.m_countSqls, QStringList{QStringLiteral("select count(*) from z_4messages")});
   }
 }
 } // namespace

@@ -58,7 +58,7 @@ QString buildStore(const QString& folder, bool wal) {
 }
 
 const OxWhatsappItem* chatNamed(OxData* list, const QString& name) {
-  for (int i = 0; i < list->count(0); ++i) {
+  for (int i = 0; i < list->count(OxData::CountRaw); ++i) {
     const auto* item = dynamic_cast<const OxWhatsappItem*>(list->at(i, false));
     if (item && item->value(0) == name)
       return item;
@@ -129,7 +129,7 @@ TEST_P(WhatsappDeleted, RecoveredMessagesJoinTheirChatAndADeletedChatStandsApart
   CWhatsappCollection off;
   off.setRecoverDeleted(false);
   off.readDatabase(&plain, nullptr, path);
-  EXPECT_EQ(plain.getWhatsappMsg()->count(0), 1);
+  EXPECT_EQ(plain.getWhatsappMsg()->count(OxData::CountRaw), 1);
   EXPECT_EQ(plain.getWhatsappMsg()->allDeletedCount(), 0);
 }
 

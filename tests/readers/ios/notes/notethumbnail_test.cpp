@@ -1,4 +1,4 @@
-#include "platform/common/utils.h"
+#include "readers/ios/notes/notethumbnail.h"
 #include "samples/apps/notes.h"
 
 #include <QColor>
@@ -25,7 +25,9 @@ QString corner(const QImage& image) {
   return QStringLiteral("%1%2%3").arg(c.red() > 128).arg(c.green() > 128).arg(c.blue() > 128);
 }
 
-TEST(UtilsTransformed, AppliesEveryExifOrientation) {
+// A camera photo is shown the way its orientation tag says, whichever of the
+// eight it is.
+TEST(NoteThumbnail, AppliesEveryExifOrientation) {
   QTemporaryDir dir;
   const QString red = "100", green = "010", blue = "001", yellow = "110";
   struct Row {
@@ -51,18 +53,28 @@ TEST(UtilsTransformed, AppliesEveryExifOrientation) {
     QImage stored;
     ASSERT_TRUE(stored.load(path)) << r.orientation;
     ASSERT_EQ(stored.size(), QSize(40, 20)) << r.orientation; // loading alone does not turn it
-    const QImage upright = Utils::transformed(stored, path);
+    const QImage upright = NoteThumbnail::load(path);
     EXPECT_EQ(upright.size(), r.size) << r.orientation;
     EXPECT_EQ(corner(upright), r.topLeft) << r.orientation;
   }
 }
 
-// A file without an orientation, or none at all, leaves the picture as it is.
-TEST(UtilsTransformed, KeepsTheImageWhenTheFileSaysNothing) {
+// A file without an orientation is shown as stored; a wide one is scaled down
+// to the thumbnail width; a missing or unreadable one gives no picture.
+TEST(NoteThumbnail, KeepsUntaggedPicturesScalesWideOnesAndRefusesBadFiles) {
   QTemporaryDir dir;
   const QString png = dir.filePath("plain.png");
   ASSERT_TRUE(quarters().save(png, "PNG"));
-  for (const QString& path : {png, dir.filePath("missing.jpg")})
-    EXPECT_EQ(Utils::transformed(quarters(), path), quarters()) << qPrintable(path);
+  EXPECT_EQ(NoteThumbnail::load(png).convertToFormat(QImage::Format_RGB32), quarters());
+  const QString wide = dir.filePath("wide.png");
+  ASSERT_TRUE(quarters().scaled(1000, 500).save(wide, "PNG"));
+  EXPECT_EQ(NoteThumbnail::load(wide).size(), QSize(NoteThumbnail::kMaxWidth, NoteThumbnail::kMaxWidth / 2));
+  const QString junk = dir.filePath("junk.jpg");
+  QFile file(junk);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write("not a picture");
+  file.close();
+  for (const QString& path : {dir.filePath("missing.jpg"), junk, QString()})
+    EXPECT_TRUE(NoteThumbnail::load(path).isNull()) << qPrintable(path);
 }
 } // namespace
