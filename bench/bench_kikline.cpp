@@ -2,13 +2,7 @@
 // 500,000 messages in 1,000 chats, read and built into chat items by the
 // readers' collections, beside a bare SQLite scan of the readers' SELECTs on
 // the same file.
-//
-// Each load is measured in a child process of its own, so that the peak
-// memory (getrusage) is that load's alone.
-#include "bench/benchsupport.h"
-#include "model/oxbackup.h"
-#include "model/oxdata.h"
-#include "model/oxwhatsappitem.h"
+#include "bench/chatbench.h"
 #include "platform/common/log.h"
 #include "platform/common/utils.h"
 #include "readers/messengers/kik/kikcollection.h"
@@ -20,14 +14,7 @@
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
-#include <sqlite3.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <cstdio>
-#include <ctime>
 #include <vector>
 
 namespace {
@@ -58,44 +45,6 @@ QTemporaryDir& root() {
 
 enum App { Kik, Line };
 
-// values: load CPU s, load wall s, bare CPU s, bare wall s, peak RSS MiB, chats, messages.
-bool measure(App app, const QString& db, double (&values)[7]) {
-  return bench::inChild<7>(
-      [app, db](double* v) {
-        const std::vector<const char*>& selects = app == Kik ? kKikSelects : kLineSelects;
-        bench::bareScanAll(db, selects); // warm the page cache for both runs alike
-        double cpu = bench::cpuNow();
-        double wall = bench::wallNow();
-        benchmark::DoNotOptimize(bench::bareScanAll(db, selects));
-        v[2] = bench::cpuNow() - cpu;
-        v[3] = bench::wallNow() - wall;
-
-        OxBackup registry;
-        cpu = bench::cpuNow();
-        wall = bench::wallNow();
-        if (app == Kik) {
-          CKikCollection kik;
-          kik.readDatabase(&registry, nullptr, db);
-        } else {
-          CLineCollection line;
-          line.readDatabase(&registry, nullptr, db);
-        }
-        v[0] = bench::cpuNow() - cpu;
-        v[1] = bench::wallNow() - wall;
-        rusage usage{};
-        getrusage(RUSAGE_SELF, &usage);
-        v[4] = double(usage.ru_maxrss) / 1024.0;
-        OxData* list = app == Kik ? registry.getKikMsg() : registry.getLineMsg();
-        v[5] = list->count(OxData::CountRaw);
-        double messages = 0;
-        for (int i = 0; i < list->count(OxData::CountRaw); ++i)
-          messages += static_cast<OxWhatsappItem*>(list->at(i, false))->detailContent()->messages().size();
-        v[6] = messages;
-        return true;
-      },
-      values);
-}
-
 void BM_Load(benchmark::State& state, App app) {
   SherdLog::silence();
   const QString db = root().filePath(app == Kik ? QStringLiteral("kik.sqlite") : QStringLiteral("Line.sqlite"));
@@ -106,23 +55,16 @@ void BM_Load(benchmark::State& state, App app) {
     state.SkipWithError(qPrintable(error));
     return;
   }
-  double v[7] = {};
-  for (auto _ : state) {
-    if (!measure(app, db, v)) {
-      state.SkipWithError("the load failed");
-      return;
-    }
-    state.SetIterationTime(v[1]);
-  }
-  bench::summary(app == Kik ? "kik 500k messages" : "line 500k messages", v[0], v[2], v[4] * 1024.0 * 1024.0,
-                 bench::fileBytes({db}));
-  state.counters["load_cpu_s"] = v[0];
-  state.counters["bare_scan_cpu_s"] = v[2];
-  state.counters["bare_scan_wall_s"] = v[3];
-  state.counters["load_over_scan"] = v[2] > 0 ? v[0] / v[2] : 0;
-  state.counters["peak_MiB"] = v[4];
-  state.counters["chats"] = v[5];
-  state.counters["messages"] = v[6];
+  if (app == Kik)
+    bench::runChatLoad(state, {"kik 500k messages", db, kKikSelects, OxBackup::Kik, [db](OxBackup& registry) {
+                                 CKikCollection kik;
+                                 kik.readDatabase(&registry, nullptr, db);
+                               }});
+  else
+    bench::runChatLoad(state, {"line 500k messages", db, kLineSelects, OxBackup::Line, [db](OxBackup& registry) {
+                                 CLineCollection line;
+                                 line.readDatabase(&registry, nullptr, db);
+                               }});
 }
 } // namespace
 

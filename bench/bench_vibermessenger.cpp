@@ -2,13 +2,7 @@
 // Lightspeed store of 500,000 messages in 1,000 chats, read and built into chat
 // items by the readers' collections, beside a bare SQLite scan of the readers'
 // SELECTs on the same file.
-//
-// Each load is measured in a child process of its own, so that the peak
-// memory (getrusage) is that load's alone.
-#include "bench/benchsupport.h"
-#include "model/oxbackup.h"
-#include "model/oxdata.h"
-#include "model/oxwhatsappitem.h"
+#include "bench/chatbench.h"
 #include "platform/common/log.h"
 #include "platform/common/utils.h"
 #include "readers/messengers/messenger/messengercollection.h"
@@ -16,19 +10,10 @@
 #include "samples/apps/messenger.h"
 #include "samples/apps/viber.h"
 
-#include <QDir>
-#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
-#include <sqlite3.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <cstdio>
-#include <ctime>
 #include <vector>
 
 namespace {
@@ -63,44 +48,6 @@ QTemporaryDir& root() {
 
 enum App { Viber, Messenger };
 
-// values: load CPU s, load wall s, bare CPU s, bare wall s, peak RSS MiB, chats, messages.
-bool measure(App app, const QString& db, double (&values)[7]) {
-  return bench::inChild<7>(
-      [app, db](double* v) {
-        const std::vector<const char*>& selects = app == Viber ? kViberSelects : kMessengerSelects;
-        bench::bareScanAll(db, selects); // warm the page cache for both runs alike
-        double cpu = bench::cpuNow();
-        double wall = bench::wallNow();
-        benchmark::DoNotOptimize(bench::bareScanAll(db, selects));
-        v[2] = bench::cpuNow() - cpu;
-        v[3] = bench::wallNow() - wall;
-
-        OxBackup registry;
-        cpu = bench::cpuNow();
-        wall = bench::wallNow();
-        if (app == Viber) {
-          CViberCollection viber;
-          viber.readDatabase(&registry, nullptr, db);
-        } else {
-          CMessengerCollection messenger;
-          messenger.readDatabase(&registry, nullptr, db);
-        }
-        v[0] = bench::cpuNow() - cpu;
-        v[1] = bench::wallNow() - wall;
-        rusage usage{};
-        getrusage(RUSAGE_SELF, &usage);
-        v[4] = double(usage.ru_maxrss) / 1024.0;
-        OxData* list = app == Viber ? registry.getViberMsg() : registry.getMessengerMsg();
-        v[5] = list->count(OxData::CountRaw);
-        double messages = 0;
-        for (int i = 0; i < list->count(OxData::CountRaw); ++i)
-          messages += static_cast<OxWhatsappItem*>(list->at(i, false))->detailContent()->messages().size();
-        v[6] = messages;
-        return true;
-      },
-      values);
-}
-
 void BM_Load(benchmark::State& state, App app) {
   SherdLog::silence();
   const QString db = root().filePath(app == Viber ? QStringLiteral("Contacts.data") : QStringLiteral("owner.db"));
@@ -111,22 +58,17 @@ void BM_Load(benchmark::State& state, App app) {
     state.SkipWithError(qPrintable(error));
     return;
   }
-  double v[7] = {};
-  for (auto _ : state) {
-    if (!measure(app, db, v)) {
-      state.SkipWithError("the load failed");
-      return;
-    }
-    state.SetIterationTime(v[1]);
-  }
-  state.counters["load_cpu_s"] = v[0];
-  state.counters["bare_scan_cpu_s"] = v[2];
-  state.counters["bare_scan_wall_s"] = v[3];
-  state.counters["load_over_scan"] = v[2] > 0 ? v[0] / v[2] : 0;
-  state.counters["peak_MiB"] = v[4];
-  state.counters["db_MiB"] = double(QFileInfo(db).size()) / (1024.0 * 1024.0);
-  state.counters["chats"] = v[5];
-  state.counters["messages"] = v[6];
+  if (app == Viber)
+    bench::runChatLoad(state, {"viber 500k messages", db, kViberSelects, OxBackup::Viber, [db](OxBackup& registry) {
+                                 CViberCollection viber;
+                                 viber.readDatabase(&registry, nullptr, db);
+                               }});
+  else
+    bench::runChatLoad(state, {"messenger 500k messages", db, kMessengerSelects, OxBackup::Messenger,
+                               [db](OxBackup& registry) {
+                                 CMessengerCollection messenger;
+                                 messenger.readDatabase(&registry, nullptr, db);
+                               }});
 }
 } // namespace
 
