@@ -88,7 +88,10 @@ MobileBackup* WhatsappService::loadMobileBackup(const QDir& folder, QString suff
   MobileBackup* backup = MobileBackup::loadFromPath(path, m_password);
   m_lastOpenError = MobileBackup::lastError();
   m_lastOpenErrorCode = MobileBackup::lastErrorCode();
-  if (!backup && m_backupIdentifier.contains(QLatin1Char('-'))) {
+  // Only a bare identifier is a device's name that a tool may have written
+  // without its hyphens; a path names one folder.
+  const bool bareName = !m_backupIdentifier.contains(QLatin1Char('/')) && !QDir::isAbsolutePath(m_backupIdentifier);
+  if (!backup && bareName && m_backupIdentifier.contains(QLatin1Char('-'))) {
     QString bare = m_backupIdentifier;
     bare.remove(QLatin1Char('-'));
     backup = MobileBackup::loadFromPath(folder.absoluteFilePath(bare) + suffix, m_password);

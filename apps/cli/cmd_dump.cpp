@@ -31,11 +31,10 @@ int runDump(const QStringList& args) {
     return early;
 
   WhatsappService service(options.backup, false);
-  const int failed = beginLoad(service, options, "dump");
+  const int failed = beginLoad(service, options);
   if (failed >= 0)
     return failed;
-  for (int type : options.types)
-    service.loadWhatsappOnly(type);
+  loadTypes(service, options);
   service.onEndLoadWhatsappOnly();
 
   OxBackup& registry = *service.backupRegistry();

@@ -2,6 +2,7 @@
 // (transcripts with their media, calendar, contacts, tables, bookmarks, notes)
 // and sherd.json, the dump's schema with paths into DIR.
 #include "apps/cli/commands.h"
+#include "apps/cli/console.h"
 #include "apps/cli/loadoptions.h"
 #include "apps/cli/progressbar.h"
 
@@ -68,38 +69,31 @@ int runExport(const QStringList& args) {
   ExportOptions exportOptions;
   exportOptions.outputFolder = parser.value(QStringLiteral("out"));
   if (exportOptions.outputFolder.isEmpty()) {
-    std::fprintf(stderr, "sherd export: --out DIR is required\n");
+    console::error(QStringLiteral("--out DIR is required"));
     return ExitUsage;
   }
   exportOptions.outputFolder = QDir(exportOptions.outputFolder).absolutePath();
   if (parser.isSet(QStringLiteral("format"))) {
     exportOptions.formats = parseFormats(parser.value(QStringLiteral("format")));
     if (exportOptions.formats <= 0) {
-      std::fprintf(stderr, "sherd export: unknown format in '%s' (known: %s)\n",
-                   qPrintable(parser.value(QStringLiteral("format"))), qPrintable(formatNames()));
+      console::error(QStringLiteral("unknown format in '%1' (known: %2)")
+                         .arg(parser.value(QStringLiteral("format")), formatNames()));
       return ExitUsage;
     }
   }
   // Refused before the load, so that a wrong folder costs nothing.
   const QString refused = CExporter::checkOutputFolder(exportOptions.outputFolder);
   if (!refused.isEmpty()) {
-    std::fprintf(stderr, "sherd export: %s\n", qPrintable(refused));
+    console::error(refused);
     return ExitUsage;
   }
   exportOptions.types = options.types;
 
   WhatsappService service(options.backup, false);
-  const int failed = beginLoad(service, options, "export");
+  const int failed = beginLoad(service, options);
   if (failed >= 0)
     return failed;
-  {
-    ProgressBar bar(QStringLiteral("Loading "));
-    bar.initRange(options.types.size());
-    for (int type : options.types) {
-      service.loadWhatsappOnly(type);
-      bar.progress(1);
-    }
-  }
+  loadTypes(service, options);
   service.onEndLoadWhatsappOnly();
 
   CExporter exporter(service.backupRegistry(), service.openedBackup());
@@ -108,9 +102,11 @@ int runExport(const QStringList& args) {
     ProgressBar bar(QStringLiteral("Exporting"));
     summary = exporter.run(exportOptions, &bar);
   }
-  std::fprintf(stderr, "sherd export: %s\n", qPrintable(summary.line()));
-  if (summary.outcome == ExportSummary::Failed)
+  if (summary.outcome == ExportSummary::Failed) {
+    console::error(summary.line());
     return ExitUsage;
+  }
+  console::note(summary.line());
   std::printf("%s\n", qPrintable(summary.indexPath.isEmpty() ? exportOptions.outputFolder : summary.indexPath));
   return ExitOk;
 }

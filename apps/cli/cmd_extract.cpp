@@ -2,6 +2,7 @@
 // decrypted, with their modification times.
 #include "apps/cli/backupfileoptions.h"
 #include "apps/cli/commands.h"
+#include "apps/cli/console.h"
 #include "apps/cli/loadoptions.h"
 #include "apps/cli/progressbar.h"
 
@@ -29,17 +30,17 @@ int runExtract(const QStringList& args) {
     return early;
   const QString out = parser.value(QStringLiteral("out"));
   if (out.isEmpty()) {
-    std::fprintf(stderr, "sherd extract: --out DIR is required\n");
+    console::error(QStringLiteral("--out DIR is required"));
     return ExitUsage;
   }
   const QString folder = QDir(out).absolutePath();
   const QString refused = CExporter::checkOutputFolder(folder);
   if (!refused.isEmpty()) {
-    std::fprintf(stderr, "sherd extract: %s\n", qPrintable(refused));
+    console::error(refused);
     return ExitUsage;
   }
   WhatsappService service(options.backup, false);
-  const int failed = beginLoad(service, options, "extract");
+  const int failed = beginLoad(service, options);
   if (failed >= 0)
     return failed;
   service.onEndLoadWhatsappOnly();
@@ -49,7 +50,11 @@ int runExtract(const QStringList& args) {
     ProgressBar bar(QStringLiteral("Extracting"));
     summary = extractBackupFiles(backup, backupFileFilter(parser).select(backup), folder, &bar);
   }
-  std::fprintf(stderr, "sherd extract: %s\n", qPrintable(summary.line()));
-  return summary.error.isEmpty() ? ExitOk : ExitUsage;
+  if (!summary.error.isEmpty()) {
+    console::error(summary.line());
+    return ExitUsage;
+  }
+  console::note(summary.line());
+  return ExitOk;
 }
 } // namespace cli

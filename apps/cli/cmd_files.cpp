@@ -2,6 +2,7 @@
 // protection class), one per line, tab-separated.
 #include "apps/cli/backupfileoptions.h"
 #include "apps/cli/commands.h"
+#include "apps/cli/console.h"
 #include "apps/cli/loadoptions.h"
 
 #include "platform/backup/mobilebackup.h"
@@ -38,7 +39,7 @@ int runFiles(const QStringList& args) {
   if (early >= 0)
     return early;
   WhatsappService service(options.backup, false);
-  const int failed = beginLoad(service, options, "files");
+  const int failed = beginLoad(service, options);
   if (failed >= 0)
     return failed;
   service.onEndLoadWhatsappOnly();
@@ -51,7 +52,7 @@ int runFiles(const QStringList& args) {
                 CCommonUtils::buildDateTimeBaseUnix(r.modified).toUTC().toString(Qt::ISODate).toUtf8().constData(),
                 r.protectionClass);
   }
-  std::fprintf(stderr, "sherd files: %d of %d files\n", int(records.size()), backup.fileCount());
+  console::note(QStringLiteral("%1 of %2 files").arg(records.size()).arg(backup.fileCount()));
   return ExitOk;
 }
 } // namespace cli

@@ -1,8 +1,8 @@
 // sherd info: what a backup folder says about its device, and how many files it holds.
 #include "apps/cli/commands.h"
+#include "apps/cli/loadoptions.h"
 
 #include "platform/backup/mobilebackup.h"
-#include "platform/common/log.h"
 
 #include <QCommandLineParser>
 
@@ -20,42 +20,21 @@ void row(const char* label, const QString& value) {
 int runInfo(const QStringList& args) {
   QCommandLineParser parser;
   parser.setApplicationDescription(QStringLiteral("Show a backup's device properties and file counts."));
-  parser.addHelpOption();
-  parser.addPositionalArgument(QStringLiteral("folder"), QStringLiteral("The device backup folder."));
-  const QCommandLineOption passwordOption(QStringList{QStringLiteral("p"), QStringLiteral("password")},
-                                          QStringLiteral("Password of an encrypted backup."),
-                                          QStringLiteral("password"));
-  const QCommandLineOption verboseOption(QStringList{QStringLiteral("v"), QStringLiteral("verbose")},
-                                         QStringLiteral("Print the library's log lines."));
-  parser.addOption(passwordOption);
-  parser.addOption(verboseOption);
-  if (!parser.parse(args)) {
-    std::fprintf(stderr, "sherd info: %s\n", qPrintable(parser.errorText()));
-    return ExitUsage;
-  }
-  if (parser.isSet(QStringLiteral("help"))) {
-    std::printf("%s", qPrintable(parser.helpText()));
-    return ExitOk;
-  }
-  if (parser.positionalArguments().size() != 1) {
-    std::fprintf(stderr, "sherd info: give one backup folder\n%s", qPrintable(parser.helpText()));
-    return ExitUsage;
-  }
-  if (!parser.isSet(verboseOption))
-    SherdLog::silence();
-
-  const QString folder = parser.positionalArguments().constFirst();
-  std::unique_ptr<MobileBackup> backup(MobileBackup::loadFromPath(folder, parser.value(passwordOption)));
-  if (!backup) {
-    std::fprintf(stderr, "sherd info: %s\n", qPrintable(MobileBackup::lastError()));
-    switch (MobileBackup::lastErrorCode()) {
-    case MobileBackup::Error::PasswordRequired:
-    case MobileBackup::Error::WrongPassword:
-      return ExitPassword;
-    default:
-      return ExitBackupNotFound;
-    }
-  }
+  addLoadOptions(parser, false);
+  LoadOptions options;
+  const int early = parseLoadOptions(parser, args, "info", false, &options);
+  if (early >= 0)
+    return early;
+  std::unique_ptr<MobileBackup> backup;
+  const int failed =
+      unlockBackup(options, [&](const QString& password, MobileBackup::Error* code, QString* why) {
+        backup.reset(MobileBackup::loadFromPath(options.backup, password));
+        *code = MobileBackup::lastErrorCode();
+        *why = MobileBackup::lastError();
+        return backup != nullptr;
+      });
+  if (failed >= 0)
+    return failed;
   const BackupInfo& i = backup->backupInfo();
   std::printf("%s\n", qPrintable(backup->path()));
   row("Device name", i.deviceName);

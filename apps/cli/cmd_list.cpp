@@ -1,5 +1,7 @@
 // sherd list [ROOT]: the device backups in the default backup folders, or in ROOT.
 #include "apps/cli/commands.h"
+#include "apps/cli/console.h"
+#include "apps/cli/loadoptions.h"
 
 #include "platform/backup/nzbackup.h"
 
@@ -12,27 +14,22 @@ int runList(const QStringList& args) {
   QCommandLineParser parser;
   parser.setApplicationDescription(QStringLiteral(
       "List the device backups in ROOT, or in the default backup folders ($SHERD_BACKUP_ROOT when set)."));
-  parser.addHelpOption();
+  addCommonOptions(parser);
   parser.addPositionalArgument(QStringLiteral("ROOT"), QStringLiteral("Folder that holds device backups."),
                                QStringLiteral("[ROOT]"));
-  if (!parser.parse(args)) {
-    std::fprintf(stderr, "sherd list: %s\n", qPrintable(parser.errorText()));
-    return ExitUsage;
-  }
-  if (parser.isSet(QStringLiteral("help"))) {
-    std::printf("%s", qPrintable(parser.helpText()));
-    return ExitOk;
-  }
+  const int early = parseCommonOptions(parser, args, "list");
+  if (early >= 0)
+    return early;
   const QStringList positional = parser.positionalArguments();
   if (positional.size() > 1) {
-    std::fprintf(stderr, "sherd list: at most one ROOT argument\n");
+    console::error(QStringLiteral("at most one ROOT argument"));
     return ExitUsage;
   }
   const QString root = positional.value(0);
   const QList<BackupSummary> backups = NzBackup::listBackups(root);
   if (backups.isEmpty()) {
-    std::fprintf(stderr, "sherd list: no backups in %s\n",
-                 qPrintable(root.isEmpty() ? NzBackup::backupRoots().join(QStringLiteral(", ")) : root));
+    console::note(QStringLiteral("no backups in %1")
+                      .arg(root.isEmpty() ? NzBackup::backupRoots().join(QStringLiteral(", ")) : root));
     return ExitOk;
   }
   std::printf("%-42s %-24s %-8s %-20s %s\n", "IDENTIFIER", "DEVICE", "IOS", "DATE (UTC)", "ENCRYPTED");

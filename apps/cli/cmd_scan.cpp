@@ -1,5 +1,7 @@
-// sherd scan BACKUP: loads the chosen data types and prints one line per list.
+// sherd scan BACKUP: loads the chosen data types and prints one line per list,
+// and with --details each list's items.
 #include "apps/cli/commands.h"
+#include "apps/cli/details.h"
 #include "apps/cli/loadoptions.h"
 
 #include "model/oxbackup.h"
@@ -11,32 +13,25 @@
 #include <QLocale>
 
 #include <cstdio>
-#include <unistd.h>
 
 namespace cli {
 int runScan(const QStringList& args) {
   QCommandLineParser parser;
   parser.setApplicationDescription(QStringLiteral("Load a backup and print what each data type holds."));
   addLoadOptions(parser, true);
+  parser.addOption({QStringLiteral("details"),
+                    QStringLiteral("After the counts, print each type's items: chats with their messages, notes, "
+                                   "calls and voicemail, events, bookmarks and history.")});
   LoadOptions options;
   const int early = parseLoadOptions(parser, args, "scan", true, &options);
   if (early >= 0)
     return early;
 
   WhatsappService service(options.backup, false);
-  const int failed = beginLoad(service, options, "scan");
+  const int failed = beginLoad(service, options);
   if (failed >= 0)
     return failed;
-  const bool bar = isatty(fileno(stderr));
-  const int total = options.types.size();
-  for (int i = 0; i < total; ++i) {
-    const int type = options.types.at(i);
-    if (bar)
-      std::fprintf(stderr, "\r\033[K[%d/%d] %s...", i + 1, total, qPrintable(displayName(type)));
-    service.loadWhatsappOnly(type);
-  }
-  if (bar)
-    std::fprintf(stderr, "\r\033[K");
+  loadTypes(service, options);
   service.onEndLoadWhatsappOnly();
 
   const OxBackup& registry = *service.backupRegistry();
@@ -59,6 +54,8 @@ int runScan(const QStringList& args) {
       std::printf(", %d deleted messages", deletedMessages);
     std::printf("\n");
   }
+  if (parser.isSet(QStringLiteral("details")))
+    printDetails(*service.backupRegistry(), options.types);
   return ExitOk;
 }
 } // namespace cli

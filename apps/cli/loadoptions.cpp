@@ -1,9 +1,12 @@
 #include "apps/cli/loadoptions.h"
 
+#include "apps/cli/backupresolver.h"
 #include "apps/cli/commands.h"
+#include "apps/cli/console.h"
+#include "apps/cli/progressbar.h"
 #include "model/oxbackup.h"
-#include "platform/backup/mobilebackup.h"
-#include "platform/common/log.h"
+#include "model/oxdata.h"
+#include "platform/backup/nzbackup.h"
 #include "service/whatsappservice.h"
 
 #include <QCommandLineParser>
@@ -12,6 +15,34 @@
 #include <cstdio>
 
 namespace cli {
+namespace {
+constexpr int kPromptTries = 3;
+
+int openFailure(MobileBackup::Error code, const QString& why) {
+  switch (code) {
+  case MobileBackup::Error::WrongPassword:
+    console::error(QStringLiteral("wrong password"));
+    return ExitPassword;
+  case MobileBackup::Error::PasswordRequired:
+    console::error(why);
+    return ExitPassword;
+  default:
+    console::error(why);
+    return ExitBackupNotFound;
+  }
+}
+
+// One try, with the library's lines held so that the failure is told once.
+bool tryOpen(const OpenAttempt& attempt, const QString& password, MobileBackup::Error* code, QString* why) {
+  console::holdLines();
+  *code = MobileBackup::Error::None;
+  why->clear();
+  const bool opened = attempt(password, code, why);
+  console::releaseLines(opened ? QString() : *why);
+  return opened;
+}
+} // namespace
+
 const QStringList& typeNames() {
   static const QStringList names = {
       QStringLiteral("whatsapp"), QStringLiteral("kik"),      QStringLiteral("line"),   QStringLiteral("viber"),
@@ -35,46 +66,76 @@ QString listTitle(const OxBackup& registry, int type) {
   return name.startsWith(QLatin1Char(' ')) ? displayName(type) + name : name;
 }
 
-void addLoadOptions(QCommandLineParser& parser, bool withTypes) {
+void addCommonOptions(QCommandLineParser& parser) {
   parser.addHelpOption();
-  parser.addPositionalArgument(QStringLiteral("BACKUP"),
-                               QStringLiteral("Backup folder, or a backup's identifier in the default backup folder."));
-  parser.addOption({QStringLiteral("password"), QStringLiteral("Password of an encrypted backup."),
-                    QStringLiteral("P")});
-  parser.addOption({QStringLiteral("password-file"),
-                    QStringLiteral("Read the password of an encrypted backup from the first line of F."),
-                    QStringLiteral("F")});
-  parser.addOption({QStringLiteral("note-password"),
-                    QStringLiteral("A password to try on password-protected notes (repeatable)."), QStringLiteral("P")});
-  parser.addOption({QStringLiteral("no-deleted"),
-                    QStringLiteral("Leave out the rows the apps deleted that the databases still hold.")});
-  if (withTypes)
-    parser.addOption({QStringLiteral("type"),
-                      QStringLiteral("Data types to load, comma-separated (default: all): ") +
-                          typeNames().join(QLatin1Char(',')),
-                      QStringLiteral("NAME,...")});
-  parser.addOption({QStringLiteral("quiet"), QStringLiteral("No log lines, not even errors (the command's own messages stay).")});
+  parser.addOption({QStringLiteral("quiet"),
+                    QStringLiteral("Nothing on stderr but fatal errors: no log lines, no progress, no notes.")});
   parser.addOption({QStringLiteral("verbose"), QStringLiteral("Log information and debug detail, not only errors.")});
 }
 
-int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const char* command, bool withTypes,
-                     LoadOptions* out) {
+int parseCommonOptions(QCommandLineParser& parser, const QStringList& args, const char* command) {
+  console::begin(command, console::Verbosity::Normal);
   if (!parser.parse(args)) {
-    std::fprintf(stderr, "sherd %s: %s\n", command, qPrintable(parser.errorText()));
+    console::error(parser.errorText());
     return ExitUsage;
   }
   if (parser.isSet(QStringLiteral("help"))) {
     std::printf("%s", qPrintable(parser.helpText()));
     return ExitOk;
   }
-  const QStringList positional = parser.positionalArguments();
-  if (positional.size() != 1) {
-    std::fprintf(stderr, "sherd %s: expected one BACKUP argument (see --help)\n", command);
+  if (parser.isSet(QStringLiteral("quiet")) && parser.isSet(QStringLiteral("verbose"))) {
+    console::error(QStringLiteral("give --quiet or --verbose, not both"));
     return ExitUsage;
   }
-  out->backup = positional.first();
+  console::begin(command, parser.isSet(QStringLiteral("quiet"))     ? console::Verbosity::Quiet
+                          : parser.isSet(QStringLiteral("verbose")) ? console::Verbosity::Verbose
+                                                                     : console::Verbosity::Normal);
+  return -1;
+}
+
+void addLoadOptions(QCommandLineParser& parser, bool withData) {
+  addCommonOptions(parser);
+  parser.addPositionalArgument(
+      QStringLiteral("BACKUP"),
+      QStringLiteral("Backup folder (relative or absolute), or a backup's identifier in the default backup folders."));
+  parser.addOption({QStringLiteral("password-file"),
+                    QStringLiteral("Read the password of an encrypted backup from the first line of F (recommended; "
+                                   "on a terminal sherd asks for it when it is not given)."),
+                    QStringLiteral("F")});
+  parser.addOption({QStringLiteral("password"),
+                    QStringLiteral("Password of an encrypted backup. Other users see it in 'ps': prefer "
+                                   "--password-file, or let sherd ask."),
+                    QStringLiteral("P")});
+  if (!withData)
+    return;
+  parser.addOption({QStringLiteral("note-password"),
+                    QStringLiteral("A password to try on password-protected notes (repeatable)."), QStringLiteral("P")});
+  parser.addOption({QStringLiteral("no-deleted"),
+                    QStringLiteral("Leave out the rows the apps deleted that the databases still hold.")});
+  parser.addOption({QStringLiteral("type"),
+                      QStringLiteral("Data types to load, comma-separated (default: all): ") +
+                          typeNames().join(QLatin1Char(',')),
+                      QStringLiteral("NAME,...")});
+}
+
+int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const char* command, bool withData,
+                     LoadOptions* out) {
+  const int early = parseCommonOptions(parser, args, command);
+  if (early >= 0)
+    return early;
+  // Secrets first: no later line, not even an error about them, shows them.
+  if (withData)
+    out->notePasswords = parser.values(QStringLiteral("note-password"));
+  for (const QString& p : qAsConst(out->notePasswords))
+    console::addSecret(p);
+  console::addSecret(parser.value(QStringLiteral("password")));
+  const QStringList positional = parser.positionalArguments();
+  if (positional.size() != 1) {
+    console::error(QStringLiteral("expected one BACKUP argument (see --help)"));
+    return ExitUsage;
+  }
   if (parser.isSet(QStringLiteral("password")) && parser.isSet(QStringLiteral("password-file"))) {
-    std::fprintf(stderr, "sherd %s: give --password or --password-file, not both\n", command);
+    console::error(QStringLiteral("give --password or --password-file, not both"));
     return ExitUsage;
   }
   if (parser.isSet(QStringLiteral("password"))) {
@@ -83,24 +144,22 @@ int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const 
     const QString path = parser.value(QStringLiteral("password-file"));
     QFile f(path);
     if (!f.open(QIODevice::ReadOnly)) {
-      std::fprintf(stderr, "sherd %s: cannot read the password file %s: %s\n", command, qPrintable(path),
-                   qPrintable(f.errorString()));
+      console::error(QStringLiteral("cannot read the password file %1: %2").arg(path, f.errorString()));
       return ExitUsage;
     }
     QByteArray line = f.readLine();
     while (line.endsWith('\n') || line.endsWith('\r'))
       line.chop(1);
     out->password = QString::fromUtf8(line);
+    console::addSecret(out->password);
   }
-  out->notePasswords = parser.values(QStringLiteral("note-password"));
-  out->recoverDeleted = !parser.isSet(QStringLiteral("no-deleted"));
+  out->recoverDeleted = !withData || !parser.isSet(QStringLiteral("no-deleted"));
   out->types.clear();
-  if (withTypes && parser.isSet(QStringLiteral("type"))) {
+  if (withData && parser.isSet(QStringLiteral("type"))) {
     for (const QString& name : parser.value(QStringLiteral("type")).split(QLatin1Char(','), Qt::SkipEmptyParts)) {
       const int type = typeNames().indexOf(name.trimmed().toLower());
       if (type < 0) {
-        std::fprintf(stderr, "sherd %s: unknown type '%s' (known: %s)\n", command, qPrintable(name),
-                     qPrintable(typeNames().join(QLatin1Char(','))));
+        console::error(QStringLiteral("unknown type '%1' (known: %2)").arg(name, typeNames().join(QLatin1Char(','))));
         return ExitUsage;
       }
       if (!out->types.contains(type))
@@ -111,29 +170,94 @@ int parseLoadOptions(QCommandLineParser& parser, const QStringList& args, const 
     for (int type = 0; type < typeNames().size(); ++type)
       out->types.append(type);
   }
-  if (parser.isSet(QStringLiteral("quiet")))
-    SherdLog::silence();
-  if (parser.isSet(QStringLiteral("verbose")))
-    SherdLog::setMaxLevel(SherdLog::Debug);
+  const ResolvedBackup resolved = resolveBackup(positional.first(), NzBackup::backupRoots());
+  if (!resolved.ok()) {
+    console::error(resolved.error);
+    return ExitBackupNotFound;
+  }
+  out->backup = resolved.folder;
   return -1;
 }
 
-int beginLoad(WhatsappService& service, const LoadOptions& options, const char* command) {
-  service.setBackupPassword(options.password);
+int unlockBackup(const LoadOptions& options, const OpenAttempt& attempt) {
+  MobileBackup::Error code = MobileBackup::Error::None;
+  QString why;
+  if (tryOpen(attempt, QString(), &code, &why))
+    return -1;
+  if (code != MobileBackup::Error::PasswordRequired)
+    return openFailure(code, why);
+  const bool ask = options.password.isEmpty();
+  if (ask && !console::stdinIsTerminal()) {
+    console::error(QStringLiteral("%1 is encrypted: give its password with --password-file FILE, or run sherd in a "
+                                  "terminal to be asked for it")
+                       .arg(options.backup));
+    return ExitPassword;
+  }
+  QString password = options.password;
+  for (int attemptNo = 1; attemptNo <= (ask ? kPromptTries : 1); ++attemptNo) {
+    if (ask) {
+      if (!console::readSecret(QStringLiteral("Password for %1: ").arg(options.backup), &password) ||
+          password.isEmpty()) {
+        console::error(QStringLiteral("no password given"));
+        return ExitPassword;
+      }
+      console::addSecret(password);
+    }
+    console::note(QStringLiteral("deriving the backup's key from the password (this takes a few seconds)"));
+    if (tryOpen(attempt, password, &code, &why))
+      return -1;
+    if (code != MobileBackup::Error::WrongPassword)
+      return openFailure(code, why);
+    if (ask && attemptNo < kPromptTries)
+      console::error(QStringLiteral("wrong password, try again"));
+  }
+  return openFailure(code, why);
+}
+
+int beginLoad(WhatsappService& service, const LoadOptions& options) {
   service.setNotePasswords(options.notePasswords);
   service.setRecoverDeleted(options.recoverDeleted);
-  if (service.onBeginLoadWhatsappOnly()) {
-    service.fillBackupProperties();
-    return -1;
+  const int failed = unlockBackup(options, [&service](const QString& password, MobileBackup::Error* code,
+                                                      QString* why) {
+    service.setBackupPassword(password);
+    if (service.onBeginLoadWhatsappOnly())
+      return true;
+    service.onEndLoadWhatsappOnly();
+    *code = service.lastOpenErrorCode();
+    *why = service.lastOpenError();
+    return false;
+  });
+  if (failed >= 0)
+    return failed;
+  service.fillBackupProperties();
+  return -1;
+}
+
+void loadTypes(WhatsappService& service, const LoadOptions& options) {
+  const int errorsBefore = console::loggedErrors();
+  const int total = options.types.size();
+  const bool terminal = console::stderrIsTerminal();
+  for (int i = 0; i < total; ++i) {
+    const int type = options.types.at(i);
+    console::setStatus(progressLine(QStringLiteral("Reading %1/%2").arg(i + 1).arg(total), double(i) / total) +
+                       QLatin1Char(' ') + displayName(type));
+    service.loadWhatsappOnly(type);
+    if (terminal)
+      console::note(QStringLiteral("%1 read").arg(listTitle(*service.backupRegistry(), type)));
   }
-  service.onEndLoadWhatsappOnly();
-  std::fprintf(stderr, "sherd %s: %s\n", command, qPrintable(service.lastOpenError()));
-  switch (service.lastOpenErrorCode()) {
-  case MobileBackup::Error::PasswordRequired:
-  case MobileBackup::Error::WrongPassword:
-    return ExitPassword;
-  default:
-    return ExitBackupNotFound;
+  console::clearStatus();
+  const int errors = console::loggedErrors() - errorsBefore;
+  if (errors > 0) {
+    int items = 0;
+    for (int type : options.types)
+      items += service.backupRegistry()->getOxData(type)->count(OxData::CountRaw);
+    const QString seeThem = console::verbosity() == console::Verbosity::Quiet
+                                ? QStringLiteral("run without --quiet to see them")
+                                : QStringLiteral("see the lines above");
+    console::error(items == 0 ? QStringLiteral("nothing was read: %1 errors (%2)").arg(errors).arg(seeThem)
+                              : QStringLiteral("%1 errors while reading: some data may be missing (%2)")
+                                    .arg(errors)
+                                    .arg(seeThem));
   }
 }
 } // namespace cli

@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <cstring>
 
 namespace {
 const cli::Command kCommands[] = {
@@ -26,6 +27,21 @@ void printUsage(FILE* out) {
     std::fprintf(out, "  %-10s %s\n", c.name, c.summary);
   std::fprintf(out, "\nRun 'sherd <command> --help' for a command's options.\n");
 }
+
+// Blanks the values of the password options in the process's own argument
+// memory, which is what 'ps' and /proc/<pid>/cmdline show to other users;
+// the command reads them from the copy Qt made.
+void hidePasswords(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    for (const char* option : {"--password", "--note-password", "-password", "-note-password"}) {
+      const size_t n = std::strlen(option);
+      if (std::strcmp(argv[i], option) == 0 && i + 1 < argc)
+        std::memset(argv[i + 1], 'x', std::strlen(argv[i + 1]));
+      else if (std::strncmp(argv[i], option, n) == 0 && argv[i][n] == '=')
+        std::memset(argv[i] + n + 1, 'x', std::strlen(argv[i] + n + 1));
+    }
+  }
+}
 } // namespace
 
 int main(int argc, char** argv) {
@@ -35,6 +51,7 @@ int main(int argc, char** argv) {
   // A person reading the output wants the errors; --verbose shows the rest.
   SherdLog::setMaxLevel(SherdLog::Error);
   QStringList args = QCoreApplication::arguments();
+  hidePasswords(argc, argv);
   if (args.size() < 2) {
     printUsage(stderr);
     return cli::ExitUsage;

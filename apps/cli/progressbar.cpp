@@ -1,10 +1,20 @@
 #include "apps/cli/progressbar.h"
 
-#include <cstdio>
-#include <unistd.h>
+#include "apps/cli/console.h"
+
+#include <algorithm>
 
 namespace cli {
-ProgressBar::ProgressBar(const QString& label) : m_label(label), m_shown(isatty(fileno(stderr)) != 0) {}
+QString progressLine(const QString& label, double fraction) {
+  fraction = std::clamp(fraction, 0.0, 1.0);
+  const int width = 30;
+  const int filled = int(fraction * width);
+  return QStringLiteral("%1 [%2%3] %4%").arg(label, QString(filled, QLatin1Char('#')),
+                                              QString(width - filled, QLatin1Char('-')))
+      .arg(int(fraction * 100), 3);
+}
+
+ProgressBar::ProgressBar(const QString& label) : m_label(label) {}
 
 ProgressBar::~ProgressBar() { clear(); }
 
@@ -28,23 +38,16 @@ bool ProgressBar::finish() {
 }
 
 void ProgressBar::draw() {
-  if (!m_shown)
-    return;
   const int percent = int(100.0 * m_done / m_range);
   if (percent == m_drawnPercent)
     return;
   m_drawnPercent = percent;
-  const int width = 30;
-  const int filled = percent * width / 100;
-  std::fprintf(stderr, "\r%s [%s%s] %3d%%", qPrintable(m_label), QByteArray(filled, '#').constData(),
-               QByteArray(width - filled, ' ').constData(), percent);
-  std::fflush(stderr);
+  console::setStatus(progressLine(m_label, m_done / m_range));
 }
 
 void ProgressBar::clear() {
-  if (m_shown && m_drawnPercent >= 0) {
-    std::fprintf(stderr, "\r\033[K");
-    std::fflush(stderr);
+  if (m_drawnPercent >= 0) {
+    console::clearStatus();
     m_drawnPercent = -1;
   }
 }

@@ -1,11 +1,14 @@
 #pragma once
-// A progress bar on stderr for long runs, drawn only when stderr is a
-// terminal; elsewhere it stays silent so that logs and pipes stay clean.
+// A progress bar for long runs, drawn as the console's status line: only a
+// terminal sees it, so that logs and pipes stay clean.
 #include "service/progress.h"
 
 #include <QString>
 
 namespace cli {
+// "label [########------------]  40%"; fraction is cut into [0, 1].
+QString progressLine(const QString& label, double fraction);
+
 class ProgressBar : public CIProgressCallback {
 public:
   explicit ProgressBar(const QString& label);
@@ -25,7 +28,6 @@ private:
   void draw();
 
   QString m_label;
-  bool m_shown;
   int m_range = 1;
   double m_done = 0;
   int m_drawnPercent = -1;

@@ -61,6 +61,9 @@ TEST_F(ServiceTest, IdentifierFormsAndTheRetryWithoutHyphens) {
   }
   WhatsappService byPath(root.filePath(QStringLiteral("plain")), false);
   EXPECT_EQ(byPath.loadWhatsappOnly(), 0);
+  // A path names one folder: its hyphens are the user's, not a device's.
+  WhatsappService byHyphenedPath(root.filePath(QStringLiteral("abc-def")), false);
+  EXPECT_EQ(byHyphenedPath.loadWhatsappOnly(), -1);
 }
 
 // Loading notes writes nothing beside the backups: a "rotated" folder a user

@@ -2,6 +2,8 @@
 // the backup it reads, and damaged copies of the sample (cut short, bits
 // flipped) end in a message and a documented exit code, never a crash, with
 // valid JSON when the dump goes through.
+#include "tests/apps/cli/clirun.h"
+
 #include "samples/backupfixture.h"
 #include "samples/samplebackup.h"
 
@@ -9,7 +11,6 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QJsonDocument>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -21,32 +22,8 @@
 namespace {
 const QString kPassword = QStringLiteral("s3cret");
 
-struct Outcome {
-  int exitCode = -1;
-  bool crashed = false;
-  QByteArray out, err;
-};
-
-Outcome sherd(const QStringList& args) {
-  QProcess p;
-  p.setProgram(QStringLiteral(SHERD_EXE));
-  p.setArguments(args);
-  p.setStandardInputFile(QProcess::nullDevice()); // never a terminal: no prompt
-  p.start();
-  Outcome r;
-  if (!p.waitForFinished(240000)) {
-    p.kill();
-    p.waitForFinished();
-    r.crashed = true;
-    r.err = "timed out";
-    return r;
-  }
-  r.crashed = p.exitStatus() != QProcess::NormalExit;
-  r.exitCode = p.exitCode();
-  r.out = p.readAllStandardOutput();
-  r.err = p.readAllStandardError();
-  return r;
-}
+using clitest::Outcome;
+using clitest::sherd;
 
 // The plain and the encrypted sample, written once for the whole program.
 struct Samples : ::testing::Environment {
