@@ -579,6 +579,23 @@ public:
               continue;
             firstTypes.append({t, false});
           }
+          // Inside merged blocks a record ends where the header its
+          // neighbour got when it was freed begins (its next offset lies
+          // beyond it or is 0, its size within the block): the fixed-size
+          // types whose end meets such a header.
+          QVector<std::pair<qint64, bool>> meetingHeaders;
+          for (qint64 t = 0; firstTypes.isEmpty() && t <= 9; ++t) {
+            const qint64 payloadSize = headerLength + body + serialTypeSize(t);
+            const qint64 cellEnd = hs + payloadSize;
+            if (!typeAllowed(0, t) || cellEnd + 4 + m_min > end || localSize(payloadSize) < payloadSize)
+              continue;
+            const int next = int(be16(page + cellEnd));
+            const int size = int(be16(page + cellEnd + 2));
+            if ((next == 0 || next >= cellEnd + size) && size >= 4 + m_min && cellEnd + size <= end)
+              meetingHeaders.append({t, false});
+          }
+          if (firstTypes.isEmpty())
+            firstTypes = meetingHeaders;
           if (firstTypes.size() > 1) {
             // Same size, several types: NULL, 0 or 1; integer or real; text
             // or blob. NULL, then real in a non-integer column, then text win;

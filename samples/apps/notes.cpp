@@ -579,7 +579,18 @@ QList<QPair<const LegacyNote*, const LegacyAttachment*>> legacyAttachmentRows(co
 }
 
 bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
-  QStringList sql{QStringLiteral(
+  return makeSqliteDb(legacySqliteStatements(notes), false, db, nullptr, error);
+}
+
+bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
+  return makeSqliteDb(legacyDbStatements(notes), false, db, nullptr, error);
+}
+
+} // namespace
+
+QStringList legacySqliteStatements(const QList<LegacyNote>& notes) {
+  // Deleted rows keep their bytes, as on the phone.
+  QStringList sql{QStringLiteral("PRAGMA secure_delete=off"), QStringLiteral(
       "CREATE TABLE Z_PRIMARYKEY (Z_ENT INTEGER PRIMARY KEY, Z_NAME VARCHAR, Z_SUPER INTEGER, Z_MAX INTEGER);"
       "CREATE TABLE ZACCOUNT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZTYPE INTEGER, "
       "ZDEFAULTSTORE INTEGER, ZNAME VARCHAR, ZACCOUNTIDENTIFIER VARCHAR);"
@@ -611,12 +622,19 @@ bool makeLegacySqlite(const QList<LegacyNote>& notes, QByteArray* db, QString* e
   for (const auto& row : legacyAttachmentRows(notes))
     sql << sqlf("INSERT INTO ZNOTEATTACHMENT VALUES (%1, 2, 1, %2, %3, %4, %5)", ++attPk, notePk.value(row.first),
                 q(row.second->contentId), q(row.second->fileName), q(row.second->mimeType));
+  // The largest key handed out, as Core Data keeps it.
+  sql << sqlf("UPDATE Z_PRIMARYKEY SET Z_MAX = %1 WHERE Z_ENT IN (3, 4)", pk);
   sql << QStringLiteral("COMMIT");
-  return makeSqliteDb(sql, false, db, nullptr, error);
+  // The purged notes go last, each in a transaction of its own.
+  for (int i = 0; i < notes.size(); ++i) {
+    if (notes.at(i).purged)
+      sql << sqlf("DELETE FROM ZNOTEBODY WHERE Z_PK = %1; DELETE FROM ZNOTE WHERE Z_PK = %1", i + 1);
+  }
+  return sql;
 }
 
-bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error) {
-  QStringList sql{QStringLiteral("CREATE TABLE Note (creation_date INTEGER, modification_date INTEGER, title TEXT, "
+QStringList legacyDbStatements(const QList<LegacyNote>& notes) {
+  QStringList sql{QStringLiteral("PRAGMA secure_delete=off"), QStringLiteral("CREATE TABLE Note (creation_date INTEGER, modification_date INTEGER, title TEXT, "
                                  "summary TEXT, contains_cjk INTEGER);"
                                  "CREATE TABLE note_bodies (note_id INTEGER, data, UNIQUE (note_id));BEGIN")};
   int rowid = 0;
@@ -628,10 +646,12 @@ bool makeLegacyDb(const QList<LegacyNote>& notes, QByteArray* db, QString* error
     sql << sqlf("INSERT INTO note_bodies VALUES (%1, %2)", rowid, q(n.html));
   }
   sql << QStringLiteral("COMMIT");
-  return makeSqliteDb(sql, false, db, nullptr, error);
+  for (int i = 0; i < notes.size(); ++i) {
+    if (notes.at(i).purged)
+      sql << sqlf("DELETE FROM note_bodies WHERE note_id = %1; DELETE FROM Note WHERE ROWID = %1", i + 1);
+  }
+  return sql;
 }
-
-} // namespace
 
 QList<StoredFile> legacyFiles(const QList<LegacyNote>& sqliteNotes, const QList<LegacyNote>& dbNotes) {
   QList<StoredFile> files;

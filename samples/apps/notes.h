@@ -82,10 +82,16 @@ struct LegacyNote {
   QString title;
   QString html; // the body; <object data="cid:..."></object> tags for attachments
   double modified = 400000000.0;
-  bool deleted = false;
+  bool deleted = false; // marked deleted (ZDELETEDFLAG), still a row
+  bool purged = false;  // written, then deleted from the store: only its bytes remain
   bool icloud = false;
   QList<LegacyAttachment> attachments;
 };
+
+// The statements that make notes.sqlite (Core Data) and notes.db, purged
+// notes deleted last with secure_delete off.
+QStringList legacySqliteStatements(const QList<LegacyNote>& notes);
+QStringList legacyDbStatements(const QList<LegacyNote>& notes);
 
 // notes.sqlite (when sqliteNotes is not empty), notes.db (when dbNotes is
 // not empty) and the attachment files of the first.

@@ -53,6 +53,7 @@ void CNoteCollection::load(MobileBackup* backup) {
   if (!legacy.isEmpty()) {
     CNoteQuery query(m_list, m_deviceType);
     query.setModernIdentifiers(m_modernIds);
+    query.setRecoverDeleted(m_recoverDeleted);
     query.prepareAttachments(legacy, backup, m_extractFolder + QStringLiteral("/legacy"));
     query.query(legacy, m_progress);
   }

@@ -2,7 +2,9 @@
 // CNoteCollection: the notes of a backup, all three store generations in one
 // pass: the modern store (read through IosNote, with locked notes, attachment
 // files and previews), then the two legacy stores, skipping legacy notes that
-// the modern store already listed.
+// the modern store already listed, and (unless told not to, setRecoverDeleted)
+// the legacy notes the phone deleted that the legacy stores still hold,
+// flagged ItemDeleted.
 #include "backup/cidatacollection.h"
 #include "model/oxnoteitem.h"
 #include "platform/notes/iosnote.h"

@@ -6,6 +6,7 @@
 #include "platform/common/commonutils.h"
 #include "platform/common/log.h"
 #include "platform/common/sqlrow.h"
+#include "readers/ios/notes/deletednotes.h"
 #include "readers/ios/notes/notethumbnail.h"
 #include "service/progress.h"
 
@@ -59,11 +60,17 @@ void CNoteQuery::query(const QStringList& files, CIProgressCallback* progress) {
       Log(kModule, 0, "%s is neither notes store", path.toUtf8().constData());
       continue;
     }
-    if (count <= 0 || chosen >= m_sqls.size())
+    if ((count <= 0 && !m_recoverDeleted) || chosen >= m_sqls.size())
       continue;
     m_progress = progress;
     m_step = progress ? double(progress->range()) / double(count) : 0.0;
+    m_liveIds = m_modernIds;
+    m_liveShown.clear();
     execSql(path, m_sqls.at(chosen));
+    if (m_recoverDeleted) {
+      for (const LegacyNoteRow& n : LegacyNotes::deletedNotes(path, chosen == 0, m_liveIds, m_liveShown))
+        appendNote(n, true);
+    }
   }
 }
 
@@ -103,22 +110,37 @@ QString CNoteQuery::htmlToText(const QString& html, QStringList* contentIds) {
 
 bool CNoteQuery::onRow(sqlite3_stmt* stmt) {
   SqlRow r(stmt);
-  const QString title = r.text();
+  LegacyNoteRow n;
+  n.title = r.text();
   r.skip(); // summary
   const int modified = r.integer();
+  n.modified = modified;
   r.skip(); // creation date
-  const QString html = r.text();
+  n.html = r.text();
   const bool deleted = r.int64() != 0;
-  const qint64 noteKey = r.int64();
-  const QString identifier = r.text().toLower();
-  const qint64 store = r.int64();
-  if (m_modernIds.contains(identifier))
+  n.key = r.int64();
+  n.identifier = r.text().toLower();
+  n.store = r.int64();
+  if (!n.identifier.isEmpty())
+    m_liveIds.insert(n.identifier);
+  m_liveShown.insert(LegacyNotes::shownKey(n.title, modified, n.html));
+  if (m_modernIds.contains(n.identifier))
     return true; // listed from the modern store already
   if (deleted)
     return true;
+  appendNote(n, false);
+  return true;
+}
+
+void CNoteQuery::appendNote(const LegacyNoteRow& n, bool recovered) {
+  const QString& title = n.title;
+  const QString& html = n.html;
+  const qint64 noteKey = n.key;
+  const qint64 store = n.store;
+  const int modified = int(n.modified);
   OxNoteItem* item = OxNoteItem::createItem();
   if (!item)
-    return true;
+    return;
   item->setValue(title, OxNoteItem::ColTitle);
   if (m_icloudStores.contains(store))
     item->setValue(QStringLiteral("iCloud"), OxNoteItem::ColLocation);
@@ -138,7 +160,9 @@ bool CNoteQuery::onRow(sqlite3_stmt* stmt) {
     item->setValue(text, OxNoteItem::ColNotes);
   } else {
     const QStringList parts = text.split(kObject, Qt::KeepEmptyParts);
-    auto noteAttachments = m_attachments.constFind(noteKey);
+    // A recovered note's key may be lost (0) or handed out again later: its
+    // attachments are not looked up.
+    auto noteAttachments = recovered ? m_attachments.constEnd() : m_attachments.constFind(noteKey);
     if (noteAttachments != m_attachments.constEnd()) {
       QList<OxNoteItem::NotePiece*> pieces;
       for (int i = 0; i < parts.size(); ++i) {
@@ -167,8 +191,9 @@ bool CNoteQuery::onRow(sqlite3_stmt* stmt) {
     item->setValue(parts.join(QString()), OxNoteItem::ColNotes);
   }
   item->setSize(0);
+  if (recovered)
+    item->setFlag(true, OxAbstractItem::ItemDeleted);
   m_list->append(item);
-  return true;
 }
 
 void CNoteQuery::prepareAttachments(const QStringList& files, MobileBackup* backup, const QString& extractFolder) {

@@ -12,6 +12,7 @@
 #include <QTextDocument>
 
 class MobileBackup;
+struct LegacyNoteRow;
 class OxData;
 class OxNoteItem;
 
@@ -29,6 +30,9 @@ public:
 
   // Identifiers (lower-case) of the notes already listed from the modern store.
   void setModernIdentifiers(const QSet<QString>& identifiers) { m_modernIds = identifiers; }
+  // Whether each store's deleted notes that its files still hold follow its
+  // live ones, flagged ItemDeleted (deletednotes.h); on by default.
+  void setRecoverDeleted(bool on) { m_recoverDeleted = on; }
   // Reads the attachment rows of the databases and copies the attachment files
   // out of the backup (one pass over its file list) into extractFolder, which
   // lies under the temporary root.
@@ -52,6 +56,8 @@ protected:
 
 private:
   friend class NoteAttachQuery;
+  // Builds a note's item and appends it; a recovered one is flagged deleted.
+  void appendNote(const LegacyNoteRow& note, bool recovered);
 
   OxData* m_list;
   QString m_deviceType;
@@ -60,6 +66,9 @@ private:
   QMap<qint64, QMap<QString, AttachmentInfo>> m_attachments; // note key -> content id -> row
   QSet<QString> m_modernIds;
   QSet<qint64> m_icloudStores;
+  bool m_recoverDeleted = true;
+  QSet<QString> m_liveIds;   // of the store being read, and the modern store's
+  QSet<QString> m_liveShown; // LegacyNotes::shownKey of its notes
 };
 
 class NoteAttachQuery : public CISQLiteQuery {

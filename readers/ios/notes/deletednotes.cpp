@@ -1,0 +1,130 @@
+#include "readers/ios/notes/deletednotes.h"
+
+#include "platform/common/log.h"
+#include "platform/sqlitecarve/sqlitecarver.h"
+
+#include <QHash>
+
+#include <sqlite3.h>
+
+#include <algorithm>
+
+using sqlitecarve::CarvedRecord;
+using sqlitecarve::CarvedRow;
+using sqlitecarve::TableLayout;
+
+namespace {
+const char kModule[] = "CNoteQuery";
+
+// The live bodies of the store by their key (ZNOTEBODY.Z_PK; note_id in
+// notes.db).
+QHash<qint64, QString> liveBodies(const QString& path, bool coreData) {
+  QHash<qint64, QString> bodies;
+  sqlite3* db = nullptr;
+  if (sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+    sqlite3_stmt* stmt = nullptr;
+    const char* sql = coreData ? "select z_pk, zcontent from znotebody" : "select note_id, data from note_bodies";
+    if (sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr) == SQLITE_OK) {
+      while (sqlite3_step(stmt) == SQLITE_ROW)
+        bodies.insert(sqlite3_column_int64(stmt, 0),
+                      QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1))));
+    }
+    sqlite3_finalize(stmt);
+  }
+  sqlite3_close(db);
+  return bodies;
+}
+} // namespace
+
+QString LegacyNotes::shownKey(const QString& title, qint64 modified, const QString& html) {
+  return QStringLiteral("%1|%2|%3").arg(modified).arg(title, html);
+}
+
+QList<LegacyNoteRow> LegacyNotes::deletedNotes(const QString& path, bool coreData,
+                                               const QSet<QString>& liveIdentifiers, const QSet<QString>& liveShown) {
+  QList<LegacyNoteRow> out;
+  auto tune = [&](TableLayout& t) {
+    if (coreData)
+      sqlitecarve::tuneForCoreData(t, path);
+  };
+  QString error;
+  // Bodies: by key, and by owner for those whose key was lost.
+  QHash<qint64, QString> byKey = liveBodies(path, coreData);
+  QHash<qint64, QString> byOwner;
+  TableLayout bodies;
+  const QString ownerColumn = coreData ? QStringLiteral("ZOWNER") : QStringLiteral("note_id");
+  const QString contentColumn = coreData ? QStringLiteral("ZCONTENT") : QStringLiteral("data");
+  const QVector<CarvedRecord> carvedBodies = sqlitecarve::carveTable(
+      path, QString::fromLatin1(coreData ? "ZNOTEBODY" : "note_bodies"),
+      [&](TableLayout& t) {
+        tune(t);
+        bodies = t;
+      },
+      &error);
+  for (const CarvedRecord& r : carvedBodies) {
+    const CarvedRow row(bodies, r);
+    const QString content = row.text(contentColumn);
+    if (content.isEmpty())
+      continue;
+    const qint64 owner = row.integer(ownerColumn);
+    if (owner > 0 && !byOwner.contains(owner))
+      byOwner.insert(owner, content);
+    // notes.db keys its bodies by note_id, not by row.
+    if (coreData && r.hasRowid && !r.rowidLive && !byKey.contains(r.rowid))
+      byKey.insert(r.rowid, content);
+  }
+
+  error.clear();
+  TableLayout notes;
+  const QVector<CarvedRecord> carved = sqlitecarve::carveTable(
+      path, QString::fromLatin1(coreData ? "ZNOTE" : "Note"),
+      [&](TableLayout& t) {
+        tune(t);
+        notes = t;
+      },
+      &error);
+  if (!error.isEmpty()) {
+    Log(kModule, 1, "No deleted legacy notes: %s", qPrintable(error));
+    return out;
+  }
+  QSet<QString> identifiers = liveIdentifiers;
+  QSet<QString> shown = liveShown;
+  // Keyed rows first, so that a keyless copy of one of them is known as such.
+  QVector<const CarvedRecord*> order;
+  for (const CarvedRecord& r : carved) {
+    if (!r.rowidLive)
+      order.append(&r);
+  }
+  std::stable_sort(order.begin(), order.end(),
+                   [](const CarvedRecord* a, const CarvedRecord* b) { return a->hasRowid && !b->hasRowid; });
+  for (const CarvedRecord* r : order) {
+    const CarvedRow row(notes, *r);
+    LegacyNoteRow n;
+    n.key = r->hasRowid ? r->rowid : 0;
+    n.title = row.text(coreData ? QStringLiteral("ZTITLE") : QStringLiteral("title"));
+    n.modified = row.real(coreData ? QStringLiteral("ZMODIFICATIONDATE") : QStringLiteral("modification_date"));
+    if (n.title.isEmpty() || !(n.modified > 0 && n.modified < 3124137600.0))
+      continue;
+    if (coreData) {
+      n.identifier = row.text(QStringLiteral("ZGUID")).toLower();
+      n.store = row.integer(QStringLiteral("ZSTORE"));
+      const qint64 body = row.integer(QStringLiteral("ZBODY"));
+      n.html = byKey.value(body);
+    } else {
+      n.html = n.key > 0 ? byKey.value(n.key) : QString();
+    }
+    if (n.html.isEmpty() && n.key > 0)
+      n.html = byOwner.value(n.key);
+    if (!n.identifier.isEmpty() && identifiers.contains(n.identifier))
+      continue;
+    const QString key = shownKey(n.title, qint64(n.modified), n.html);
+    if (shown.contains(key))
+      continue;
+    if (!n.identifier.isEmpty())
+      identifiers.insert(n.identifier);
+    shown.insert(key);
+    out << n;
+  }
+  Log(kModule, 1, "%s: %d deleted notes recovered", qPrintable(path), out.size());
+  return out;
+}
