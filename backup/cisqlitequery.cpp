@@ -5,6 +5,7 @@
 #include "service/progress.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <sqlite3.h>
 
@@ -20,12 +21,16 @@ QString CISQLiteQuery::customSql(sqlite3*) { return QString(); }
 
 void CISQLiteQuery::query(const QStringList& files, CIProgressCallback* progress) {
   for (const QString& path : files) {
-    if (!QFile::exists(path)) {
-      Log(kModule, 0, "Not exists: %s", path.toUtf8().constData());
+    // No path: the backup holds no such database, so there is nothing to read
+    // (the reader says so where it knows the app's name).
+    if (path.isEmpty()) {
+      Log(kModule, 2, "no database to query");
       continue;
     }
-    if (path.isEmpty())
+    if (!QFile::exists(path)) {
+      Log(kModule, 0, "%s is missing: nothing read from it", path.toUtf8().constData());
       continue;
+    }
     const int count = countRows(path, m_countSqls);
     if (count <= 0)
       continue;
@@ -41,15 +46,17 @@ void CISQLiteQuery::query(const QStringList& files, CIProgressCallback* progress
 
 int CISQLiteQuery::countRows(const QString& path, const QStringList& countSqls) {
   SqlDatabase db;
-  if (!db.open(path)) {
-    Log(kModule, 0, "Fail to open db file: %s", path.toUtf8().constData());
+  QString error;
+  if (!db.open(path, &error)) {
+    Log(kModule, 0, "%s", error.toUtf8().constData());
     return OpenFailed;
   }
   int count = 0;
   for (const QString& sql : countSqls) {
     SqlStatement stmt(db, sql);
     if (!stmt.isValid()) {
-      Log(kModule, 0, "Fail to query sql \"%s\" for db %s", sql.toUtf8().constData(), path.toUtf8().constData());
+      Log(kModule, 0, "%s: %s; its rows are not read", qPrintable(QFileInfo(path).fileName()),
+          qPrintable(db.sqliteMessage()));
       return PrepareFailed;
     }
     // Replaced, not added: with several statements the last one decides.
@@ -61,8 +68,9 @@ int CISQLiteQuery::countRows(const QString& path, const QStringList& countSqls) 
 
 int CISQLiteQuery::execSql(const QString& path, const QString& sql) {
   SqlDatabase db;
-  if (!db.open(path)) {
-    Log(kModule, 0, "Fail to open db file: %s", path.toUtf8().constData());
+  QString error;
+  if (!db.open(path, &error)) {
+    Log(kModule, 0, "%s", error.toUtf8().constData());
     return OpenFailed;
   }
   const QString custom = customSql(db.handle());
@@ -70,7 +78,8 @@ int CISQLiteQuery::execSql(const QString& path, const QString& sql) {
   if (!stmt.isValid()) {
     // The listed statement names the query in the log, even when a replacement
     // was the one that failed.
-    Log(kModule, 0, "Fail to query sql \"%s\" for db %s", sql.toUtf8().constData(), path.toUtf8().constData());
+    Log(kModule, 0, "%s: %s; its rows are not read", qPrintable(QFileInfo(path).fileName()),
+        qPrintable(db.sqliteMessage()));
     return PrepareFailed;
   }
   int rows = 0;

@@ -177,16 +177,18 @@ void releaseLines(const QString& drop) {
 namespace cli::console {
 bool readSecret(const QString& prompt, QString* secret) {
   clearStatus();
-  std::fprintf(stderr, "%s", prompt.toUtf8().constData());
-  std::fflush(stderr);
+  // Echo goes off before the prompt shows, so that nothing typed after the
+  // prompt can be echoed.
   termios saved{};
   const bool echoOff = tcgetattr(STDIN_FILENO, &saved) == 0;
   if (echoOff) {
     termios quiet = saved;
     quiet.c_lflag &= ~tcflag_t(ECHO);
     quiet.c_lflag |= ECHONL;
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+    tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
   }
+  std::fprintf(stderr, "%s", prompt.toUtf8().constData());
+  std::fflush(stderr);
   QByteArray line;
   bool ended = false;
   for (;;) {
@@ -203,7 +205,7 @@ bool readSecret(const QString& prompt, QString* secret) {
     line.append(c);
   }
   if (echoOff)
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
+    tcsetattr(STDIN_FILENO, TCSANOW, &saved);
   if (ended && line.isEmpty()) {
     std::fputs("\n", stderr);
     return false;

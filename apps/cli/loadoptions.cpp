@@ -241,9 +241,14 @@ void loadTypes(WhatsappService& service, const LoadOptions& options) {
     const int type = options.types.at(i);
     console::setStatus(progressLine(QStringLiteral("Reading %1/%2").arg(i + 1).arg(total), double(i) / total) +
                        QLatin1Char(' ') + displayName(type));
+    const int errorsOfType = console::loggedErrors();
     service.loadWhatsappOnly(type);
     if (terminal)
       console::note(QStringLiteral("%1 read").arg(listTitle(*service.backupRegistry(), type)));
+    // An app the phone does not have is no error: there is just nothing to read.
+    if (console::verbosity() == console::Verbosity::Verbose && console::loggedErrors() == errorsOfType &&
+        service.backupRegistry()->getOxData(type)->count(OxData::CountRaw) == 0)
+      console::note(QStringLiteral("info: %1: nothing to read in this backup").arg(displayName(type)));
   }
   console::clearStatus();
   const int errors = console::loggedErrors() - errorsBefore;

@@ -104,34 +104,35 @@ struct QueryCase {
 const QString kSelect = QStringLiteral("select id from t order by id");
 const QString kSelect10 = QStringLiteral("select id + 10 from t order by id");
 const QString kCount = QStringLiteral("select count(*) from t");
-QString failed(const char* sql, int file) {
-  return QStringLiteral("iTunesBackup/0 Fail to query sql \"%1\" for db {%2}").arg(QLatin1String(sql)).arg(file);
+// The line of a statement the file's schema refuses: the file's name and SQLite's reason.
+QString failed(const char* why, int file) {
+  return QStringLiteral("iTunesBackup/0 db%2.sqlite: %1; its rows are not read").arg(QLatin1String(why)).arg(file);
 }
 
 // clang-format off
 const QueryCase kCases[] = {
     {"reads every row of every file", {Table, Table}, {kSelect}, {kCount}, "", -1, 0, 0, {1, 2, 3, 4, 1, 2, 3, 4}, {}, 0},
     {"missing first file is logged and the second read", {Missing, Table}, {kSelect}, {kCount}, "", -1, 0, 0,
-     {1, 2, 3, 4}, {"iTunesBackup/0 Not exists: {0}"}, 0},
+     {1, 2, 3, 4}, {"iTunesBackup/0 {0} is missing: nothing read from it"}, 0},
     {"no count statement reads nothing", {Table}, {kSelect}, {}, "", -1, 0, 0, {}, {}, 0},
     {"counts 0 then 2: the last decides", {Table}, {kSelect}, {QStringLiteral("select 0"), QStringLiteral("select 2")},
      "", -1, 100, 0, {1, 2, 3, 4}, {}, 50},
     {"count that cannot be prepared skips the file", {Table, Table}, {kSelect},
      {QStringLiteral("select count(*) from nowhere")}, "", -1, 0, 0, {},
-     {failed("select count(*) from nowhere", 0), failed("select count(*) from nowhere", 1)}, 0},
+     {failed("no such table: nowhere", 0), failed("no such table: nowhere", 1)}, 0},
     {"refused row ends its statement only", {Table}, {kSelect, kSelect10}, {kCount}, "", 2, 0, 0,
      {1, 2, 11, 12, 13, 14}, {}, 0},
     {"replacement statement is run", {Table}, {kSelect}, {kCount}, "select id * 100 from t order by id", -1, 0, 0,
      {100, 200, 300, 400}, {}, 0},
     {"failing replacement is logged with the listed statement", {Table}, {kSelect}, {kCount}, "select nope from t",
-     -1, 0, 0, {}, {failed("select id from t order by id", 0)}, 0},
+     -1, 0, 0, {}, {failed("no such column: nope", 0)}, 0},
     {"failing select skips the file's later statements, not the next file", {Table, Table},
      {QStringLiteral("select nope from t"), kSelect}, {kCount}, "", -1, 0, 0, {},
-     {failed("select nope from t", 0), failed("select nope from t", 1)}, 0},
+     {failed("no such column: nope", 0), failed("no such column: nope", 1)}, 0},
     {"sink's stop ends the statement, later statements still start", {Table}, {kSelect, kSelect10}, {kCount}, "",
      -1, 100, 2, {1, 2, 11}, {}, 25},
     {"garbage file cannot be opened", {Garbage, Table}, {kSelect}, {kCount}, "", -1, 0, 0, {1, 2, 3, 4},
-     {"iTunesBackup/0 Fail to open db file: {0}"}, 0},
+     {"iTunesBackup/0 cannot open {0}: file is not a database"}, 0},
 };
 // clang-format on
 

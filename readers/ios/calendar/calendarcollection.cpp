@@ -109,8 +109,10 @@ CCalendarQuery::~CCalendarQuery() = default;
 
 void CCalendarQuery::query(const QStringList& files, CIProgressCallback* progress) {
   for (const QString& path : files) {
+    if (path.isEmpty())
+      continue;
     if (!QFile::exists(path)) {
-      Log(kModule, 0, "Not exists: %s", path.toUtf8().constData());
+      Log(kModule, 0, "%s is missing: nothing read from it", path.toUtf8().constData());
       continue;
     }
     QString select;

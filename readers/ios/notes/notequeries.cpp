@@ -35,7 +35,8 @@ CNoteQuery::~CNoteQuery() = default;
 void CNoteQuery::query(const QStringList& files, CIProgressCallback* progress) {
   for (const QString& path : files) {
     if (path.isEmpty() || !QFile::exists(path)) {
-      Log(kModule, 0, "Not exists: %s", path.toUtf8().constData());
+      if (!path.isEmpty())
+        Log(kModule, 0, "%s is missing: nothing read from it", path.toUtf8().constData());
       continue;
     }
     // Which alternative this schema takes: the first count statement that

@@ -127,7 +127,8 @@ QStringList CQQMessageQuery::statementsFor(sqlite3* db, const QString& file) {
 void CQQMessageQuery::query(const QStringList& files, CIProgressCallback* progress) {
   for (const QString& path : files) {
     if (path.isEmpty() || !QFile::exists(path)) {
-      Log(kModule, 0, "Not exists: %s", path.toUtf8().constData());
+      if (!path.isEmpty())
+        Log(kModule, 0, "%s is missing: nothing read from it", path.toUtf8().constData());
       continue;
     }
     sqlite3* db = nullptr;

@@ -3,6 +3,7 @@
 // every line and file it writes.
 #include "tests/apps/cli/clirun.h"
 
+#include "samples/apps/whatsapp.h"
 #include "samples/backupfixture.h"
 
 #include <QDir>
@@ -21,29 +22,21 @@ const QString kPassword = QStringLiteral("Backup-Pa55word");
 
 // A tiny backup: one WhatsApp database with one chat and one message.
 bool writeTinyBackup(const QString& folder, const QString& password = QString(), const QString& device = QString()) {
-  QByteArray db;
-  QString error;
-  if (!fixture::makeSqliteDb(
-          {QStringLiteral("CREATE TABLE ZWACHATSESSION (Z_PK INTEGER PRIMARY KEY, ZCONTACTJID TEXT, ZPARTNERNAME TEXT, "
-                          "ZSESSIONTYPE INTEGER, ZLASTMESSAGEDATE REAL, ZREMOVED INTEGER, ZHIDDEN INTEGER)"),
-           QStringLiteral("INSERT INTO ZWACHATSESSION VALUES (1, '4915100000@s.whatsapp.net', 'Tiny Tim', 0, "
-                          "670000000, 0, 0)"),
-           QStringLiteral("CREATE TABLE ZWAMESSAGE (Z_PK INTEGER PRIMARY KEY, ZCHATSESSION INTEGER, ZISFROMME INTEGER, "
-                          "ZMESSAGEDATE REAL, ZTEXT TEXT, ZMESSAGETYPE INTEGER, ZFROMJID TEXT, ZGROUPMEMBER INTEGER, "
-                          "ZMEDIAITEM INTEGER, ZMESSAGESTATUS INTEGER)"),
-           QStringLiteral("INSERT INTO ZWAMESSAGE VALUES (1, 1, 0, 670000000, 'tiny hello', 0, "
-                          "'4915100000@s.whatsapp.net', NULL, NULL, 0)")},
-          false, &db, nullptr, &error))
-    return false;
+  fixture::WhatsappDb rows;
+  fixture::WaSession chat;
+  chat.pk = 1;
+  chat.jid = QStringLiteral("4915100000@s.whatsapp.net");
+  chat.partnerName = QStringLiteral("Tiny Tim");
+  chat.lastMessageDate = 670000000;
+  rows.sessions << chat;
+  rows.messages << fixture::waMessage(1, 1, 1, 670000000, QStringLiteral("tiny hello"));
   fixture::BackupPlan plan;
   plan.password = password;
   if (!device.isEmpty())
     plan.deviceName = device;
+  QString error;
   return fixture::writeBackup(
-      folder, plan,
-      {fixture::file(QStringLiteral("AppDomainGroup-group.net.whatsapp.WhatsApp.shared"),
-                     QStringLiteral("ChatStorage.sqlite"), db)},
-      &error);
+      folder, plan, fixture::whatsappDbFilesFrom(fixture::whatsappSchema() + fixture::whatsappInserts(rows)), &error);
 }
 
 QString canonical(const QString& path) { return QFileInfo(path).canonicalFilePath(); }
@@ -228,4 +221,171 @@ TEST(CommandLine, AnUnreadableFolderSaysPermissionDenied) {
   QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
   EXPECT_EQ(o.exitCode, 2);
   EXPECT_EQ(o.firstErrorLine(), "sherd info: cannot read 'closed': permission denied");
+}
+
+namespace {
+// Every byte of every file under the folder.
+QByteArray allBytes(const QString& folder) {
+  QByteArray bytes;
+  QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+  while (it.hasNext()) {
+    QFile f(it.next());
+    if (f.open(QIODevice::ReadOnly))
+      bytes += f.readAll();
+  }
+  return bytes;
+}
+} // namespace
+
+// A password given on the command line, right or wrong, shows in no log line,
+// no dump and no exported file, even with every log line on.
+TEST(CommandLine, PasswordsAppearInNoLineAndNoFile) {
+  QTemporaryDir work;
+  const QDir w(work.path());
+  ASSERT_TRUE(writeTinyBackup(w.filePath(QStringLiteral("locked")), kPassword));
+  const QString noteSecret = QStringLiteral("Note-Secret-7");
+  const QString out = w.filePath(QStringLiteral("out"));
+  const QString files = w.filePath(QStringLiteral("files"));
+  const struct {
+    const char* name;
+    QStringList args;
+    int exitCode;
+  } rows[] = {
+      {"scan", {QStringLiteral("scan"), QStringLiteral("--details")}, 0},
+      {"dump", {QStringLiteral("dump")}, 0},
+      {"export", {QStringLiteral("export"), QStringLiteral("--out"), out}, 0},
+      {"extract", {QStringLiteral("extract"), QStringLiteral("--out"), files}, 0},
+      {"files", {QStringLiteral("files")}, 0},
+      {"info", {QStringLiteral("info")}, 0},
+  };
+  for (const auto& r : rows) {
+    for (const QString& password : {QStringLiteral("Wrong-Guess-9"), kPassword}) {
+      SCOPED_TRACE(std::string(r.name) + " with " + password.toStdString());
+      QStringList args = r.args;
+      args.insert(1, QStringLiteral("locked"));
+      args << QStringLiteral("--verbose") << QStringLiteral("--password") << password;
+      if (r.args.first() != QLatin1String("files") && r.args.first() != QLatin1String("info") &&
+          r.args.first() != QLatin1String("extract"))
+        args << QStringLiteral("--note-password") << noteSecret;
+      const Outcome o = sherd(args, work.path());
+      EXPECT_EQ(o.exitCode, password == kPassword ? r.exitCode : 3) << o.err.constData();
+      EXPECT_FALSE(o.err.isEmpty()) << "--verbose logs nothing";
+      for (const QString& secret : {kPassword, noteSecret, QStringLiteral("Wrong-Guess-9")}) {
+        EXPECT_FALSE(o.out.contains(secret.toUtf8())) << qPrintable(secret);
+        EXPECT_FALSE(o.err.contains(secret.toUtf8())) << qPrintable(secret);
+        EXPECT_FALSE(allBytes(out).contains(secret.toUtf8())) << qPrintable(secret);
+        EXPECT_FALSE(allBytes(files).contains(secret.toUtf8())) << qPrintable(secret);
+      }
+    }
+  }
+  EXPECT_TRUE(QFileInfo::exists(out + QStringLiteral("/index.html")));
+  // Every command's help recommends the file or the prompt over --password.
+  for (const char* command : {"info", "scan", "dump", "export", "files", "extract"}) {
+    const Outcome help = sherd({QLatin1String(command), QStringLiteral("--help")});
+    EXPECT_TRUE(help.out.contains("prefer\n") || help.out.contains("prefer ")) << command;
+    EXPECT_TRUE(help.out.contains("--password-file")) << command;
+  }
+}
+
+// An app the phone lacks is no error; a database that cannot be read is, and
+// a run that read nothing because of errors says so last, exit code 0.
+TEST(CommandLine, NothingToReadIsNoErrorNothingReadIsSaid) {
+  QTemporaryDir work;
+  const QDir w(work.path());
+  ASSERT_TRUE(writeTinyBackup(w.filePath(QStringLiteral("tiny"))));
+  QByteArray db;
+  QString error;
+  ASSERT_TRUE(fixture::makeSqliteDb({QStringLiteral("CREATE TABLE ZUNRELATED (Z_PK INTEGER PRIMARY KEY)")}, false, &db,
+                                    nullptr, &error));
+  ASSERT_TRUE(fixture::writeBackup(w.filePath(QStringLiteral("damaged")), fixture::BackupPlan(),
+                                   {fixture::file(QStringLiteral("AppDomainGroup-group.net.whatsapp.WhatsApp.shared"),
+                                                  QStringLiteral("ChatStorage.sqlite"), db)},
+                                   &error));
+  const QByteArray unreadable = "sherd scan: ChatStorage.sqlite: no such table: zwachatsession; its rows are not read\n"
+                                 "sherd scan: ChatStorage.sqlite: no such table: zwagroupmember; its rows are not read\n"
+                                 "sherd scan: ChatStorage.sqlite: no such table: zwamediaitem; its rows are not read\n"
+                                 "sherd scan: ChatStorage.sqlite: no such table: zwamessage; its rows are not read\n"
+                                 "sherd scan: ChatStorage.sqlite: no such table: zwaprofilepictureitem; its rows are "
+                                 "not read\n";
+  const struct {
+    const char* name;
+    QStringList args;
+    QByteArray err;     // stderr, or its lines that hold `filter`
+    const char* filter; // null: every line
+  } rows[] = {
+      {"apps the phone lacks", {QStringLiteral("scan"), QStringLiteral("tiny"), QStringLiteral("--type"),
+                                QStringLiteral("kik,line,viber,qq,notes,calendar")}, "", nullptr},
+      {"lacking apps, verbose", {QStringLiteral("dump"), QStringLiteral("tiny"), QStringLiteral("--type"),
+                                 QStringLiteral("kik,calendar"), QStringLiteral("--verbose")},
+       "sherd dump: info: Kik: nothing to read in this backup\n"
+       "sherd dump: info: Calendar: nothing to read in this backup\n",
+       "nothing to read"},
+      {"unreadable database", {QStringLiteral("scan"), QStringLiteral("damaged"), QStringLiteral("--type"),
+                               QStringLiteral("whatsapp")},
+       unreadable + "sherd scan: nothing was read: 5 errors (see the lines above)\n", nullptr},
+      {"unreadable database, quiet", {QStringLiteral("scan"), QStringLiteral("damaged"), QStringLiteral("--quiet"),
+                                      QStringLiteral("--type"), QStringLiteral("whatsapp")},
+       "sherd scan: nothing was read: 5 errors (run without --quiet to see them)\n", nullptr},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.name);
+    const Outcome o = sherd(r.args, work.path());
+    EXPECT_EQ(o.exitCode, 0);
+    QByteArray err;
+    for (const QByteArray& line : o.err.split('\n'))
+      if (!line.isEmpty() && (!r.filter || line.contains(r.filter)))
+        err += line + '\n';
+    EXPECT_EQ(err.toStdString(), r.err.toStdString()) << o.err.constData();
+  }
+}
+
+// scan --details prints each loaded list's items, a chat with its messages.
+TEST(CommandLine, ScanDetailsShowsTheItems) {
+  QTemporaryDir work;
+  ASSERT_TRUE(writeTinyBackup(work.filePath(QStringLiteral("tiny"))));
+  const Outcome plain = sherd({QStringLiteral("scan"), QStringLiteral("tiny"), QStringLiteral("--type"),
+                               QStringLiteral("whatsapp")},
+                              work.path());
+  const Outcome detailed = sherd({QStringLiteral("scan"), QStringLiteral("tiny"), QStringLiteral("--details"),
+                                  QStringLiteral("--type"), QStringLiteral("whatsapp")},
+                                 work.path());
+  EXPECT_EQ(detailed.exitCode, 0) << detailed.err.constData();
+  ASSERT_TRUE(detailed.out.startsWith(plain.out));
+  const QList<QByteArray> lines = detailed.out.mid(plain.out.size()).split('\n');
+  ASSERT_GE(lines.size(), 4);
+  EXPECT_EQ(lines.at(1), "WhatsApp:");
+  EXPECT_TRUE(lines.at(2).startsWith("  Tiny Tim")) << lines.at(2).constData();
+  EXPECT_TRUE(lines.at(3).trimmed().endsWith("tiny hello")) << lines.at(3).constData();
+}
+
+// The demo names a folder to scan only when it keeps it, and says the
+// password of the encrypted sample.
+TEST(CommandLine, TheDemoNeverPointsAtAFolderItDeleted) {
+  QTemporaryDir work;
+  QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+  env.insert(QStringLiteral("SHERD_TEMP"), work.path());
+  const QString kept = work.filePath(QStringLiteral("kept"));
+  const struct {
+    const char* name;
+    QStringList args;
+    QByteArray mustSay;
+  } rows[] = {
+      {"temporary", {QStringLiteral("demo")}, "run 'sherd demo --keep DIR'"},
+      {"kept", {QStringLiteral("demo"), QStringLiteral("--keep"), kept}, kept.toUtf8() + " (kept"},
+      {"encrypted", {QStringLiteral("demo"), QStringLiteral("--encrypt"), QStringLiteral("demo-pw")},
+       "encrypted with the password 'demo-pw'"},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.name);
+    const Outcome o = sherd(r.args, work.path(), env);
+    EXPECT_EQ(o.exitCode, 0) << o.err.constData();
+    EXPECT_TRUE(o.out.contains(r.mustSay)) << o.out.left(400).constData();
+    for (const QByteArray& line : o.out.split('\n')) {
+      if (!line.startsWith("$ sherd"))
+        continue;
+      for (const QByteArray& word : line.split(' '))
+        if (word.startsWith('/'))
+          EXPECT_TRUE(QFileInfo::exists(QString::fromUtf8(word))) << line.constData();
+    }
+  }
 }
