@@ -10,6 +10,7 @@
 #include "service/whatsappservice.h"
 
 #include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QFile>
 
 #include <cstdio>
@@ -67,7 +68,7 @@ QString listTitle(const OxBackup& registry, int type) {
 }
 
 void addCommonOptions(QCommandLineParser& parser) {
-  parser.addHelpOption();
+  parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
   parser.addOption({QStringLiteral("quiet"),
                     QStringLiteral("Nothing on stderr but fatal errors: no log lines, no progress, no notes.")});
   parser.addOption({QStringLiteral("verbose"), QStringLiteral("Log information and debug detail, not only errors.")});
@@ -80,7 +81,13 @@ int parseCommonOptions(QCommandLineParser& parser, const QStringList& args, cons
     return ExitUsage;
   }
   if (parser.isSet(QStringLiteral("help"))) {
-    std::printf("%s", qPrintable(parser.helpText()));
+    // Qt names the program by its path; a person types "sherd <command>".
+    QString help = parser.helpText();
+    const QString program = QCoreApplication::arguments().value(0);
+    const int at = program.isEmpty() ? -1 : help.indexOf(program);
+    if (at >= 0)
+      help.replace(at, program.size(), QStringLiteral("sherd ") + QLatin1String(command));
+    std::printf("%s", qPrintable(help));
     return ExitOk;
   }
   if (parser.isSet(QStringLiteral("quiet")) && parser.isSet(QStringLiteral("verbose"))) {

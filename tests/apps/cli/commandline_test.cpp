@@ -389,3 +389,108 @@ TEST(CommandLine, TheDemoNeverPointsAtAFolderItDeleted) {
     }
   }
 }
+
+namespace {
+// What bash completes for the words typed so far (the last one being
+// completed), with the sherd completion loaded.
+QStringList bashCompletes(const QStringList& words, const QProcessEnvironment& env) {
+  QStringList quoted;
+  for (const QString& w : words)
+    quoted << QLatin1Char('\'') + w + QLatin1Char('\'');
+  const QString script =
+      QStringLiteral("source '%1/sherd.bash'; COMP_WORDS=(%2); COMP_CWORD=%3; _sherd; printf '%s\\n' \"${COMPREPLY[@]}\"")
+          .arg(QLatin1String(SHERD_COMPLETION_DIR), quoted.join(QLatin1Char(' ')))
+          .arg(words.size() - 1);
+  QProcess bash;
+  bash.setProcessEnvironment(env);
+  bash.start(QStringLiteral("bash"), {QStringLiteral("-c"), script});
+  bash.waitForFinished(60000);
+  QStringList out = QString::fromUtf8(bash.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+  out.sort();
+  return out;
+}
+
+// The long options a command's --help lists.
+QStringList helpOptions(const QString& command) {
+  QStringList options;
+  for (const QByteArray& line : sherd({command, QStringLiteral("--help")}).out.split('\n')) {
+    const QByteArray t = line.trimmed();
+    if (!line.startsWith("  -"))
+      continue;
+    for (const QByteArray& word : t.split(' '))
+      if (word.startsWith("--"))
+        options << QString::fromUtf8(word).remove(QLatin1Char(','));
+  }
+  options.sort();
+  return options;
+}
+} // namespace
+
+// The shell completions offer every command and each command's options as
+// its --help lists them, and the names --type and --format take.
+TEST(CommandLine, ShellCompletionKnowsEveryCommandAndOption) {
+  QTemporaryDir work;
+  QDir().mkpath(work.filePath(QStringLiteral("root/00008030ABCD")));
+  QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+  env.insert(QStringLiteral("SHERD_BACKUP_ROOT"), work.filePath(QStringLiteral("root")));
+  QStringList commands;
+  for (const QByteArray& line : sherd({QStringLiteral("--help")}).out.split('\n'))
+    if (line.startsWith("  ") && !line.trimmed().isEmpty())
+      commands << QString::fromUtf8(line.trimmed().split(' ').first());
+  ASSERT_EQ(commands.size(), 8);
+  QFile zshFile(QStringLiteral(SHERD_COMPLETION_DIR "/_sherd"));
+  ASSERT_TRUE(zshFile.open(QIODevice::ReadOnly));
+  const QByteArray zsh = zshFile.readAll();
+  for (const QString& command : commands) {
+    SCOPED_TRACE(qPrintable(command));
+    EXPECT_EQ(bashCompletes({QStringLiteral("sherd"), command.left(3)}, env).value(0), command);
+    EXPECT_EQ(bashCompletes({QStringLiteral("sherd"), command, QStringLiteral("--")}, env), helpOptions(command));
+    EXPECT_TRUE(zsh.contains("\n    " + command.toUtf8() + ')')) << "zsh lacks the command";
+  }
+  const struct {
+    const char* name;
+    QStringList words;
+    QStringList offered;
+  } rows[] = {
+      {"type names", {"sherd", "dump", "x", "--type", "c"}, {"calendar", "calls"}},
+      {"the last of a list", {"sherd", "scan", "x", "--type", "whatsapp,k"}, {"whatsapp,kik"}},
+      {"formats", {"sherd", "export", "x", "--format", "i"}, {"ics"}},
+      {"an identifier in the backup folder", {"sherd", "info", "00008"}, {"00008030ABCD"}},
+      {"nothing after --password", {"sherd", "info", "--password", ""}, {}},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.name);
+    EXPECT_EQ(bashCompletes(r.words, env), r.offered);
+  }
+  QProcess check;
+  check.start(QStringLiteral("zsh"), {QStringLiteral("-n"), zshFile.fileName()});
+  if (!check.waitForStarted())
+    GTEST_SKIP() << "no zsh to check the zsh completion's syntax";
+  check.waitForFinished();
+  EXPECT_EQ(check.exitCode(), 0) << check.readAllStandardError().constData();
+}
+
+// Each command line of the README's usage section runs a command that exists
+// with options that command has.
+TEST(CommandLine, TheReadmeUsageMatchesTheProgram) {
+  QFile readme(QStringLiteral(SHERD_README));
+  ASSERT_TRUE(readme.open(QIODevice::ReadOnly));
+  const QByteArray text = readme.readAll();
+  const int from = text.indexOf("## Using sherd");
+  ASSERT_GE(from, 0);
+  const QByteArray block = text.mid(from).split('`').value(3); // the first ```sh block
+  int lines = 0;
+  for (const QByteArray& line : block.split('\n')) {
+    if (!line.startsWith("sherd "))
+      continue;
+    ++lines;
+    const QList<QByteArray> words = line.split('#').first().simplified().split(' ');
+    const QString command = QString::fromUtf8(words.value(1));
+    const QStringList options = helpOptions(command);
+    EXPECT_FALSE(options.isEmpty()) << "no command " << qPrintable(command);
+    for (const QByteArray& word : words)
+      if (word.startsWith("--"))
+        EXPECT_TRUE(options.contains(QString::fromUtf8(word))) << line.constData();
+  }
+  EXPECT_GE(lines, 8);
+}
