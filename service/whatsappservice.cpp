@@ -130,49 +130,49 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     CWhatsappiTunesCollection whatsapp(m_backup);
     whatsapp.setSwitches(true, false);
     whatsapp.setRecoverDeleted(m_recoverDeleted);
-    whatsapp.setProgress(nullptr);
+    whatsapp.setProgress(m_progress);
     whatsapp.load(m_mobileBackup);
     break;
   }
   case OxBackup::Kik: {
     CKikiTunesCollection kik(m_backup);
     kik.setSwitches(true, false);
-    kik.setProgress(nullptr);
+    kik.setProgress(m_progress);
     kik.load(m_mobileBackup);
     break;
   }
   case OxBackup::Line: {
     CLineiTunesCollection line(m_backup);
     line.setSwitches(true, false);
-    line.setProgress(nullptr);
+    line.setProgress(m_progress);
     line.load(m_mobileBackup);
     break;
   }
   case OxBackup::Viber: {
     CViberiTunesCollection viber(m_backup);
     viber.setSwitches(true, false);
-    viber.setProgress(nullptr);
+    viber.setProgress(m_progress);
     viber.load(m_mobileBackup);
     break;
   }
   case OxBackup::Messenger: {
     CMessengeriTunesCollection messenger(m_backup);
     messenger.setSwitches(true, false);
-    messenger.setProgress(nullptr);
+    messenger.setProgress(m_progress);
     messenger.load(m_mobileBackup);
     break;
   }
   case OxBackup::WeChat: {
     CWeixiniTunesCollection wechat(m_backup);
     wechat.setSwitches(true, false);
-    wechat.setProgress(nullptr);
+    wechat.setProgress(m_progress);
     wechat.load(m_mobileBackup);
     break;
   }
   case OxBackup::QQ: {
     CQQiTunesCollection qq(m_backup);
     qq.setSwitches(true, false);
-    qq.setProgress(nullptr);
+    qq.setProgress(m_progress);
     qq.load(m_mobileBackup);
     break;
   }
@@ -181,13 +181,13 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     CNoteCollection notes(m_backup->getNote(), scratch, m_backup->backupProperty(OxBackup::ProductType));
     notes.setNotePasswords(m_notePasswords);
     notes.setRecoverDeleted(m_recoverDeleted);
-    notes.setProgress(nullptr);
+    notes.setProgress(m_progress);
     notes.load(m_mobileBackup);
     break;
   }
   case OxBackup::Calendar: {
     CCalendarCollection calendar(m_backup->getCalendar());
-    calendar.setProgress(nullptr);
+    calendar.setProgress(m_progress);
     calendar.load(m_mobileBackup);
     break;
   }
@@ -203,7 +203,7 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     }
     CBookmarkCollection bookmarks(safari);
     bookmarks.setRecoverDeleted(m_recoverDeleted);
-    bookmarks.setProgress(nullptr);
+    bookmarks.setProgress(m_progress);
     bookmarks.load(m_mobileBackup);
     break;
   }
@@ -214,12 +214,12 @@ bool WhatsappService::loadWhatsappOnly(int type) {
     {
       CCalllistCollection reader(calls, m_contactToName, m_idToName);
       reader.setRecoverDeleted(m_recoverDeleted);
-      reader.setProgress(nullptr);
+      reader.setProgress(m_progress);
       reader.load(m_mobileBackup);
     }
     {
       CVoiceMailCollection voicemail(calls);
-      voicemail.setProgress(nullptr);
+      voicemail.setProgress(nullptr); // short: the call reader's range stands for the type
       voicemail.load(m_mobileBackup);
     }
     // Viber's own calls, under their layer; its chats are type 3.

@@ -34,6 +34,7 @@
 #include <atomic>
 #include <memory>
 
+class CIProgressCallback;
 class OxBackup;
 class OxData;
 class QDir;
@@ -61,6 +62,10 @@ public:
   // The password of an encrypted backup, used by the following loads; an empty
   // one means none. Plain backups ignore it.
   void setBackupPassword(const QString& password);
+  // The sink that the following loads of one type report to (not owned; null:
+  // none). The caller starts its range before each type; the type's reader
+  // (for call history, the calls reader) drives it.
+  void setProgress(CIProgressCallback* progress) { m_progress = progress; }
   // Passwords tried on password-protected notes by the following loads.
   void setNotePasswords(const QStringList& passwords) { m_notePasswords = passwords; }
   // Whether the following loads also recover the rows that the apps deleted
@@ -106,6 +111,7 @@ private:
   QString m_password;
   QStringList m_notePasswords;
   bool m_recoverDeleted = true;
+  CIProgressCallback* m_progress = nullptr;
   QString m_lastOpenError;
   MobileBackup::Error m_lastOpenErrorCode = MobileBackup::Error::None;
   QString m_scratchFolder; // this service's folder under the temporary root, made on first use

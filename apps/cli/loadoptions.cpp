@@ -244,12 +244,18 @@ void loadTypes(WhatsappService& service, const LoadOptions& options) {
   const int errorsBefore = console::loggedErrors();
   const int total = options.types.size();
   const bool terminal = console::stderrIsTerminal();
+  // One bar per type, driven by the type's reader.
+  constexpr int kRange = 1000;
   for (int i = 0; i < total; ++i) {
     const int type = options.types.at(i);
-    console::setStatus(progressLine(QStringLiteral("Reading %1/%2").arg(i + 1).arg(total), double(i) / total) +
-                       QLatin1Char(' ') + displayName(type));
+    ProgressBar bar(QStringLiteral("Reading %1/%2 %3").arg(i + 1).arg(total).arg(displayName(type), -12));
+    bar.initRange(kRange);
+    service.setProgress(&bar);
     const int errorsOfType = console::loggedErrors();
     service.loadWhatsappOnly(type);
+    service.setProgress(nullptr);
+    bar.finish();
+    bar.clear();
     if (terminal)
       console::note(QStringLiteral("%1 read").arg(listTitle(*service.backupRegistry(), type)));
     // An app the phone does not have is no error: there is just nothing to read.

@@ -149,6 +149,8 @@ TEST_F(Terminal, ProgressShowsOnATerminalOnly) {
     EXPECT_EQ(s.output.contains("\r\033[K"), r.progress);
     // Each type's name and count as it finishes.
     if (r.args.contains(QStringLiteral("whatsapp,notes"))) {
+      EXPECT_TRUE(s.output.contains("\r\033[KReading 1/2 WhatsApp     [------------------------------]   0%"));
+      EXPECT_TRUE(s.output.contains("\r\033[KReading 2/2 Notes        [##############################] 100%"));
       EXPECT_TRUE(s.output.contains("sherd scan: WhatsApp (0) read"));
       EXPECT_TRUE(s.output.contains("sherd scan: Notes (0) read"));
     }
