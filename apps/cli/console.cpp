@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <csignal>
 #include <mutex>
 #include <termios.h>
 #include <unistd.h>
@@ -174,6 +175,24 @@ void releaseLines(const QString& drop) {
 }
 } // namespace cli::console
 
+namespace {
+// The terminal's settings while echo is off, for a signal that ends the
+// prompt: the person's terminal must not stay silent after sherd is gone.
+termios g_echoing{};
+struct sigaction g_previous[3];
+const int kPromptSignals[3] = {SIGINT, SIGTERM, SIGHUP};
+
+extern "C" void restoreEchoAndResignal(int sig) {
+  const int saved = errno;
+  tcsetattr(STDIN_FILENO, TCSANOW, &g_echoing);
+  for (int i = 0; i < 3; ++i)
+    if (kPromptSignals[i] == sig)
+      sigaction(sig, &g_previous[i], nullptr);
+  errno = saved;
+  raise(sig); // delivered to the previous handler once this one returns
+}
+} // namespace
+
 namespace cli::console {
 bool readSecret(const QString& prompt, QString* secret) {
   clearStatus();
@@ -182,6 +201,12 @@ bool readSecret(const QString& prompt, QString* secret) {
   termios saved{};
   const bool echoOff = tcgetattr(STDIN_FILENO, &saved) == 0;
   if (echoOff) {
+    g_echoing = saved;
+    struct sigaction restore {};
+    restore.sa_handler = restoreEchoAndResignal;
+    sigemptyset(&restore.sa_mask);
+    for (int i = 0; i < 3; ++i)
+      sigaction(kPromptSignals[i], &restore, &g_previous[i]);
     termios quiet = saved;
     quiet.c_lflag &= ~tcflag_t(ECHO);
     quiet.c_lflag |= ECHONL;
@@ -204,8 +229,11 @@ bool readSecret(const QString& prompt, QString* secret) {
       break;
     line.append(c);
   }
-  if (echoOff)
+  if (echoOff) {
     tcsetattr(STDIN_FILENO, TCSANOW, &saved);
+    for (int i = 0; i < 3; ++i)
+      sigaction(kPromptSignals[i], &g_previous[i], nullptr);
+  }
   if (ended && line.isEmpty()) {
     std::fputs("\n", stderr);
     return false;

@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <csignal>
+#include <termios.h>
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
@@ -33,12 +35,14 @@ bool writeBackup(const QString& folder, const QString& password) {
 struct Session {
   QByteArray output; // everything the terminal showed
   int exitCode = -1;
+  int signal = 0;      // the signal that ended it, if one did
+  bool echoAfter = false; // the terminal echoes again once it ended
   bool argumentsShowedSecret = false; // /proc/<pid>/cmdline while it waited
 };
 
 // Runs sherd on a fresh pseudo-terminal. Each time the output shows a new
-// "Password for" prompt, the next answer is typed (an answer "\x04" is the
-// end of input). Waits on the terminal with poll, never by sleeping.
+// "Password for" prompt, the next answer is typed (a control character alone,
+// "\x04" the end of input or "\x03" an interrupt, is typed as it is). Waits on the terminal with poll, never by sleeping.
 Session onTerminal(const QStringList& args, const std::vector<QByteArray>& answers, const QByteArray& secret) {
   std::vector<QByteArray> argv8{QByteArray(SHERD_EXE)};
   for (const QString& a : args)
@@ -74,15 +78,22 @@ Session onTerminal(const QStringList& args, const std::vector<QByteArray>& answe
       if (!secret.isEmpty() && cmdline.open(QIODevice::ReadOnly) && cmdline.readAll().contains(secret))
         s.argumentsShowedSecret = true;
       const QByteArray answer = answers[answered++];
-      const QByteArray typed = answer == "\x04" ? answer : answer + "\r";
+      const bool control = answer.size() == 1 && answer.at(0) < ' ';
+      const QByteArray typed = control ? answer : answer + "\r";
       if (write(master, typed.constData(), size_t(typed.size())) != typed.size())
         break;
     }
   }
-  close(master);
   int status = 0;
-  if (waitpid(pid, &status, 0) == pid && WIFEXITED(status))
-    s.exitCode = WEXITSTATUS(status);
+  if (waitpid(pid, &status, 0) == pid) {
+    if (WIFEXITED(status))
+      s.exitCode = WEXITSTATUS(status);
+    if (WIFSIGNALED(status))
+      s.signal = WTERMSIG(status);
+  }
+  termios after{};
+  s.echoAfter = tcgetattr(master, &after) == 0 && (after.c_lflag & ECHO) != 0;
+  close(master);
   return s;
 }
 
@@ -120,7 +131,13 @@ TEST_F(Terminal, ThePasswordIsAskedWithoutEchoThreeTimesAtMost) {
     for (const QByteArray& typed : r.answers)
       EXPECT_FALSE(s.output.contains(typed)) << "echoed: " << typed.constData();
     EXPECT_EQ(s.output.trimmed().split('\n').last().trimmed(), r.lastLine.trimmed());
+    EXPECT_TRUE(s.echoAfter);
   }
+  // Interrupted at the prompt, it ends by the signal and leaves the terminal
+  // echoing as it found it.
+  const Session interrupted = onTerminal({QStringLiteral("info"), dir.filePath(QStringLiteral("locked"))}, {"\x03"}, {});
+  EXPECT_EQ(interrupted.signal, SIGINT);
+  EXPECT_TRUE(interrupted.echoAfter);
   // While it waits at the prompt, its arguments no longer show a password.
   const Session s = onTerminal({QStringLiteral("scan"), dir.filePath(QStringLiteral("locked")),
                                 QStringLiteral("--note-password"), QString::fromLatin1(noteSecret)},
