@@ -2,10 +2,11 @@
 
 OxAbstractItem::OxAbstractItem(int columnCount)
     : m_columnCount(columnCount), m_size(0), m_flags(ItemChecked), m_column(0) {
-  for (int i = 0; i < columnCount; ++i) {
-    m_values.append(QString(QLatin1String("")));
-    m_sortValues.append(QVariant());
-  }
+  // Texts start empty, not null.
+  static const QString empty(QLatin1String(""));
+  m_cells.resize(columnCount > 0 ? columnCount : 0);
+  for (Cell& cell : m_cells)
+    cell.value = empty;
 }
 
 OxAbstractItem::OxAbstractItem(const OxAbstractItem& other) = default;
@@ -33,34 +34,30 @@ void OxAbstractItem::setParentItem(OxAbstractItem*) {}
 QString OxAbstractItem::filePath() const { return QString(); }
 void OxAbstractItem::setFilePath(const QString&) {}
 
-bool OxAbstractItem::columnOk(int column, int listSize) const {
-  return column >= 0 && column < m_columnCount && listSize == m_columnCount;
-}
-
 bool OxAbstractItem::setValue(const QString& text, int column) {
-  if (!columnOk(column, m_values.size()))
+  if (!columnOk(column))
     return false;
-  m_values[column] = text.trimmed();
+  m_cells[column].value = text.trimmed();
   return true;
 }
 
 QString OxAbstractItem::value(int column) const {
-  if (!columnOk(column, m_values.size()))
+  if (!columnOk(column))
     return QString(QLatin1String(""));
-  return m_values.at(column);
+  return m_cells.at(column).value;
 }
 
 bool OxAbstractItem::setSortValue(const QVariant& key, int column) {
-  if (!columnOk(column, m_sortValues.size()))
+  if (!columnOk(column))
     return false;
-  m_sortValues[column] = key;
+  m_cells[column].sortValue = key;
   return true;
 }
 
 QVariant OxAbstractItem::sortValue(int column) const {
-  if (!columnOk(column, m_sortValues.size()))
+  if (!columnOk(column))
     return QVariant(false);
-  return m_sortValues.at(column);
+  return m_cells.at(column).sortValue;
 }
 
 bool OxAbstractItem::setSize(quint64 bytes) {
@@ -74,12 +71,15 @@ int OxAbstractItem::column() const { return m_column != 0 ? m_column : m_columnC
 void OxAbstractItem::setColumn(int column) { m_column = column; }
 
 bool OxAbstractItem::filter(const QString& text) const {
-  return !m_values.filter(text, Qt::CaseInsensitive).isEmpty();
+  for (const Cell& cell : m_cells)
+    if (cell.value.contains(text, Qt::CaseInsensitive))
+      return true;
+  return false;
 }
 
 quint64 OxAbstractItem::calcSize() const {
   quint64 total = 0;
-  for (const QString& v : m_values)
-    total += quint64(v.size());
+  for (const Cell& cell : m_cells)
+    total += quint64(cell.value.size());
   return total;
 }

@@ -25,6 +25,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <QVector>
 
 class SHERD_EXPORT OxAbstractItem {
 public:
@@ -89,11 +90,16 @@ protected:
   virtual quint64 calcSize() const;
 
 private:
-  bool columnOk(int column, int listSize) const;
+  bool columnOk(int column) const { return column >= 0 && column < m_columnCount; }
+
+  // A column's display text and sort key, side by side in one block per item.
+  struct Cell {
+    QString value;
+    QVariant sortValue;
+  };
 
   int m_columnCount;
-  QStringList m_values;
-  QList<QVariant> m_sortValues;
+  QVector<Cell> m_cells;
   quint64 m_size;
   int m_flags;
   int m_column;

@@ -16,7 +16,6 @@
 #include <QMutexLocker>
 
 #include <algorithm>
-#include <deque>
 #include <optional>
 
 namespace {
@@ -122,6 +121,7 @@ struct Slot {
   OrderKey order;
   bool deleted;
   ValueKey value; // the sort value of order.column, or the text of column 0
+  int rawNode;    // its node in the raw list
 };
 
 // True when a comes before b in the default order; the kind of a decides.
@@ -151,8 +151,11 @@ const OxWhatsappItem& chatPrototype() {
 struct OxData::Lists {
   RankedTree<Slot*> raw;
   RankedTree<Slot*> filtered;
-  std::deque<Slot> entries;                    // one per item, in arrival order
-  QHash<const OxAbstractItem*, int> rawNodes; // item -> node handle in raw
+  ChunkedVector<Slot> entries;                 // one per item, in arrival order
+  // item -> node handle in raw, for the items of entries[0, indexed): built
+  // when first asked for rather than at every append.
+  QHash<const OxAbstractItem*, int> rawNodes;
+  std::size_t indexed = 0;
   QHash<int, OxCalendarItem*> byTrigger;      // trigger id -> first calendar item
   std::optional<QCollator> collator;          // the system locale's, made at the first text
 
@@ -161,6 +164,7 @@ struct OxData::Lists {
     filtered.clear();
     entries.clear();
     rawNodes.clear();
+    indexed = 0;
     byTrigger.clear();
   }
 
@@ -206,15 +210,14 @@ struct OxData::Lists {
   }
 
   Slot* slotFor(OxAbstractItem* item) {
-    Slot slot{item, orderKeyOf(item), item->flag(OxAbstractItem::ItemDeleted), ValueKey()};
+    Slot slot{item, orderKeyOf(item), item->flag(OxAbstractItem::ItemDeleted), ValueKey(), -1};
     if (slot.order.kind == OrderKey::SortValue) {
       slot.value = valueKey(item->sortValue(slot.order.column));
     } else {
       slot.value.cls = ValueKey::Text;
       slot.value.text = textKey(item->value(0));
     }
-    entries.push_back(std::move(slot));
-    return &entries.back();
+    return &entries.emplace_back(std::move(slot));
   }
 
   void indexTrigger(OxAbstractItem* item) {
@@ -259,8 +262,7 @@ void OxData::append(OxAbstractItem* item) {
   Slot* slot = m_lists->slotFor(item);
   // Upper bound: before the first item that the new one comes before.
   auto goesBefore = [slot](const Slot* existing) { return comesBefore(*slot, *existing); };
-  const int node = m_lists->raw.insert(slot, goesBefore);
-  m_lists->rawNodes.insert(item, node);
+  slot->rawNode = m_lists->raw.insert(slot, goesBefore);
   m_lists->filtered.insert(slot, goesBefore);
   m_lists->indexTrigger(item);
   appendForStructData(item);
@@ -273,8 +275,7 @@ void OxData::prepend(OxAbstractItem* item) {
   Slot* slot = m_lists->slotFor(item);
   // Lower bound: before the first item that does not come before the new one.
   auto goesBefore = [slot](const Slot* existing) { return !comesBefore(*existing, *slot); };
-  const int node = m_lists->raw.insert(slot, goesBefore);
-  m_lists->rawNodes.insert(item, node);
+  slot->rawNode = m_lists->raw.insert(slot, goesBefore);
   m_lists->filtered.insert(slot, goesBefore);
   m_lists->indexTrigger(item);
 }
@@ -287,6 +288,11 @@ OxAbstractItem* OxData::at(int row, bool filtered) const {
 }
 
 int OxData::rawDataIndexForItem(const OxAbstractItem* item) const {
+  QMutexLocker locker(&m_lock);
+  for (; m_lists->indexed < m_lists->entries.size(); ++m_lists->indexed) {
+    const Slot& slot = m_lists->entries[m_lists->indexed];
+    m_lists->rawNodes.insert(slot.item, slot.rawNode);
+  }
   const auto it = m_lists->rawNodes.constFind(item);
   if (it == m_lists->rawNodes.constEnd())
     return -1;

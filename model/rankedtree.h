@@ -4,13 +4,15 @@
 // an element's position all cost O(log n). It orders nothing itself: the new
 // element goes before the first one for which a predicate (false for a prefix,
 // true for the rest) holds, at the end when none; that is how OxData places an
-// item at the upper or lower bound of its equals. Nodes live in one vector and
-// refer to each other by index; only clear() removes. Not thread-safe; OxData guards it.
+// item at the upper or lower bound of its equals. Nodes live in one chunked store
+// and refer to each other by index; only clear() removes. Not thread-safe; OxData guards it.
 // What it buys (bench_model, BM_Append against BM_StableSortBaseline, one
 // stable sort of the same items): appending 100k -> 200k random dates costs
 // 1.60 -> 1.68x the sort, ascending 2.9 -> 2.0x, descending 1.9x, titles
 // 1.39 -> 1.31x; the flat ratio shows the list stays sorted at every append
 // without a quadratic term.
+#include "model/chunkedvector.h"
+
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -24,8 +26,6 @@ public:
     m_nodes.clear();
     m_root = -1;
   }
-
-  void reserve(std::size_t n) { m_nodes.reserve(n); }
 
   // Inserts value before the first element e with goesBefore(e) true and
   // returns the handle of its node (stable until clear()).
@@ -195,7 +195,7 @@ private:
     }
   }
 
-  std::vector<Node> m_nodes;
+  ChunkedVector<Node> m_nodes;
   int m_root = -1;
   std::vector<int> m_path;
 };

@@ -259,12 +259,25 @@ QString CCommonUtils::durationToString(qint64 seconds, bool alwaysHours) {
   const qint64 hours = seconds / 3600;
   const int minutes = int((seconds % 3600) / 60);
   const int secs = int(seconds % 60);
-  if (!alwaysHours && hours == 0)
-    return QStringLiteral("%1:%2").arg(minutes, 2, 10, QLatin1Char('0')).arg(secs, 2, 10, QLatin1Char('0'));
-  return QStringLiteral("%1:%2:%3")
-      .arg(hours, 2, 10, QLatin1Char('0'))
-      .arg(minutes, 2, 10, QLatin1Char('0'))
-      .arg(secs, 2, 10, QLatin1Char('0'));
+  // "HH:mm:ss" (hours widen past 99) or "mm:ss", digits written directly:
+  // call lists format one duration per row.
+  char buffer[32];
+  int n = 0;
+  if (alwaysHours || hours != 0) {
+    char digits[24];
+    int d = 0;
+    for (qint64 h = hours; h > 0 || d < 2; h /= 10)
+      digits[d++] = char('0' + h % 10);
+    while (d > 0)
+      buffer[n++] = digits[--d];
+    buffer[n++] = ':';
+  }
+  buffer[n++] = char('0' + minutes / 10);
+  buffer[n++] = char('0' + minutes % 10);
+  buffer[n++] = ':';
+  buffer[n++] = char('0' + secs / 10);
+  buffer[n++] = char('0' + secs % 10);
+  return QString::fromLatin1(buffer, n);
 }
 
 QString CCommonUtils::uniqFileName(const QString& folder, const QString& fileName) {

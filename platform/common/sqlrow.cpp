@@ -4,6 +4,7 @@
 
 #include <sqlite3.h>
 
+#include <cstring>
 #include <utility>
 
 // ---- database ----
@@ -178,6 +179,34 @@ QString SqlRow::text() {
   }
   ++m_column;
   return v;
+}
+
+QString SqlRow::text(SqlTextCache& cache) {
+  QString v;
+  if (inRange()) {
+    const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(m_stmt, m_column));
+    if (p)
+      v = cache.text(p, sqlite3_column_bytes(m_stmt, m_column));
+  }
+  ++m_column;
+  return v;
+}
+
+QString SqlTextCache::text(const char* bytes, int size) {
+  if (size > LongestKept)
+    return QString::fromUtf8(bytes, size);
+  // FNV-1a over the bytes picks the slot.
+  quint32 h = 2166136261u;
+  for (int i = 0; i < size; ++i)
+    h = (h ^ quint8(bytes[i])) * 16777619u;
+  Entry& e = m_entries[h % Slots];
+  if (e.text.isNull() || e.bytes.size() != size || memcmp(e.bytes.constData(), bytes, size_t(size)) != 0) {
+    e.bytes = QByteArray(bytes, size);
+    e.text = QString::fromUtf8(bytes, size);
+    if (e.text.isNull()) // an empty text is kept as empty, not null
+      e.text = QLatin1String("");
+  }
+  return e.text;
 }
 
 QByteArray SqlRow::blob() {

@@ -119,6 +119,25 @@ private:
   QString m_error;
 };
 
+// Texts of columns whose values repeat from row to row (a country code, a
+// provider, a place name): SqlRow::text(cache) hands out the string it decoded
+// for the same bytes before, so that equal texts share one string instead of
+// being decoded and stored once per row. A few recent texts are kept, chosen
+// by a hash of their bytes; long texts are never kept.
+class SHERD_EXPORT SqlTextCache {
+public:
+  // The text of those bytes (not null), decoded or found again.
+  QString text(const char* bytes, int size);
+
+private:
+  enum { Slots = 64, LongestKept = 96 };
+  struct Entry {
+    QByteArray bytes;
+    QString text;
+  };
+  Entry m_entries[Slots];
+};
+
 class SHERD_EXPORT SqlRow {
 public:
   // SQLite's storage classes, in its own numbering.
@@ -133,6 +152,8 @@ public:
   double real();
   // The column as UTF-8 text; NULL gives a null QString.
   QString text();
+  // The same, through a cache of recent texts (for columns whose values repeat).
+  QString text(SqlTextCache& cache);
   // The column's bytes; NULL and a zero-length blob give an empty array.
   QByteArray blob();
   // The next column as an integer, or `ifNull` when it is NULL.

@@ -12,11 +12,9 @@
 namespace {
 const char kTelephony[] = "com.apple.Telephony";
 
-const char kNewSelect[] = "select zanswered, zcalltype, zface_time_data, zoriginated, zdate, zduration, zaddress, "
-                          "ziso_country_code, zname, z_pk from zcallrecord order by zdate desc";
-const char kNewSelectWithProvider[] = "select zanswered, zcalltype, zface_time_data, zoriginated, zdate, zduration, "
-                                      "zaddress, ziso_country_code, zname, z_pk, zservice_provider from zcallrecord "
-                                      "order by zdate desc";
+const char kNewColumns[] = "select zanswered, zcalltype, zface_time_data, zoriginated, zdate, zduration, zaddress, "
+                           "ziso_country_code, zname, z_pk";
+const char kNewOrder[] = " from zcallrecord order by zdate desc";
 } // namespace
 
 bool CallRecord::isFaceTime() const {
@@ -30,27 +28,30 @@ bool CallRecord::isFaceTime() const {
 const char CCallHistoryQuery::kNoLocation[] = "<<RecentsNumberLocationNotFound>>";
 
 CCallHistoryQuery::CCallHistoryQuery() {
-  m_sqls << QString::fromLatin1(kNewSelect);
+  m_sqls << QString::fromLatin1(kNewColumns) + QLatin1String(kNewOrder);
   m_countSqls << QStringLiteral("select count(*) from zcallrecord");
 }
 
-CCallHistoryQuery::~CCallHistoryQuery() { qDeleteAll(m_records); }
+CCallHistoryQuery::~CCallHistoryQuery() = default;
 
 QString CCallHistoryQuery::customSql(sqlite3* db) {
-  m_locations.clear();
-  SqlStatement locations(db, QStringLiteral("select z_pk, zlocation from zcallrecord"));
-  while (locations.step()) {
-    SqlRow r(locations);
-    const qint64 pk = r.int64();
-    m_locations.insert(pk, r.text());
-  }
+  // The provider and location columns follow the others when the store has them.
   m_hasServiceProvider = SqlUtils::hasColumn(db, QStringLiteral("zcallrecord"), QStringLiteral("zservice_provider"));
-  return m_hasServiceProvider ? QString::fromLatin1(kNewSelectWithProvider) : QString();
+  m_hasLocation = SqlUtils::hasColumn(db, QStringLiteral("zcallrecord"), QStringLiteral("zlocation"));
+  if (!m_hasServiceProvider && !m_hasLocation)
+    return QString();
+  QString sql = QString::fromLatin1(kNewColumns);
+  if (m_hasServiceProvider)
+    sql += QLatin1String(", zservice_provider");
+  if (m_hasLocation)
+    sql += QLatin1String(", zlocation");
+  return sql + QLatin1String(kNewOrder);
 }
 
 bool CCallHistoryQuery::onRow(sqlite3_stmt* stmt) {
   SqlRow c(stmt);
-  auto* r = new CallRecord;
+  m_storage.emplace_back();
+  CallRecord* r = &m_storage.back();
   r->answered = c.int64() != 0;
   r->callType = c.integer();
   r->faceTimeData = !c.isNull();
@@ -60,17 +61,18 @@ bool CCallHistoryQuery::onRow(sqlite3_stmt* stmt) {
   r->date = CCommonUtils::buildDateTimeBase2001(double(c.int64()));
   r->duration = c.real();
   r->address = c.text(); // text or blob, depending on the row
-  r->countryCode = c.text();
+  r->countryCode = c.text(m_repeated);
   r->name = c.text();
   r->pk = c.int64();
   if (m_hasServiceProvider) {
     r->hasServiceProvider = true;
-    r->serviceProvider = c.text();
+    r->serviceProvider = c.text(m_repeated);
   }
-  const auto location = m_locations.constFind(r->pk);
-  if (location != m_locations.constEnd()) {
+  if (m_hasLocation) {
     r->hasLocation = true;
-    r->location = location.value() == QLatin1String(kNoLocation) ? QString() : location.value();
+    const QString location = c.text(m_repeated);
+    if (location != QLatin1String(kNoLocation))
+      r->location = location;
   }
   m_records.append(r);
   return true;

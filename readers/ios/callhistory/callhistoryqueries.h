@@ -6,11 +6,14 @@
 // CallRecord per call, newest first, with the generation's own columns mapped
 // onto the same fields, so that one set of rules turns either into an item.
 #include "backup/cisqlitequery.h"
+#include "platform/common/sqlrow.h"
 
 #include <QDateTime>
 #include <QHash>
 #include <QList>
 #include <QString>
+
+#include <deque>
 
 struct CallRecord {
   qint64 pk = 0;
@@ -35,9 +38,9 @@ struct CallRecord {
   bool isFaceTime() const;
 };
 
-// ZCALLRECORD of CallHistory.storedata, newest first. Before the rows are read
-// it reads every call's location (the marker that the phone found none becomes
-// an empty text) and looks whether the store records each call's provider.
+// ZCALLRECORD of CallHistory.storedata, newest first, with each call's
+// provider and location where the store has those columns (the marker that
+// the phone found no location becomes an empty text).
 class CCallHistoryQuery : public CISQLiteQuery {
 public:
   static const char kNoLocation[]; // "<<RecentsNumberLocationNotFound>>"
@@ -45,16 +48,17 @@ public:
   CCallHistoryQuery();
   ~CCallHistoryQuery() override;
   const QList<CallRecord*>& records() const { return m_records; }
-  const QHash<qint64, QString>& locations() const { return m_locations; }
 
 protected:
   bool onRow(sqlite3_stmt* stmt) override;
   QString customSql(sqlite3* db) override;
 
 private:
-  QList<CallRecord*> m_records;
-  QHash<qint64, QString> m_locations; // z_pk -> zlocation
+  std::deque<CallRecord> m_storage; // the records, in one block per few dozen
+  QList<CallRecord*> m_records;     // into m_storage
+  SqlTextCache m_repeated;          // country codes, providers, places
   bool m_hasServiceProvider = false;
+  bool m_hasLocation = false;
 };
 
 // Table "call" of call_history.db, newest first. Flags: bit value 1 set for a

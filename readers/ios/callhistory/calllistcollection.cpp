@@ -26,7 +26,16 @@ QString home() { return QStringLiteral("HomeDomain"); }
 
 CCalllistCollection::CCalllistCollection(OxData* list, const QMap<QString, QString>& contactToName,
                                          const QMap<int, QString>& idToName)
-    : m_list(list), m_contactToName(contactToName), m_idToName(idToName), m_contacts(contactToName) {}
+    : m_list(list),
+      m_texts{tr("Canceled"),
+              tr("Missed"),
+              tr("Outgoing Calls"),
+              tr("Incoming Calls"),
+              tr("Outgoing FaceTime"),
+              tr("Outgoing FaceTime Audio"),
+              tr("Incoming FaceTime"),
+              tr("Incoming FaceTime Audio")},
+      m_contactToName(contactToName), m_idToName(idToName), m_contacts(contactToName) {}
 
 CCalllistCollection::~CCalllistCollection() = default;
 
@@ -143,25 +152,24 @@ OxCallHistoryItem* CCalllistCollection::buildItem(const CallRecord& r, bool olde
   const int seconds = r.duration > 0 && r.duration < 2147483647.0 ? int(r.duration) : 0;
   if (r.originated) {
     if (r.duration < 1) {
-      item->setValue(tr("Canceled"), OxCallHistoryItem::ColDuration);
+      item->setValue(m_texts.canceled, OxCallHistoryItem::ColDuration);
       item->setSortValue(-1, OxCallHistoryItem::ColDuration);
     } else {
       item->setValue(CCommonUtils::durationToString(seconds, true), OxCallHistoryItem::ColDuration);
       item->setSortValue(seconds, OxCallHistoryItem::ColDuration);
     }
   } else {
-    item->setValue(r.answered ? CCommonUtils::durationToString(seconds, true) : tr("Missed"),
+    item->setValue(r.answered ? CCommonUtils::durationToString(seconds, true) : m_texts.missed,
                    OxCallHistoryItem::ColDuration);
     item->setSortValue(seconds, OxCallHistoryItem::ColDuration);
   }
 
   const bool audio = r.callType == 16;
-  QString type;
-  if (r.isFaceTime())
-    type = r.originated ? (audio ? tr("Outgoing FaceTime Audio") : tr("Outgoing FaceTime"))
-                        : (audio ? tr("Incoming FaceTime Audio") : tr("Incoming FaceTime"));
-  else
-    type = r.originated ? tr("Outgoing Calls") : tr("Incoming Calls");
+  const Texts& t = m_texts;
+  const QString& type =
+      r.isFaceTime() ? (r.originated ? (audio ? t.outgoingFaceTimeAudio : t.outgoingFaceTime)
+                                     : (audio ? t.incomingFaceTimeAudio : t.incomingFaceTime))
+                     : (r.originated ? t.outgoing : t.incoming);
   item->setValue(type, OxCallHistoryItem::ColType);
 
   if (r.hasLocation)

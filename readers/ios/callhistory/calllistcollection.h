@@ -63,7 +63,14 @@ private:
   // Appends the store's recovered calls that no live one shows.
   void addDeleted(const QString& path, bool olderStore, const QList<CallRecord*>& live);
 
+  // The list's fixed texts, translated once rather than per call.
+  struct Texts {
+    QString canceled, missed, outgoing, incoming;
+    QString outgoingFaceTime, outgoingFaceTimeAudio, incomingFaceTime, incomingFaceTimeAudio;
+  };
+
   OxData* m_list; // not owned
+  Texts m_texts;
   QMap<QString, QString> m_contactToName;
   QMap<int, QString> m_idToName;
   QString m_oldCallDbPath;

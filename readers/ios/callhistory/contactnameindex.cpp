@@ -33,7 +33,7 @@ QString CContactNameIndex::find(const QString& numberOrAddress) const {
 void CContactNameIndex::Bucketed::add(const QString& key, int name) {
   if (key.size() < KeyChars)
     return; // five characters or fewer never match
-  buckets[key.right(KeyChars)].append(keys.size());
+  buckets[endingHash(key)].append(keys.size());
   keys.append(key);
   names.append(name);
 }
@@ -41,7 +41,7 @@ void CContactNameIndex::Bucketed::add(const QString& key, int name) {
 int CContactNameIndex::Bucketed::first(const QString& prepared) const {
   if (prepared.size() < KeyChars)
     return -1;
-  const auto it = buckets.constFind(prepared.right(KeyChars));
+  const auto it = buckets.constFind(endingHash(prepared));
   if (it == buckets.constEnd())
     return -1;
   for (int pos : it.value()) {

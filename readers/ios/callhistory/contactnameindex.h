@@ -8,8 +8,10 @@
 // characters and either ends with the other (case-sensitive); the first
 // matching key in key order gives the name. Two texts of which one ends with
 // the other share their last six characters, so the prepared keys are kept in
-// buckets by those, each bucket in key order, and a lookup only tries its own
-// bucket: the same first match as a walk over the whole map, without the walk.
+// buckets by the hash of those, each bucket in key order, and a lookup only
+// tries its own bucket (keys whose endings merely share the hash fail the
+// ending test): the same first match as a walk over the whole map, without the
+// walk.
 #include <QHash>
 #include <QMap>
 #include <QString>
@@ -33,7 +35,8 @@ private:
   struct Bucketed {
     QVector<QString> keys;                // prepared keys, in key order
     QVector<int> names;                   // index into m_names of each key
-    QHash<QString, QVector<int>> buckets; // last KeyChars characters -> positions in keys
+    QHash<uint, QVector<int>> buckets;    // hash of the last KeyChars characters -> positions in keys
+    static uint endingHash(const QString& key) { return qHash(QStringView(key).right(KeyChars)); }
     void add(const QString& key, int name);
     int first(const QString& prepared) const; // position of the first match, or -1
   };

@@ -79,6 +79,9 @@ TEST(CommonUtilsText, DateTextsInLocalTimeOrUtc) {
       {"duration past a day", "UTC", [] { return CCommonUtils::durationToString(93605, true); }, "26:00:05"},
       {"short duration without hours", "UTC", [] { return CCommonUtils::durationToString(65, false); }, "01:05"},
       {"negative duration", "UTC", [] { return CCommonUtils::durationToString(-5, true); }, "00:00:00"},
+      {"hours widen past 99", "UTC", [] { return CCommonUtils::durationToString(360061, true); }, "100:01:01"},
+      {"an hour shows hours unasked", "UTC", [] { return CCommonUtils::durationToString(3600, false); }, "01:00:00"},
+      {"nothing without hours", "UTC", [] { return CCommonUtils::durationToString(0, false); }, "00:00"},
   };
   for (const auto& r : rows) {
     qputenv("TZ", r.tz);

@@ -124,3 +124,40 @@ TEST(SqlDatabase, FailuresNameTheFileOrStatement) {
 }
 
 } // namespace
+
+TEST(SqlTextCache, HandsOutTheSameTextForTheSameBytes) {
+  const QByteArray longText(200, 'x');
+  struct Case {
+    const char* name;
+    QList<QByteArray> reads; // in order; the last one is checked
+    bool sharedWithFirst;    // the last read shares the first read's string
+  } cases[] = {
+      {"a repeated text is shared", {"US", "US"}, true},
+      {"a repeat after others is shared", {"Raleigh, NC", "US", "com.apple.Telephony", "Raleigh, NC"}, true},
+      {"different bytes give their own text", {"US", "GB"}, false},
+      {"a prefix is not the same text", {"Raleigh", "Raleigh, NC"}, false},
+      {"long texts are decoded each time", {longText, longText}, false},
+      {"an empty text is empty, not null", {"", ""}, true},
+      {"multibyte texts decode", {"Zürich", "Zürich"}, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    SqlTextCache cache;
+    QList<QString> got;
+    for (const QByteArray& b : c.reads)
+      got << cache.text(b.constData(), b.size());
+    for (int i = 0; i < got.size(); ++i) {
+      EXPECT_EQ(got[i], QString::fromUtf8(c.reads[i])) << i;
+      EXPECT_FALSE(got[i].isNull()) << i;
+    }
+    EXPECT_EQ(got.first().constData() == got.last().constData(), c.sharedWithFirst);
+  }
+
+  // Many distinct texts through few slots: each read still gives its own bytes.
+  SqlTextCache cache;
+  for (int round = 0; round < 2; ++round)
+    for (int i = 0; i < 500; ++i) {
+      const QByteArray b = "place " + QByteArray::number(i);
+      ASSERT_EQ(cache.text(b.constData(), b.size()), QString::fromLatin1(b)) << i;
+    }
+}
