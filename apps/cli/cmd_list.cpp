@@ -6,6 +6,7 @@
 #include "platform/backup/nzbackup.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
 #include <cstdio>
 
@@ -26,6 +27,11 @@ int runList(const QStringList& args) {
     return ExitUsage;
   }
   const QString root = positional.value(0);
+  if (!root.isEmpty() && !QFileInfo(root).isDir()) {
+    console::error(QFileInfo::exists(root) ? QStringLiteral("'%1' is a file, not a folder").arg(root)
+                                           : QStringLiteral("no folder '%1' here").arg(root));
+    return ExitBackupNotFound;
+  }
   const QList<BackupSummary> backups = NzBackup::listBackups(root);
   if (backups.isEmpty()) {
     console::note(QStringLiteral("no backups in %1")

@@ -192,6 +192,10 @@ TEST(CommandLine, RefusalsSayWhyFirstWithTheirExitCode) {
       {"two backups", {QStringLiteral("scan"), QStringLiteral("plain"), QStringLiteral("plain")}, 1,
        "sherd scan: expected one BACKUP argument (see --help)"},
       {"unknown command", {QStringLiteral("scna")}, 1, "sherd: unknown command 'scna'"},
+      {"list of a missing root", {QStringLiteral("list"), QStringLiteral("nowhere")}, 2,
+       "sherd list: no folder 'nowhere' here"},
+      {"list of a file", {QStringLiteral("list"), QStringLiteral("a-file")}, 2,
+       "sherd list: 'a-file' is a file, not a folder"},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.name);
