@@ -25,7 +25,7 @@ void printUsage(FILE* out) {
   std::fprintf(out, "Usage: sherd <command> [options]\n\nCommands:\n");
   for (const auto& c : kCommands)
     std::fprintf(out, "  %-10s %s\n", c.name, c.summary);
-  std::fprintf(out, "\nRun 'sherd <command> --help' for a command's options.\n");
+  std::fprintf(out, "\nRun 'sherd help <command>' or 'sherd <command> --help' for a command's options.\n");
 }
 
 // Blanks the values of the password options in the process's own argument
@@ -56,7 +56,12 @@ int main(int argc, char** argv) {
     printUsage(stderr);
     return cli::ExitUsage;
   }
-  const QString name = args.at(1);
+  QString name = args.at(1);
+  // "sherd help scan" is "sherd scan --help".
+  if (name == QLatin1String("help") && args.size() == 3) {
+    args = QStringList{args.at(0), args.at(2), QStringLiteral("--help")};
+    name = args.at(1);
+  }
   if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
     printUsage(stdout);
     return cli::ExitOk;

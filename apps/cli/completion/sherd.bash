@@ -25,7 +25,11 @@ _sherd() {
   local formats="html txt json csv ics vcf media"
   COMPREPLY=()
   if [[ $COMP_CWORD -eq 1 ]]; then
-    COMPREPLY=($(compgen -W "$commands --help --version" -- "$cur"))
+    COMPREPLY=($(compgen -W "$commands help --help --version" -- "$cur"))
+    return
+  fi
+  if [[ "${COMP_WORDS[1]}" == help ]]; then
+    [[ $COMP_CWORD -eq 2 ]] && COMPREPLY=($(compgen -W "$commands" -- "$cur"))
     return
   fi
   local common="--help --quiet --verbose"

@@ -283,9 +283,12 @@ TEST(CommandLine, PasswordsAppearInNoLineAndNoFile) {
     }
   }
   EXPECT_TRUE(QFileInfo::exists(out + QStringLiteral("/index.html")));
-  // Every command's help recommends the file or the prompt over --password.
+  // Every command's help recommends the file or the prompt over --password,
+  // and "sherd help <command>" shows the same help.
   for (const char* command : {"info", "scan", "dump", "export", "files", "extract"}) {
     const Outcome help = sherd({QLatin1String(command), QStringLiteral("--help")});
+    EXPECT_EQ(sherd({QStringLiteral("help"), QLatin1String(command)}).out, help.out) << command;
+    EXPECT_TRUE(help.out.startsWith("Usage: sherd " + QByteArray(command) + " [options]")) << help.out.constData();
     EXPECT_TRUE(help.out.contains("prefer\n") || help.out.contains("prefer ")) << command;
     EXPECT_TRUE(help.out.contains("--password-file")) << command;
   }
@@ -461,6 +464,7 @@ TEST(CommandLine, ShellCompletionKnowsEveryCommandAndOption) {
       {"formats", {"sherd", "export", "x", "--format", "i"}, {"ics"}},
       {"an identifier in the backup folder", {"sherd", "info", "00008"}, {"00008030ABCD"}},
       {"nothing after --password", {"sherd", "info", "--password", ""}, {}},
+      {"help for a command", {"sherd", "help", "ex"}, {"export", "extract"}},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.name);
