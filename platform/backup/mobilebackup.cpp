@@ -138,19 +138,54 @@ QString lastComponent(const QString& rel) {
   return slash < 0 ? rel : rel.mid(slash + 1);
 }
 
+// Copies a stored file into the temporary root. A plain copy, never synced to
+// disk: these copies live only as long as the process, and a forced sync per
+// file (what QFile::copy does) made a load with thousands of attachments
+// wait on the disk for most of its time.
 bool copyReplacing(const QString& from, const QString& to, QString* error) {
   if (QFileInfo::exists(to) && !QFile::remove(to)) {
     *error = QStringLiteral("cannot replace %1").arg(to);
     return false;
   }
   QFile src(from);
-  if (!src.copy(to)) {
+  if (!src.open(QIODevice::ReadOnly)) {
     *error = QStringLiteral("cannot copy %1 to %2: %3").arg(from, to, src.errorString());
     return false;
   }
+  QFile dst(to);
+  if (!dst.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+    *error = QStringLiteral("cannot copy %1 to %2: %3").arg(from, to, dst.errorString());
+    return false;
+  }
+  static const qint64 kBlock = 1 << 18;
+  QByteArray buffer(int(kBlock), Qt::Uninitialized);
+  for (;;) {
+    const qint64 got = src.read(buffer.data(), kBlock);
+    if (got < 0) {
+      *error = QStringLiteral("cannot copy %1 to %2: %3").arg(from, to, src.errorString());
+      dst.close();
+      QFile::remove(to);
+      return false;
+    }
+    if (got == 0)
+      break;
+    if (dst.write(buffer.constData(), got) != got) {
+      *error = QStringLiteral("cannot copy %1 to %2: %3").arg(from, to, dst.errorString());
+      dst.close();
+      QFile::remove(to);
+      return false;
+    }
+  }
+  if (!dst.flush()) {
+    *error = QStringLiteral("cannot copy %1 to %2: %3").arg(from, to, dst.errorString());
+    dst.close();
+    QFile::remove(to);
+    return false;
+  }
+  dst.close();
   // Copies of read-only stored files must stay writable for SQLite's
   // companions and for clearing the folder later.
-  QFile::setPermissions(to, QFile::permissions(to) | QFileDevice::WriteOwner | QFileDevice::ReadOwner);
+  QFile::setPermissions(to, src.permissions() | QFileDevice::WriteOwner | QFileDevice::ReadOwner);
   return true;
 }
 

@@ -40,6 +40,7 @@ void CNoteCollection::load(MobileBackup* backup) {
   m_extractFolder = Utils::tempPath() + QStringLiteral("NotesFiles");
   // One index of the file list per load serves every attachment search.
   m_index.build(backup);
+  m_copies.reset(backup, m_extractFolder);
 
   if (!backup->generalSqlDbFile(prefix, kNotesDomain, QStringLiteral("NoteStore.sqlite")).isEmpty())
     loadModern();
@@ -54,7 +55,7 @@ void CNoteCollection::load(MobileBackup* backup) {
     CNoteQuery query(m_list, m_deviceType);
     query.setModernIdentifiers(m_modernIds);
     query.setRecoverDeleted(m_recoverDeleted);
-    query.prepareAttachments(legacy, backup, m_extractFolder + QStringLiteral("/legacy"));
+    query.prepareAttachments(legacy, backup, &m_copies);
     query.query(legacy, m_progress);
   }
 }
@@ -164,20 +165,31 @@ OxNoteItem::NotePiece* CNoteCollection::modernAttachment(IosNote& store, const I
 }
 
 QString CNoteCollection::findAttachment(const QString& identifier, bool previews, bool* oriented) {
-  QString taken;
+  // The file taken is the last upright one (its path says "oriented") that
+  // can be copied, else the first one that can: later files only replace the
+  // first one when they are already upright. Tried in that order, so that
+  // only the file taken is copied.
+  QVector<int> upright;
+  QVector<int> others;
   for (int index : m_index.find(kNotesDomain, identifier)) {
     const BackupFileRecord r = m_backup->fileAt(index);
     if (r.relativePath.contains(QLatin1String("/Previews/")) != previews)
       continue;
-    const bool isOriented = r.relativePath.contains(QLatin1String("oriented"));
-    // Later files only replace the first one when they are already upright.
-    if (!taken.isEmpty() && !isOriented)
-      continue;
-    const QString local = m_backup->extractFile(index, QDir(m_extractFolder).filePath(QString::number(index)));
-    if (local.isEmpty() || !QFileInfo::exists(local))
-      continue;
-    taken = local;
-    *oriented = isOriented;
+    (r.relativePath.contains(QLatin1String("oriented")) ? upright : others).append(index);
   }
-  return taken;
+  for (auto it = upright.crbegin(); it != upright.crend(); ++it) {
+    const QString local = m_copies.copy(*it);
+    if (!local.isEmpty()) {
+      *oriented = true;
+      return local;
+    }
+  }
+  for (int index : qAsConst(others)) {
+    const QString local = m_copies.copy(index);
+    if (!local.isEmpty()) {
+      *oriented = false;
+      return local;
+    }
+  }
+  return QString();
 }

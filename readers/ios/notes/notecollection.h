@@ -48,4 +48,5 @@ private:
   QStringList m_passwords;
   NoteFileIndex m_index;
   QString m_extractFolder;
+  NoteFileCopies m_copies; // the attachment files copied in this load
 };

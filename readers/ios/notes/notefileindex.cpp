@@ -2,6 +2,8 @@
 
 #include "platform/backup/mobilebackup.h"
 
+#include <QFileInfo>
+
 namespace {
 
 bool isHex(QChar c) {
@@ -66,4 +68,30 @@ QVector<int> NoteFileIndex::find(const QString& domain, const QString& identifie
     if (m_backup->fileAt(i).relativePath.contains(identifier))
       out.append(i);
   return out;
+}
+
+void NoteFileCopies::reset(MobileBackup* backup, const QString& folder) {
+  m_backup = backup;
+  m_folder = folder;
+  m_copies.clear();
+  m_names.clear();
+}
+
+QString NoteFileCopies::copy(int index) {
+  const auto done = m_copies.constFind(index);
+  if (done != m_copies.constEnd())
+    return done.value();
+  QString local;
+  if (m_backup && index >= 0 && index < m_backup->fileCount()) {
+    const QString name = m_backup->fileAt(index).fileName();
+    const bool shared = !name.isEmpty() && !m_names.contains(name);
+    local = m_backup->extractFile(index, m_folder + (shared ? QStringLiteral("/files")
+                                                             : QLatin1Char('/') + QString::number(index)));
+    if (!local.isEmpty() && !QFileInfo::exists(local))
+      local.clear();
+    if (!local.isEmpty() && shared)
+      m_names.insert(name);
+  }
+  m_copies.insert(index, local);
+  return local;
 }

@@ -6,6 +6,7 @@
 // contains the identifier holds it), and checks the exact rule on those; so
 // the answer is the one a scan of the whole list gives, without the scan.
 #include <QHash>
+#include <QSet>
 #include <QString>
 #include <QVector>
 
@@ -24,4 +25,23 @@ private:
   MobileBackup* m_backup = nullptr;
   QHash<QString, QVector<int>> m_byDomain;
   QHash<QString, QVector<int>> m_byToken; // key: domain + '\n' + UUID token (upper-case)
+};
+
+// Local copies of the backup's attachment files under one folder of the
+// temporary root, each made at most once per load and only when a note shows
+// the file. A copy keeps the file's own name: it goes into "files" under the
+// folder, or, when another file already took that name, into a sub-folder
+// named by its record number.
+class NoteFileCopies {
+public:
+  void reset(MobileBackup* backup, const QString& folder);
+  // The copy of record index; empty when it cannot be made (asked again, the
+  // answer is the same, without a second try).
+  QString copy(int index);
+
+private:
+  MobileBackup* m_backup = nullptr;
+  QString m_folder;
+  QHash<int, QString> m_copies;
+  QSet<QString> m_names; // names taken in "files"
 };

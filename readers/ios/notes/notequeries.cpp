@@ -7,6 +7,7 @@
 #include "platform/common/log.h"
 #include "platform/common/sqlrow.h"
 #include "readers/ios/notes/deletednotes.h"
+#include "readers/ios/notes/notefileindex.h"
 #include "readers/ios/notes/notethumbnail.h"
 #include "service/progress.h"
 
@@ -176,7 +177,7 @@ void CNoteQuery::appendNote(const LegacyNoteRow& n, bool recovered) {
         if (i >= contentIds.size())
           continue;
         const AttachmentInfo info = noteAttachments->value(contentIds.at(i));
-        const QString path = m_attachFiles.value(info.primaryKey);
+        const QString path = attachmentFile(info.primaryKey);
         if (path.isEmpty())
           continue;
         auto* piece = new OxNoteItem::NotePiece;
@@ -197,7 +198,7 @@ void CNoteQuery::appendNote(const LegacyNoteRow& n, bool recovered) {
   m_list->append(item);
 }
 
-void CNoteQuery::prepareAttachments(const QStringList& files, MobileBackup* backup, const QString& extractFolder) {
+void CNoteQuery::prepareAttachments(const QStringList& files, MobileBackup* backup, NoteFileCopies* copies) {
   // The oldest store has no attachment table; it is left out rather than
   // logged as a failing statement.
   QStringList withTable;
@@ -208,7 +209,10 @@ void CNoteQuery::prepareAttachments(const QStringList& files, MobileBackup* back
   }
   NoteAttachQuery attach(this);
   attach.query(withTable, nullptr);
-  if (!backup)
+  m_copies = copies;
+  m_attachRecords.clear();
+  m_attachFiles.clear();
+  if (!backup || !copies)
     return;
   const int n = backup->fileCount();
   for (int i = 0; i < n; ++i) {
@@ -223,10 +227,20 @@ void CNoteQuery::prepareAttachments(const QStringList& files, MobileBackup* back
     const int key = folder.mid(1).toInt(&ok);
     if (!ok)
       continue;
-    const QString local = backup->extractFile(i, QDir(extractFolder).filePath(QString::number(i)));
-    if (!local.isEmpty())
-      m_attachFiles.insert(key, local);
+    m_attachRecords[key].append(i);
   }
+}
+
+QString CNoteQuery::attachmentFile(int key) {
+  const auto done = m_attachFiles.constFind(key);
+  if (done != m_attachFiles.constEnd())
+    return done.value();
+  QString local;
+  const QVector<int> records = m_attachRecords.value(key);
+  for (auto it = records.crbegin(); m_copies && local.isEmpty() && it != records.crend(); ++it)
+    local = m_copies->copy(*it);
+  m_attachFiles.insert(key, local);
+  return local;
 }
 
 NoteAttachQuery::NoteAttachQuery(CNoteQuery* owner) : m_owner(owner) {

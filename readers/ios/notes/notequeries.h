@@ -10,8 +10,10 @@
 #include <QSet>
 #include <QString>
 #include <QTextDocument>
+#include <QVector>
 
 class MobileBackup;
+class NoteFileCopies;
 struct LegacyNoteRow;
 class OxData;
 class OxNoteItem;
@@ -33,16 +35,15 @@ public:
   // Whether each store's deleted notes that its files still hold follow its
   // live ones, flagged ItemDeleted (deletednotes.h); on by default.
   void setRecoverDeleted(bool on) { m_recoverDeleted = on; }
-  // Reads the attachment rows of the databases and copies the attachment files
-  // out of the backup (one pass over its file list) into extractFolder, which
-  // lies under the temporary root.
-  void prepareAttachments(const QStringList& files, MobileBackup* backup, const QString& extractFolder);
+  // Reads the attachment rows of the databases and finds the attachment files
+  // of the backup (one pass over its file list); a file is copied out through
+  // copies when a note shows it.
+  void prepareAttachments(const QStringList& files, MobileBackup* backup, NoteFileCopies* copies);
   // Runs the first statement pair that the database's schema accepts: the
   // Core Data store's, else the oldest store's.
   void query(const QStringList& files, CIProgressCallback* progress) override;
 
   // What prepareAttachments found; for tests.
-  const QMap<int, QString>& attachmentFiles() const { return m_attachFiles; }
   const QMap<qint64, QMap<QString, AttachmentInfo>>& attachments() const { return m_attachments; }
 
   // Turns a legacy HTML body into plain text with U+FFFC where its object
@@ -58,11 +59,16 @@ private:
   friend class NoteAttachQuery;
   // Builds a note's item and appends it; a recovered one is flagged deleted.
   void appendNote(const LegacyNoteRow& note, bool recovered);
+  // The local copy of an attachment key's file: the last of its files that
+  // can be copied; empty when none can.
+  QString attachmentFile(int key);
 
   OxData* m_list;
   QString m_deviceType;
   QTextDocument m_doc;
-  QMap<int, QString> m_attachFiles;                         // attachment key -> local file
+  NoteFileCopies* m_copies = nullptr;                        // not owned
+  QMap<int, QVector<int>> m_attachRecords;                   // attachment key -> its files' records
+  QHash<int, QString> m_attachFiles;                         // attachment key -> local copy, once asked
   QMap<qint64, QMap<QString, AttachmentInfo>> m_attachments; // note key -> content id -> row
   QSet<QString> m_modernIds;
   QSet<qint64> m_icloudStores;

@@ -10,6 +10,9 @@
 #include "samples/apps/notes.h"
 #include "tests/support/testdata.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QImage>
 #include <QMap>
@@ -268,6 +271,65 @@ TEST_F(NoteBackup, FileIndexFindsWhatAWalkOverTheListFinds) {
       EXPECT_EQ(index.find(domain, q), walked) << domain.toStdString() << " " << q.toStdString();
     }
   }
+}
+// Attachment copies: made when asked, once each, under their own names, and
+// two files of one name never overwrite each other.
+TEST_F(NoteBackup, FileCopiesAreMadeOnceAndKeepTheirNames) {
+  MobileBackup* backup = open({file(kNotesDomain, QStringLiteral("Accounts/X/Media/A/photo.jpeg"), "first"),
+                               file(kNotesDomain, QStringLiteral("Accounts/X/Media/B/photo.jpeg"), "second"),
+                               file(kNotesDomain, QStringLiteral("Accounts/X/Media/C/clip.mov"), "third")});
+  ASSERT_TRUE(backup);
+  auto indexOf = [&](const char* rel) {
+    return backup->findFile(kNotesDomain, QString::fromLatin1(rel));
+  };
+  const int first = indexOf("Accounts/X/Media/A/photo.jpeg");
+  const int second = indexOf("Accounts/X/Media/B/photo.jpeg");
+  const int third = indexOf("Accounts/X/Media/C/clip.mov");
+  const QString folder = Utils::tempPath() + QStringLiteral("CopiesTest");
+  NoteFileCopies copies;
+  copies.reset(backup, folder);
+  EXPECT_FALSE(QFileInfo::exists(folder)) << "nothing is copied before it is asked for";
+
+  auto bytes = [](const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
+  };
+  struct Row {
+    const char* name;
+    int index;
+    QByteArray content; // empty: no copy
+    const char* fileName;
+  } rows[] = {
+      {"a file", first, "first", "photo.jpeg"},
+      {"another file of the same name", second, "second", "photo.jpeg"},
+      {"a third name", third, "third", "clip.mov"},
+      {"no such record", 9999, "", ""},
+      {"a negative record", -1, "", ""},
+  };
+  QSet<QString> paths;
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.name);
+    const QString local = copies.copy(r.index);
+    if (r.content.isEmpty()) {
+      EXPECT_TRUE(local.isEmpty());
+      continue;
+    }
+    ASSERT_FALSE(local.isEmpty());
+    EXPECT_TRUE(Utils::isInsideTempPath(local));
+    EXPECT_EQ(QFileInfo(local).fileName(), QString::fromLatin1(r.fileName));
+    EXPECT_EQ(bytes(local), r.content);
+    EXPECT_FALSE(paths.contains(local));
+    paths.insert(local);
+  }
+  // Asked again: the same copy, not made a second time.
+  const QString again = copies.copy(first);
+  QFile marker(again);
+  ASSERT_TRUE(marker.open(QIODevice::WriteOnly | QIODevice::Truncate));
+  marker.write("marked");
+  marker.close();
+  EXPECT_EQ(copies.copy(first), again);
+  EXPECT_EQ(bytes(again), QByteArray("marked"));
+  QDir(folder).removeRecursively();
 }
 } // namespace
 
