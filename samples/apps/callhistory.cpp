@@ -194,8 +194,17 @@ QList<StoredFile> sampleCallHistoryFiles() {
   // the current one is read.
   const QList<OldCall> older{{1, QStringLiteral("+14155550123"), 1262340000, 60, 5, 1, QString()}};
 
-  return callHistoryStoreFiles(calls) + oldCallHistoryFiles(older) + addressBookFiles(contacts) +
-         voicemailFiles(voicemail);
+  // Two calls the owner deleted from the list; the log still holds them.
+  call(9, day + 100000, QStringLiteral("+15105550142"), 1, 0, 75)->name = QStringLiteral("Locksmith Nord");
+  call(10, day + 101000, QStringLiteral("+15105550142"), 0, 1, 33);
+  QByteArray wal;
+  const QByteArray db = build(QStringList{QStringLiteral("PRAGMA secure_delete=off")} + callHistoryStatements(calls) +
+                                  QStringList{QStringLiteral("DELETE FROM ZCALLRECORD WHERE Z_PK IN (9, 10)")},
+                              true, &wal);
+  const QString home = QStringLiteral("HomeDomain");
+  const QString path = QStringLiteral("Library/CallHistoryDB/CallHistory.storedata");
+  return QList<StoredFile>{file(home, path, db), file(home, path + QStringLiteral("-wal"), wal)} +
+         oldCallHistoryFiles(older) + addressBookFiles(contacts) + voicemailFiles(voicemail);
 }
 
 } // namespace fixture

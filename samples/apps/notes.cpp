@@ -743,7 +743,15 @@ QList<StoredFile> sampleNoteFiles() {
   first.title = QStringLiteral("First phone note");
   first.html = QStringLiteral("First phone note<br>Written on the first iPhone.");
   first.modified = 250000000;
-  return modernFiles({shopping, budget, safe, diary, old}, ModernLayout::Ios15) + legacyFiles({again, garden}, {first});
+  // Written on an old system and deleted there; its bytes stay in the file.
+  LegacyNote purged;
+  purged.guid = QStringLiteral("legacy-0002");
+  purged.title = QStringLiteral("Surprise party guests");
+  purged.html = QStringLiteral("<div>Surprise party guests</div><div>Anna, Ben, Carl</div>");
+  purged.modified = 380000000;
+  purged.purged = true;
+  return modernFiles({shopping, budget, safe, diary, old}, ModernLayout::Ios15) +
+         legacyFiles({again, garden, purged}, {first});
 }
 
 } // namespace notes

@@ -174,12 +174,20 @@ QList<StoredFile> sampleSafariFiles() {
   }));
   // 2022-04-30 18:00 UTC is 673034400 seconds after 2001-01-01.
   const double t0 = 673034400;
-  files << historyDbFiles(historyStatements({
-      {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB Fahrplan"), t0},
-      {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB Fahrplan"), t0 + 3600.5},
-      {QStringLiteral("https://en.wikipedia.org/wiki/Glima"), QStringLiteral("Glíma – Wikipedia"), t0 + 7200},
-      {QStringLiteral("https://example.org/redirected"), QString(), t0 + 7300},
-  }));
+  // The last two visits were cleared from the history, the gift page with
+  // them; the log still holds their rows.
+  files << historyDbFiles(
+      QStringList{QStringLiteral("PRAGMA secure_delete=off")} +
+      historyStatements({
+          {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB Fahrplan"), t0},
+          {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB Fahrplan"), t0 + 3600.5},
+          {QStringLiteral("https://en.wikipedia.org/wiki/Glima"), QStringLiteral("Glíma – Wikipedia"), t0 + 7200},
+          {QStringLiteral("https://example.org/redirected"), QString(), t0 + 7300},
+          {QStringLiteral("https://gifts.example/anniversary"), QStringLiteral("Anniversary gift ideas"), t0 + 9000},
+          {QStringLiteral("https://www.bahn.de/"), QStringLiteral("DB Fahrplan – Paris"), t0 + 9100},
+      }) +
+      QStringList{sqlf("DELETE FROM history_visits WHERE visit_time >= %1", QString::number(t0 + 9000, 'f', 0)),
+                  QStringLiteral("DELETE FROM history_items WHERE url = 'https://gifts.example/anniversary'")});
   files << file(QStringLiteral("HomeDomain"), QStringLiteral("Library/Safari/History.plist"),
                 historyPlist({{QStringLiteral("http://www.example.com/old/page"), QStringLiteral("Old page"), {}},
                               {QStringLiteral("http://short.example/x"),

@@ -303,8 +303,24 @@ WhatsappDb sampleWhatsappWalRows() {
 } // namespace
 
 QList<StoredFile> sampleWhatsappFiles() {
-  QList<StoredFile> files = whatsappDbFilesFrom(whatsappSchema() + whatsappInserts(sampleWhatsappRows()),
-                                                whatsappInserts(sampleWhatsappWalRows()));
+  // What the owner deleted and the files still hold: a message of Anna's chat
+  // in the main file, another one in the log, and a whole chat in the log.
+  WhatsappDb gone;
+  gone.messages << msg(9, 1, 9, 18, QStringLiteral("The door code is 4711, delete this please"));
+  WhatsappDb goneInLog;
+  goneInLog.sessions = {{7, QStringLiteral("4915177777777@s.whatsapp.net"), QStringLiteral("Dora Lind"), 0, 0,
+                         kT0 + 2 * 86400, 0, 0}};
+  goneInLog.messages << msg(43, 1, 10, 60, QStringLiteral("Forget what I said about Saturday"), 1)
+                     << msg(50, 7, 1, 2880, QStringLiteral("Are you selling the old rope?"))
+                     << msg(51, 7, 2, 2885, QStringLiteral("Yes, 20 euros and it is yours"), 1);
+  goneInLog.messages[1].fromJid = goneInLog.sessions.first().jid;
+  QList<StoredFile> files = whatsappDbFilesFrom(
+      QStringList{QStringLiteral("PRAGMA secure_delete=off")} + whatsappSchema() +
+          whatsappInserts(sampleWhatsappRows()) + whatsappInserts(gone) +
+          QStringList{QStringLiteral("DELETE FROM ZWAMESSAGE WHERE Z_PK = 9")},
+      whatsappInserts(sampleWhatsappWalRows()) + whatsappInserts(goneInLog) +
+          QStringList{QStringLiteral("DELETE FROM ZWAMESSAGE WHERE Z_PK IN (43, 50, 51)"),
+                      QStringLiteral("DELETE FROM ZWACHATSESSION WHERE Z_PK = 7")});
   // 2022-04-15 08:10 UTC and later: the times the media arrived.
   files << whatsappMediaFile(annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.jpg"), 1650010200)
         << whatsappMediaFile(annaMedia("a4f1c2d0-1111-4a2b-9c3d-000000000001.thumb"), 1650010200)

@@ -77,7 +77,7 @@ TEST(BackupLoader, LoadsEveryTypeWithRisingProgressAndTheListsCounts) {
     EXPECT_LE(r.percents.at(i - 1), r.percents.at(i)) << "at report " << i;
   for (int i = 0; i < r.types.size(); ++i)
     EXPECT_EQ(r.counts.at(i), loader.registry()->getOxData(r.types.at(i))->count(OxData::CountRaw));
-  EXPECT_EQ(r.counts.at(OxBackup::WhatsApp), 4);
+  EXPECT_EQ(r.counts.at(OxBackup::WhatsApp), 5); // one of them recovered deleted
   EXPECT_EQ(loader.registry()->backupPropertyOriginal(1).isEmpty(), false) << "the iOS version is filled";
 }
 
@@ -141,7 +141,7 @@ TEST(MainWindow, CancelStopsTheLoadBetweenReadersAndShowsWhatWasRead) {
   ASSERT_TRUE(finished.wait(kLoadTimeout));
   EXPECT_TRUE(finished.at(0).at(0).toBool());
   const OxBackup* registry = window.loader()->registry();
-  EXPECT_EQ(registry->getOxData(OxBackup::WhatsApp)->count(OxData::CountRaw), 4) << "read before the cancel";
+  EXPECT_EQ(registry->getOxData(OxBackup::WhatsApp)->count(OxData::CountRaw), 5) << "read before the cancel";
   EXPECT_EQ(registry->getOxData(OxBackup::Notes)->count(OxData::CountRaw), 0) << "never read";
   EXPECT_EQ(registry->getOxData(OxBackup::CallHistory)->count(OxData::CountRaw), 0) << "never read";
   EXPECT_TRUE(window.statusText().contains(QStringLiteral("7 of 11"))) << qPrintable(window.statusText());
@@ -181,8 +181,8 @@ TEST(MainWindow, SidebarListsEveryTypeWithItsCountAndCategories) {
   LoadedWindow w;
   const QTreeWidget* sidebar = w.window.sidebar();
   ASSERT_EQ(sidebar->topLevelItemCount(), OxBackup::DataTypeCount);
-  EXPECT_EQ(sidebar->topLevelItem(OxBackup::WhatsApp)->text(0), QStringLiteral("WhatsApp (4)"));
-  EXPECT_EQ(sidebar->topLevelItem(OxBackup::Notes)->text(0), QStringLiteral("Notes (6)"));
+  EXPECT_EQ(sidebar->topLevelItem(OxBackup::WhatsApp)->text(0), QStringLiteral("WhatsApp (5)"));
+  EXPECT_EQ(sidebar->topLevelItem(OxBackup::Notes)->text(0), QStringLiteral("Notes (7)"));
   // Every chat app of the sample has chats now: none of them is greyed.
   EXPECT_EQ(sidebar->topLevelItem(OxBackup::Viber)->foreground(0), sidebar->topLevelItem(OxBackup::Kik)->foreground(0));
   const QTreeWidgetItem* calls = sidebar->topLevelItem(OxBackup::CallHistory);
@@ -200,14 +200,14 @@ TEST(MainWindow, SidebarListsEveryTypeWithItsCountAndCategories) {
 TEST(MainWindow, FiltersTicksAndCountsOfTheShownList) {
   LoadedWindow w;
   ASSERT_TRUE(w.window.showType(OxBackup::Notes));
-  EXPECT_EQ(w.window.tableModel()->rowCount(), 6);
+  EXPECT_EQ(w.window.tableModel()->rowCount(), 7);
   CheckBoxHeaderView* header = w.window.header();
   EXPECT_EQ(header->checkState(), Qt::Checked) << "everything starts ticked";
 
   w.window.tableModel()->setData(w.window.tableModel()->index(0, 0), Qt::Unchecked, Qt::CheckStateRole);
   EXPECT_EQ(header->checkState(), Qt::PartiallyChecked);
-  EXPECT_TRUE(w.window.statusText().startsWith(QStringLiteral("6 items"))) << qPrintable(w.window.statusText());
-  EXPECT_TRUE(w.window.statusText().contains(QStringLiteral("5 checked"))) << qPrintable(w.window.statusText());
+  EXPECT_TRUE(w.window.statusText().startsWith(QStringLiteral("7 items"))) << qPrintable(w.window.statusText());
+  EXPECT_TRUE(w.window.statusText().contains(QStringLiteral("6 checked"))) << qPrintable(w.window.statusText());
 
   w.window.setTextFilter(QStringLiteral("BUDGET"));
   EXPECT_EQ(w.names(), QStringList{QStringLiteral("Trip budget")});
@@ -216,12 +216,13 @@ TEST(MainWindow, FiltersTicksAndCountsOfTheShownList) {
 
   header->setCheckState(Qt::Unchecked); // as a click on the box does
   w.window.setTextFilter(QString());
-  EXPECT_EQ(w.window.loader()->registry()->getNote()->count(OxData::CountFilteredChecked), 4)
+  EXPECT_EQ(w.window.loader()->registry()->getNote()->count(OxData::CountFilteredChecked), 5)
       << "the box unticked the one shown note only";
   EXPECT_EQ(header->checkState(), Qt::PartiallyChecked);
 
   w.window.setStateFilter(OxData::FilterDeletedOnly);
-  EXPECT_EQ(w.window.tableModel()->rowCount(), 0) << "the sample has no deleted notes";
+  // The sample's one deleted note, the first row, unticked above.
+  EXPECT_EQ(w.names(), QStringList{QStringLiteral("Surprise party guests")});
   EXPECT_EQ(header->checkState(), Qt::Unchecked);
 }
 
@@ -232,9 +233,10 @@ TEST(MainWindow, ChatOpensAsATranscriptOldestFirst) {
   ASSERT_GE(row, 0);
   ASSERT_TRUE(w.window.selectRow(row));
   const ChatTranscriptView* transcript = w.window.detail()->transcript();
-  ASSERT_EQ(transcript->messageCount(), 8);
+  ASSERT_EQ(transcript->messageCount(), 10); // two of them recovered deleted
   EXPECT_EQ(transcript->messageAt(0)->content(), QStringLiteral("Hi Anna, are we still on for Saturday?"));
-  EXPECT_EQ(transcript->messageAt(7)->content(), QStringLiteral("One more thing: bring water"));
+  EXPECT_EQ(transcript->messageAt(8)->content(), QStringLiteral("One more thing: bring water"));
+  EXPECT_EQ(transcript->messageAt(9)->content(), QStringLiteral("Forget what I said about Saturday"));
   for (int i = 1; i < transcript->messageCount(); ++i)
     EXPECT_LE(transcript->messageAt(i - 1)->msgDate(), transcript->messageAt(i)->msgDate());
 
@@ -273,13 +275,13 @@ TEST(MainWindow, RecoverWritesExactlyTheCheckedItemsOfTheViews) {
   QMap<int, int> written;
   for (const ExportTypeSummary& t : summary.types)
     written[t.type] = t.items;
-  EXPECT_EQ(written.value(OxBackup::WhatsApp), 3);
+  EXPECT_EQ(written.value(OxBackup::WhatsApp), 4);
   EXPECT_FALSE(written.contains(OxBackup::Kik)) << "nothing of Kik was checked";
   EXPECT_EQ(written.value(OxBackup::Line), 1);
-  EXPECT_EQ(written.value(OxBackup::Notes), 6) << "untouched lists give all their items";
+  EXPECT_EQ(written.value(OxBackup::Notes), 7) << "untouched lists give all their items";
 
   const QStringList chats = QDir(folder + QStringLiteral("/WhatsApp")).entryList({QStringLiteral("*.html")});
-  EXPECT_EQ(chats.size(), 3);
+  EXPECT_EQ(chats.size(), 4);
   EXPECT_FALSE(chats.contains(QStringLiteral("Carl Diaz.html")));
   EXPECT_TRUE(chats.contains(QStringLiteral("Anna Berg.html")));
   EXPECT_EQ(QDir(folder + QStringLiteral("/Line")).entryList({QStringLiteral("*.html")}),

@@ -318,7 +318,8 @@ TEST_F(CallHistory, ServiceLoadsCallsThenVoicemail) {
   service.loadWhatsappOnly(10);
   service.onEndLoadWhatsappOnly();
   OxData* calls = service.getOxData(10);
-  EXPECT_EQ(calls->categoryItemCount(QStringLiteral("Call History")), 8);
+  EXPECT_EQ(calls->categoryItemCount(QStringLiteral("Call History")), 10);
+  EXPECT_EQ(calls->allDeletedCount(), 2); // the two the owner deleted
   EXPECT_EQ(calls->categoryItemCount(QStringLiteral("Voice Mail")), 2);
   EXPECT_EQ(calls->firstLayerOrder().mid(0, 2).join('|'), QStringLiteral("Call History|Voice Mail"));
 }
