@@ -54,6 +54,8 @@ private:
   void open(char c);
   void close(char c);
   void raw(const QByteArray& bytes);
+  // Writes the buffer out once it has grown past a few dozen kilobytes.
+  void spill();
 
   FILE* m_out;
   QByteArray m_buffer;
