@@ -1,17 +1,55 @@
 #include "readers/whatsapp/whatsappqueries.h"
 
+#include "platform/common/log.h"
 #include "platform/common/sqlrow.h"
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
 
 #include <sqlite3.h>
 
 // ---- chat sessions ----
 
+namespace {
+QString sessionSelect(bool hidden, bool removed) {
+  return QStringLiteral("select z_pk, zcontactabid, zsessiontype, zpartnername, zcontactjid, %1 "
+                        "from zwachatsession where %2 order by zlastmessagedate desc")
+      .arg(removed ? QStringLiteral("zremoved") : QStringLiteral("0"),
+           hidden ? QStringLiteral("zhidden = 0") : QStringLiteral("1"));
+}
+
+QString sessionCount(bool hidden) {
+  return QStringLiteral("select count(*) from zwachatsession where %1")
+      .arg(hidden ? QStringLiteral("zhidden = 0") : QStringLiteral("1"));
+}
+} // namespace
+
 CWAChatSessionQuery::CWAChatSessionQuery() {
-  m_sqls << QStringLiteral("select z_pk, zcontactabid, zsessiontype, zpartnername, zcontactjid, zremoved "
-                           "from zwachatsession where zhidden = 0 order by zlastmessagedate desc");
-  m_countSqls << QStringLiteral("select count(*) from zwachatsession where zhidden = 0");
+  m_sqls << sessionSelect(true, true);
+  m_countSqls << sessionCount(true);
+}
+
+void CWAChatSessionQuery::query(const QStringList& files, CIProgressCallback* progress) {
+  for (const QString& path : files) {
+    bool hidden = true;
+    bool removed = true;
+    {
+      SqlDatabase db;
+      if (!path.isEmpty() && QFile::exists(path) && db.open(path) &&
+          db.hasTable(QStringLiteral("zwachatsession"))) {
+        hidden = db.hasColumn(QStringLiteral("zwachatsession"), QStringLiteral("zhidden"));
+        removed = db.hasColumn(QStringLiteral("zwachatsession"), QStringLiteral("zremoved"));
+      }
+    }
+    for (const char* column : {hidden ? nullptr : "ZHIDDEN", removed ? nullptr : "ZREMOVED"})
+      if (column)
+        Log("WhatsApp", 1, "WhatsApp: %s lacks column %s; read without it",
+            qPrintable(QFileInfo(path).fileName()), column);
+    m_sqls = QStringList{sessionSelect(hidden, removed)};
+    m_countSqls = QStringList{sessionCount(hidden)};
+    CISQLiteQuery::query(QStringList{path}, progress);
+  }
 }
 
 CWAChatSessionQuery::~CWAChatSessionQuery() { qDeleteAll(m_sessions); }

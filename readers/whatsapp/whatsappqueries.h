@@ -67,11 +67,15 @@ struct WAMessage {
 };
 
 // Visible chats, newest last message first (hidden system sessions are left out).
+// Chats. Stores without ZHIDDEN or ZREMOVED (older app versions) are read
+// without them, with a logged line that names the file and the column: every
+// chat is then shown, and none counts as removed.
 class CWAChatSessionQuery : public CISQLiteQuery {
 public:
   CWAChatSessionQuery();
   ~CWAChatSessionQuery() override;
   const QList<WAChatSession*>& sessions() const { return m_sessions; }
+  void query(const QStringList& files, CIProgressCallback* progress) override;
 
 protected:
   bool onRow(sqlite3_stmt* stmt) override;

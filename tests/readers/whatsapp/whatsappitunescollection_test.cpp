@@ -130,6 +130,11 @@ TEST_F(WhatsappBackup, BadInputsLoadWhatCanBeLoaded) {
   } cases[] = {
       {"backup without WhatsApp: nothing to read, no error", elsewhere, 0, 0, nullptr},
       {"no member table", with(sql("DROP TABLE ZWAGROUPMEMBER")), 2, 4, "its rows are not read"},
+      {"chats without ZHIDDEN and ZREMOVED: read without them",
+       with(sql("DROP INDEX Z_WAChatSession_byRemovedIndex;ALTER TABLE ZWACHATSESSION DROP COLUMN ZHIDDEN;"
+                "ALTER TABLE ZWACHATSESSION DROP COLUMN ZREMOVED")),
+       2,
+       4, nullptr},
       {"no message table", with(sql("DROP TABLE ZWAMESSAGE")), 2, 0, "its rows are not read"},
       {"media table without ZTITLE", with(sql("ALTER TABLE ZWAMEDIAITEM DROP COLUMN ZTITLE")), 2, 4,
        "its rows are not read"},
