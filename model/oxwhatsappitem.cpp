@@ -32,8 +32,35 @@ bool OxWhatsappMsg::isRefreshThumb() {
   return refresh;
 }
 
+namespace {
+// The size of the text's UTF-8 form as QString::toUtf8 writes it (a lone
+// surrogate becomes one '?'), counted without writing it: a chat's size adds
+// up every message's texts.
+qint64 utf8Size(const QString& text) {
+  const ushort* u = reinterpret_cast<const ushort*>(text.constData());
+  const int n = text.size();
+  qint64 bytes = 0;
+  for (int i = 0; i < n; ++i) {
+    const ushort c = u[i];
+    if (c < 0x80) {
+      bytes += 1;
+    } else if (c < 0x800) {
+      bytes += 2;
+    } else if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(u[i + 1])) {
+      bytes += 4;
+      ++i;
+    } else if (QChar::isSurrogate(c)) {
+      bytes += 1;
+    } else {
+      bytes += 3;
+    }
+  }
+  return bytes;
+}
+} // namespace
+
 qint64 OxWhatsappMsg::msgSize() const {
-  qint64 bytes = m_content.toUtf8().size() + m_member.toUtf8().size();
+  qint64 bytes = utf8Size(m_content) + utf8Size(m_member);
   if (!m_media.isEmpty()) {
     const QFileInfo info(m_media);
     if (info.exists())

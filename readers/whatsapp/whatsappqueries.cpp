@@ -144,7 +144,7 @@ bool CWAMessageQuery::onRow(sqlite3_stmt* stmt) {
   m->parentMessage = r.int64();
   m->messageDate = r.real();
   m->text = r.text();
-  m->toJid = r.text();
+  m->toJid = r.text(m_jids);
   if (m_sink) {
     m_sink(*m);
     return true;

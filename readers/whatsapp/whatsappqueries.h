@@ -10,6 +10,7 @@
 // the query's containers empty (the failure is logged). A NULL text column
 // reads as an empty string, a NULL number as 0.
 #include "backup/cisqlitequery.h"
+#include "platform/common/sqlrow.h"
 
 #include <QList>
 #include <QMap>
@@ -156,7 +157,8 @@ protected:
 
 private:
   std::function<void(const WAMessage&)> m_sink;
-  WAMessage m_row; // the row being handed to the sink
+  WAMessage m_row;     // the row being handed to the sink
+  SqlTextCache m_jids; // a chat's messages name the same few addresses
   QList<WAMessage*> m_messages;
   mutable QMap<qint64, WAMessage*> m_byPk;
   mutable bool m_byPkBuilt = false;

@@ -81,6 +81,11 @@ TEST(ChatItems, SizesCountUtf8BytesAndMediaOnDisk) {
   } rows[] = {
       {"accented text and member", QStringLiteral("h\u00e9llo"), QStringLiteral("\u00fc"), QString(), 8},
       {"media on disk", QString(), QString(), media, 100},
+      {"three-byte and four-byte characters", QString::fromUtf8("\u20ac\xf0\x9f\x98\x80"), QString(), QString(), 7},
+      // A surrogate without its partner is written as one '?'.
+      {"a lone high surrogate at the end", QStringLiteral("a") + QChar(0xD83D), QString(), QString(), 2},
+      {"a lone low surrogate", QString(QChar(0xDE00)) + QStringLiteral("b"), QString(), QString(), 2},
+      {"a high surrogate before a letter", QString(QChar(0xD83D)) + QStringLiteral("c"), QString(), QString(), 2},
   };
   OxWhatsappChat* chat = new OxWhatsappChat;
   qint64 total = 0;
@@ -90,6 +95,8 @@ TEST(ChatItems, SizesCountUtf8BytesAndMediaOnDisk) {
     m->setMember(r.member);
     m->setMedia(r.media);
     EXPECT_EQ(m->msgSize(), r.size) << r.name;
+    EXPECT_EQ(m->msgSize(), r.content.toUtf8().size() + r.member.toUtf8().size() + (r.media.isEmpty() ? 0 : 100))
+        << r.name << ": as QString::toUtf8 writes it";
     total += r.size;
     chat->addMessage(m);
   }
