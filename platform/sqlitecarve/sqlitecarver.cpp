@@ -27,6 +27,12 @@ Affinity affinityOf(const QString& declaredType) {
 }
 
 int TableLayout::columnIndex(const QString& name) const {
+  // Callers mostly spell a column as the schema does: that costs a length
+  // compare per column; any other spelling takes the case-blind search.
+  for (int i = 0; i < columns.size(); ++i) {
+    if (columns.at(i).name == name)
+      return i;
+  }
   for (int i = 0; i < columns.size(); ++i) {
     if (columns.at(i).name.compare(name, Qt::CaseInsensitive) == 0)
       return i;
