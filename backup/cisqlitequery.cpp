@@ -5,7 +5,6 @@
 #include "service/progress.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <sqlite3.h>
 
@@ -55,7 +54,7 @@ int CISQLiteQuery::countRows(const QString& path, const QStringList& countSqls) 
   for (const QString& sql : countSqls) {
     SqlStatement stmt(db, sql);
     if (!stmt.isValid()) {
-      Log(kModule, 0, "%s: %s; its rows are not read", qPrintable(QFileInfo(path).fileName()),
+      Log(kModule, 0, "%s: %s; its rows are not read", qPrintable(path),
           qPrintable(db.sqliteMessage()));
       return PrepareFailed;
     }
@@ -78,7 +77,7 @@ int CISQLiteQuery::execSql(const QString& path, const QString& sql) {
   if (!stmt.isValid()) {
     // The listed statement names the query in the log, even when a replacement
     // was the one that failed.
-    Log(kModule, 0, "%s: %s; its rows are not read", qPrintable(QFileInfo(path).fileName()),
+    Log(kModule, 0, "%s: %s; its rows are not read", qPrintable(path),
         qPrintable(db.sqliteMessage()));
     return PrepareFailed;
   }

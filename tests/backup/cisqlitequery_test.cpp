@@ -104,9 +104,9 @@ struct QueryCase {
 const QString kSelect = QStringLiteral("select id from t order by id");
 const QString kSelect10 = QStringLiteral("select id + 10 from t order by id");
 const QString kCount = QStringLiteral("select count(*) from t");
-// The line of a statement the file's schema refuses: the file's name and SQLite's reason.
+// The line of a statement the file's schema refuses: the file and SQLite's reason.
 QString failed(const char* why, int file) {
-  return QStringLiteral("iTunesBackup/0 db%2.sqlite: %1; its rows are not read").arg(QLatin1String(why)).arg(file);
+  return QStringLiteral("iTunesBackup/0 {%2}: %1; its rows are not read").arg(QLatin1String(why)).arg(file);
 }
 
 // clang-format off

@@ -10,6 +10,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -338,10 +339,12 @@ TEST(CommandLine, NothingToReadIsNoErrorNothingReadIsSaid) {
     SCOPED_TRACE(r.name);
     const Outcome o = sherd(r.args, work.path());
     EXPECT_EQ(o.exitCode, 0);
+    // The database is named by the path of its copy under the temporary root.
+    static const QRegularExpression copyFolder(QStringLiteral(" /\\S*/(?=ChatStorage)"));
     QByteArray err;
     for (const QByteArray& line : o.err.split('\n'))
       if (!line.isEmpty() && (!r.filter || line.contains(r.filter)))
-        err += line + '\n';
+        err += QString::fromUtf8(line).replace(copyFolder, QStringLiteral(" ")).toUtf8() + '\n';
     EXPECT_EQ(err.toStdString(), r.err.toStdString()) << o.err.constData();
   }
 }
