@@ -73,6 +73,17 @@ QString CarvedRow::text(const QString& column) const {
   return v.isNull() ? QString() : v.toString();
 }
 
+QVector<const CarvedRecord*> deletedRowsKeyedFirst(const QVector<CarvedRecord>& records) {
+  QVector<const CarvedRecord*> order;
+  for (const CarvedRecord& r : records) {
+    if (!r.rowidLive)
+      order.append(&r);
+  }
+  std::stable_sort(order.begin(), order.end(),
+                   [](const CarvedRecord* a, const CarvedRecord* b) { return a->hasRowid && !b->hasRowid; });
+  return order;
+}
+
 void tuneForCoreData(TableLayout& layout, const QString& path) {
   qint64 maxEntity = 1 << 16;
   qint64 maxKey = 0;

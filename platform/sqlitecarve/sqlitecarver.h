@@ -168,6 +168,11 @@ QVector<CarvedRecord> carveTable(const QString& path, const QString& table,
                                  const std::function<void(TableLayout&)>& tune = {}, QString* error = nullptr,
                                  CarveStats* stats = nullptr);
 
+// The records that are no older version of a live row, those that kept
+// their key first (in their order otherwise), so that a reader that lists a
+// record once recognises a keyless copy of one it listed already.
+QVector<const CarvedRecord*> deletedRowsKeyedFirst(const QVector<CarvedRecord>& records);
+
 // A carved record read by column name, the way a query reads its row: a
 // missing column or a NULL reads as 0 or an empty text; a blob read as text
 // is taken as UTF-8.

@@ -132,15 +132,7 @@ void CDeletedCalls::read(const QString& path, bool olderStore, const QList<CallR
     Log(kModule, 1, "No deleted calls: %s", qPrintable(error));
     return;
   }
-  // Keyed rows first, so that a keyless copy of one of them is known as such.
-  QVector<const CarvedRecord*> order;
-  for (const CarvedRecord& r : carved) {
-    if (!r.rowidLive)
-      order.append(&r);
-  }
-  std::stable_sort(order.begin(), order.end(),
-                   [](const CarvedRecord* a, const CarvedRecord* b) { return a->hasRowid && !b->hasRowid; });
-  for (const CarvedRecord* c : order) {
+  for (const CarvedRecord* c : sqlitecarve::deletedRowsKeyedFirst(carved)) {
     const CarvedRow row(layout, *c);
     auto* r = new CallRecord;
     r->pk = c->hasRowid ? c->rowid : 0;

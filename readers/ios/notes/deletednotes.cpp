@@ -89,15 +89,7 @@ QList<LegacyNoteRow> LegacyNotes::deletedNotes(const QString& path, bool coreDat
   }
   QSet<QString> identifiers = liveIdentifiers;
   QSet<QString> shown = liveShown;
-  // Keyed rows first, so that a keyless copy of one of them is known as such.
-  QVector<const CarvedRecord*> order;
-  for (const CarvedRecord& r : carved) {
-    if (!r.rowidLive)
-      order.append(&r);
-  }
-  std::stable_sort(order.begin(), order.end(),
-                   [](const CarvedRecord* a, const CarvedRecord* b) { return a->hasRowid && !b->hasRowid; });
-  for (const CarvedRecord* r : order) {
+  for (const CarvedRecord* r : sqlitecarve::deletedRowsKeyedFirst(carved)) {
     const CarvedRow row(notes, *r);
     LegacyNoteRow n;
     n.key = r->hasRowid ? r->rowid : 0;

@@ -99,15 +99,7 @@ std::vector<HistoryQuery::Visit> SafariHistory::deletedVisits(const QString& pat
   QSet<QString> shown;
   for (const HistoryQuery::Visit& v : live)
     shown.insert(shownKey(v));
-  // Keyed rows first, so that a keyless copy of one of them is known as such.
-  std::vector<const CarvedRecord*> order;
-  for (const CarvedRecord& r : carved) {
-    if (!r.rowidLive)
-      order.push_back(&r);
-  }
-  std::stable_sort(order.begin(), order.end(),
-                   [](const CarvedRecord* a, const CarvedRecord* b) { return a->hasRowid && !b->hasRowid; });
-  for (const CarvedRecord* r : order) {
+  for (const CarvedRecord* r : sqlitecarve::deletedRowsKeyedFirst(carved)) {
     const CarvedRow row(visits, *r);
     const double time = row.real(QStringLiteral("visit_time"));
     if (row.isNull(QStringLiteral("visit_time")) || !(time > 0 && time < kLastSecond))

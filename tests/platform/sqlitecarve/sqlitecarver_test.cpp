@@ -160,8 +160,9 @@ TEST_P(CarveCase, RecoversExactlyTheDeletedRows) {
     } else {
       EXPECT_TRUE(r->values.at(0).isNull());
     }
-    if (c.rowidsKept)
+    if (c.rowidsKept) {
       EXPECT_TRUE(r->hasRowid) << "row " << row.id << " from " << r->from.text().toStdString();
+    }
   }
   QSet<QString> bodies;
   for (const Row& row : rows)
@@ -257,8 +258,9 @@ TEST(SqliteCarver, ListsTheNewestVersionOnce) {
       EXPECT_EQ(r.values.at(2).toString(), QStringLiteral("version 3"));
       EXPECT_FALSE(r.rowidLive);
     }
-    if (r.hasRowid && r.rowid == 4)
+    if (r.hasRowid && r.rowid == 4) {
       EXPECT_TRUE(r.rowidLive) << "an older version of a live row is marked as such";
+    }
     EXPECT_NE(r.values.at(2).toString(), QStringLiteral("unchanged"));
   }
   EXPECT_EQ(versionsOf2, 1);
