@@ -77,11 +77,13 @@ protected:
 TEST_F(NoteBackup, SampleShowsAllThreeGenerationsWithTheLockedNoteOpened) {
   load(sampleNoteFiles(), {QStringLiteral("wrong"), kSamplePassword});
   // The trashed note is left out; the legacy copy of "Shopping list" too. The
-  // legacy note the phone deleted comes back flagged, without its body (a
-  // rollback store's free blocks took the keys that join them).
+  // legacy note the phone deleted comes back flagged, with the one deleted
+  // body that no note claims (free blocks took the keys that join them).
   ASSERT_EQ(titles(), QStringLiteral("Diary|First phone note|Garden|Safe combination|Shopping list|Surprise party "
                                      "guests|Trip budget"));
   EXPECT_TRUE(byTitle("Surprise party guests")->flag(OxAbstractItem::ItemDeleted));
+  EXPECT_EQ(byTitle("Surprise party guests")->value(OxNoteItem::ColNotes),
+            QStringLiteral("Surprise party guests\nAnna, Ben, Carl"));
   EXPECT_EQ(list.allDeletedCount(), 1);
 
   OxNoteItem* safe = byTitle("Safe combination");
