@@ -246,6 +246,11 @@ QString CCommonUtils::datetimeToMinute(const QDateTime& date, bool local) {
 QString CCommonUtils::datetimeToMinuteCheckNoYear(const QDateTime& date, bool withTime) {
   if (!date.isValid())
     return QString();
+  // From 1970 on the year is never the no-year mark: the fields are written
+  // directly, as calendars format one date per event.
+  struct tm parts;
+  if (wallClock(date, withTime, &parts))
+    return formatFields(parts, withTime ? 16 : 10);
   const QDateTime shown = withTime ? toLocal(date) : date.toUTC();
   const bool noYear = shown.date().year() == 1604;
   if (withTime)
