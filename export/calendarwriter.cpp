@@ -6,9 +6,10 @@
 // sort key "interval*frequency*..." of the repeat column (frequency 1 daily, 2
 // weekly, 3 monthly, 4 yearly) with the end of the repeat as the key of its
 // column, and the alarms as the alert column's text ("15 minute ago", several
-// joined by " / "). The events' own time zones are not kept by the list, so
-// times are written in UTC, which every calendar program shows in the
-// reader's zone.
+// joined by " / "). A timed event whose store names a time zone the host
+// knows is written in that zone (DTSTART;TZID=... with its VTIMEZONE), as the
+// phone showed it; any other in UTC, which every calendar program shows in
+// the reader's zone.
 #include "export/exportcontext.h"
 
 #include "model/oxcalendaritem.h"
@@ -79,8 +80,14 @@ KCalendarCore::Event::Ptr eventOf(const OxCalendarItem& item) {
   KCalendarCore::Event::Ptr event(new KCalendarCore::Event);
   event->setSummary(item.value(OxCalendarItem::ColTitle));
   const bool allDay = item.getAllDay() != 0;
-  const QDateTime start = dateKey(item, OxCalendarItem::ColStartDate);
-  const QDateTime end = dateKey(item, OxCalendarItem::ColEndDate);
+  QDateTime start = dateKey(item, OxCalendarItem::ColStartDate);
+  QDateTime end = dateKey(item, OxCalendarItem::ColEndDate);
+  const QTimeZone zone(item.timeZone().toUtf8());
+  if (!allDay && zone.isValid()) {
+    start = start.toTimeZone(zone);
+    if (end.isValid())
+      end = end.toTimeZone(zone);
+  }
   event->setDtStart(start);
   if (end.isValid() && end >= start) {
     // An all-day event's end is its last day; a store that ends it at the

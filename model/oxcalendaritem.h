@@ -56,10 +56,17 @@ public:
   // Non-zero for an all-day event (the database's all_day column).
   int getAllDay() const { return m_allDay; }
   void setAllDay(int allDay) { m_allDay = allDay; }
+  // The event's time zone as the store names it: an IANA identifier such as
+  // "Europe/Berlin", "_float" for a time that follows the viewer's clock
+  // (all-day events), empty when the store keeps none. The dates themselves
+  // are instants; the zone tells how the phone showed them.
+  QString timeZone() const { return m_timeZone; }
+  void setTimeZone(const QString& zone) { m_timeZone = zone; }
 
 private:
   int m_firstLayerIconType = -1;
   int m_secondLayerIconType = -1;
   int m_triggerId = 0;
   int m_allDay = 0;
+  QString m_timeZone;
 };

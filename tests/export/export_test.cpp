@@ -164,6 +164,11 @@ void SampleExport::CalendarReadsBackWithRepeatRulesAndAlarms() {
                                     [](const auto& e) { return e->summary() == QLatin1String("Team stand-up"); });
   ASSERT_NE(standUp, events.end());
   EXPECT_EQ((*standUp)->recurrence()->recurrenceType(), KCalendarCore::Recurrence::rWeekly);
+  // Shown in the zone the phone kept for it, at the same instant.
+  EXPECT_EQ((*standUp)->dtStart().timeZone().id(), QByteArray("Europe/Berlin"));
+  const auto allDay = std::find_if(events.begin(), events.end(), [](const auto& e) { return e->allDay(); });
+  ASSERT_NE(allDay, events.end());
+  EXPECT_EQ((*allDay)->dtStart().time(), QTime(0, 0)) << (*allDay)->summary().toStdString();
   ASSERT_EQ((*standUp)->alarms().size(), 1);
   EXPECT_EQ((*standUp)->alarms().first()->startOffset().asSeconds(), -300);
 }

@@ -216,6 +216,7 @@ bool CCalendarQuery::onRow(sqlite3_stmt* stmt) {
     return false;
   const int allDay = sqlite3_column_int(stmt, AllDay);
   item->setAllDay(allDay);
+  item->setTimeZone(columnText(stmt, StartTz).trimmed());
   const bool withTime = allDay == 0;
   item->setValue(columnText(stmt, Summary), OxCalendarItem::ColTitle);
   item->setValue(orNone(columnText(stmt, Location)), OxCalendarItem::ColLocation);

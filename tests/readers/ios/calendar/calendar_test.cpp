@@ -77,6 +77,7 @@ TEST(CalendarRead, WhichRowsIconsAndBadInputs) {
   EXPECT_EQ(titled(list, "Work")->getSecondLayerIconType(), 13);
   EXPECT_EQ(titled(list, "Local")->getSecondLayerIconType(), -1); // no colour recorded
   EXPECT_EQ(list.getCalendarColorMap().value(QStringLiteral("Work")), QStringLiteral("#FF2968"));
+  EXPECT_EQ(titled(list, "Work")->timeZone(), QStringLiteral("Europe/Berlin")); // the zone the phone kept
 
   CalendarEvent wordTrigger = event("Word trigger");
   wordTrigger.alarms = QStringList{QStringLiteral("'soon'"), QStringLiteral("-60")};
