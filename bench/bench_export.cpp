@@ -166,15 +166,7 @@ bool measureDump(int messages, double (&v)[3]) {
         {
           JsonWriter w(f);
           MobileBackup* backup = service.openedBackup();
-          const QString temp = Utils::tempPath();
-          w.setPathNamer([backup, temp](const QString& path) {
-            const int index = backup->indexOfLocalPath(path);
-            if (index >= 0) {
-              const BackupFileRecord record = backup->fileAt(index);
-              return QStringLiteral("backup:%1/%2").arg(record.domain, record.relativePath);
-            }
-            return path.startsWith(temp) ? QStringLiteral("$TEMP/") + path.mid(temp.size()) : path;
-          });
+          w.setPathNamer(DumpWriter::sourcePathNamer(backup));
           DumpWriter dump(w);
           dump.begin(backup->path(), {});
           OxData* list = service.backupRegistry()->getOxData(0);

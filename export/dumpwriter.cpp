@@ -5,6 +5,8 @@
 #include "model/oxdata.h"
 #include "model/oxnoteitem.h"
 #include "model/oxwhatsappitem.h"
+#include "platform/backup/mobilebackup.h"
+#include "platform/common/utils.h"
 
 namespace {
 // The value of a chat item that holds its picture's local path.
@@ -172,3 +174,17 @@ void DumpWriter::end() {
 }
 
 void DumpWriter::writeItem(OxAbstractItem& item) { ::writeItem(m_w, item); }
+
+std::function<QString(const QString&)> DumpWriter::sourcePathNamer(MobileBackup* backup) {
+  const QString temp = Utils::tempPath();
+  return [backup, temp](const QString& path) {
+    const int index = backup ? backup->indexOfLocalPath(path) : -1;
+    if (index >= 0) {
+      const BackupFileRecord record = backup->fileAt(index);
+      return QStringLiteral("backup:%1/%2").arg(record.domain, record.relativePath);
+    }
+    if (!temp.isEmpty() && path.startsWith(temp))
+      return QStringLiteral("$TEMP/") + path.mid(temp.size());
+    return path;
+  };
+}

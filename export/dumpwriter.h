@@ -26,6 +26,9 @@
 #include <QList>
 #include <QStringList>
 
+#include <functional>
+
+class MobileBackup;
 class OxAbstractItem;
 class OxData;
 
@@ -41,6 +44,14 @@ public:
   void end();
 
   void writeItem(OxAbstractItem& item);
+
+  // The path namer of a dump that names each file by where it comes from
+  // rather than by where this run copied it: local copies live only as long as
+  // the process, and a plain and an encrypted backup of the same phone keep
+  // them in different places. A file of the backup is named by its record
+  // ("backup:<domain>/<relative path>"), any other file under the temporary
+  // root by "$TEMP/" and its place there; other paths stay as they are.
+  static std::function<QString(const QString&)> sourcePathNamer(MobileBackup* backup);
 
 private:
   JsonWriter& m_w;

@@ -9,7 +9,6 @@
 #include "model/oxbackup.h"
 #include "model/oxdata.h"
 #include "platform/backup/mobilebackup.h"
-#include "platform/common/utils.h"
 #include "service/whatsappservice.h"
 
 #include <QCommandLineParser>
@@ -39,22 +38,8 @@ int runDump(const QStringList& args) {
 
   OxBackup& registry = *service.backupRegistry();
   JsonWriter w(stdout);
-  // Local copies live only as long as this process, and a plain and an
-  // encrypted backup of the same phone keep them in different places: a file
-  // of the backup is named by its record ("backup:<domain>/<relative path>"),
-  // any other file under the temporary root by "$TEMP/" and its place there.
   MobileBackup* backup = service.openedBackup();
-  const QString temp = Utils::tempPath();
-  w.setPathNamer([backup, temp](const QString& path) {
-    const int index = backup->indexOfLocalPath(path);
-    if (index >= 0) {
-      const BackupFileRecord record = backup->fileAt(index);
-      return QStringLiteral("backup:%1/%2").arg(record.domain, record.relativePath);
-    }
-    if (!temp.isEmpty() && path.startsWith(temp))
-      return QStringLiteral("$TEMP/") + path.mid(temp.size());
-    return path;
-  });
+  w.setPathNamer(DumpWriter::sourcePathNamer(backup));
   QStringList properties;
   for (int i = 0; i < OxBackup::PropertyCount; ++i)
     properties << registry.backupPropertyOriginal(i);

@@ -11,12 +11,14 @@
 #include <limits>
 
 namespace {
-// What the writer puts out for one array written by fill.
+// What the writer puts out for one array written by fill; path fields are
+// named "named:" and their path.
 QByteArray written(const std::function<void(JsonWriter&)>& fill) {
   FILE* f = std::tmpfile();
   EXPECT_NE(f, nullptr);
   {
     JsonWriter w(f);
+    w.setPathNamer([](const QString& path) { return QStringLiteral("named:") + path; });
     w.beginArray();
     fill(w);
     w.endArray();
@@ -83,5 +85,27 @@ TEST(JsonWriterValues, TextsNumbersAndDatesAreWrittenExactly) {
   };
   for (const auto& r : rows)
     EXPECT_EQ(written(r.fill), r.json) << r.name;
+}
+// Only path fields go through the namer: a text that merely starts with "/"
+// is written as it was read.
+TEST(JsonWriter, PathNamerOnlyRenamesPathFields) {
+  const struct {
+    const char* name;
+    const char* text;
+    bool asPath;
+    const char* json;
+  } rows[] = {
+      {"message text starting with a slash", "/shrug", false, R"(["/shrug"])"},
+      {"path field", "/tmp/x.jpg", true, R"(["named:/tmp/x.jpg"])"},
+      {"relative path field", "x.jpg", true, R"(["x.jpg"])"},
+      {"empty path field", "", true, R"([""])"},
+      {"escapes", "a\"b\\\n\x01", false, R"(["a\"b\\\n\u0001"])"},
+  };
+  for (const auto& r : rows) {
+    const QString text = QString::fromUtf8(r.text);
+    EXPECT_EQ(written([&](JsonWriter& w) { r.asPath ? w.pathValue(text) : w.value(text); }),
+              QByteArray(r.json))
+        << r.name;
+  }
 }
 } // namespace
