@@ -136,6 +136,7 @@ bool decodeMbFileDirect(const char* blob, int length, ManifestEntry* entry) {
       !s.arrayItem(objects, index, &file))
     return false;
   qint64 v[4] = {}; // Size, LastModified, Mode, ProtectionClass
+  bool seen[4] = {};
   quint64 keyRef = 0;
   bool hasKey = false, ok = true;
   // Keys are told apart by length first, so that each comparison is against a
@@ -154,6 +155,10 @@ bool decodeMbFileDirect(const char* blob, int length, ManifestEntry* entry) {
       break;
     case 13:
       if (std::memcmp(k, "EncryptionKey", 13) == 0) {
+        if (hasKey) { // a key named twice: the full parser decides which counts
+          ok = false;
+          return false;
+        }
         keyRef = ref;
         hasKey = true;
       }
@@ -161,10 +166,14 @@ bool decodeMbFileDirect(const char* blob, int length, ManifestEntry* entry) {
     default:
       break;
     }
-    if (slot >= 0 && !s.integer(ref, &v[slot])) {
+    // A key named twice never comes from the phone; the full parser decides
+    // which one counts.
+    if (slot >= 0 && (seen[slot] || !s.integer(ref, &v[slot]))) {
       ok = false;
       return false;
     }
+    if (slot >= 0)
+      seen[slot] = true;
     return true;
   });
   if (!isDict || !ok)
