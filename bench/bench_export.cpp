@@ -69,6 +69,16 @@ double peakMiB() {
   return double(usage.ru_maxrss) / 1024.0;
 }
 
+// Opens the generated backup the service names and loads its WhatsApp list,
+// as a host does; false when the backup does not open.
+bool loadWhatsapp(WhatsappService& service) {
+  const bool opened = service.onBeginLoadWhatsappOnly();
+  if (opened)
+    service.loadWhatsappOnly(OxBackup::WhatsApp);
+  service.onEndLoadWhatsappOnly();
+  return opened;
+}
+
 // values: load CPU s, load wall s, load peak MiB, export CPU s, export wall s, export peak MiB, files, items.
 bool measure(int messages, double (&v)[8]) {
   return bench::inChild<8>(
@@ -77,11 +87,7 @@ bool measure(int messages, double (&v)[8]) {
         WhatsappService service(backupName(messages), false);
         double cpu = bench::cpuNow();
         double wall = bench::wallNow();
-        const bool opened = service.onBeginLoadWhatsappOnly();
-        if (opened)
-          service.loadWhatsappOnly(0);
-        service.onEndLoadWhatsappOnly();
-        if (!opened)
+        if (!loadWhatsapp(service))
           return false;
         v[0] = bench::cpuNow() - cpu;
         v[1] = bench::wallNow() - wall;
@@ -150,11 +156,7 @@ bool measureDump(int messages, double (&v)[3]) {
         qputenv("SHERD_BACKUP_ROOT", root().path().toUtf8());
         WhatsappService service(backupName(messages), false);
         double cpu = bench::cpuNow();
-        const bool opened = service.onBeginLoadWhatsappOnly();
-        if (opened)
-          service.loadWhatsappOnly(0);
-        service.onEndLoadWhatsappOnly();
-        if (!opened)
+        if (!loadWhatsapp(service))
           return false;
         v[0] = bench::cpuNow() - cpu;
 
